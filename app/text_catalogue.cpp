@@ -1,0 +1,63 @@
+#include "app/text_catalogue.h"
+
+#include <windows.h>
+
+#include <cstdarg>
+#include <cwchar>
+
+namespace morvex {
+namespace {
+
+std::wstring LoadText(int id) {
+    const wchar_t* text = nullptr;  // size 0: a pointer into the resource itself, not terminated
+    const int length = LoadStringW(GetModuleHandleW(nullptr), static_cast<UINT>(id),
+                                   reinterpret_cast<wchar_t*>(&text), 0);
+    return length > 0 ? std::wstring(text, static_cast<size_t>(length)) : std::wstring();
+}
+
+}  // namespace
+
+const std::vector<std::wstring>& LanguageNames() {
+    static const std::vector<std::wstring> names = {L"Česky",   L"Deutsch", L"English",  L"Français", L"Italiano",
+                                                    L"Русский", L"日本語",  L"简体中文", L"한글"};
+    return names;
+}
+
+int LanguageOffset(std::wstring_view name) {
+    static constexpr struct {
+        std::wstring_view name;
+        int offset;
+    } kOffsets[] = {{L"English", 0},      {L"Italiano", 20000},  {L"Français", 10000}, {L"Deutsch", 30000},
+                    {L"Русский", 5000},   {L"简体中文", 40000}, {L"한글", 35000},     {L"日本語", 60000}};
+    for (const auto& entry : kOffsets) {
+        if (entry.name == name) return entry.offset;
+    }
+    return 50000;
+}
+
+void TextCatalogue::SetLanguage(const std::wstring& name) {
+    language_ = name;
+    offset_ = LanguageOffset(name);
+}
+
+std::wstring TextCatalogue::operator()(int id) const {
+    std::wstring text = LoadText(id + offset_);
+    return text.empty() && offset_ != 0 ? LoadText(id) : text;
+}
+
+std::wstring Format(const wchar_t* pattern, ...) {
+    std::wstring text(128, L'\0');
+    for (;;) {
+        va_list arguments;
+        va_start(arguments, pattern);
+        const int length = _vsnwprintf(text.data(), text.size(), pattern, arguments);
+        va_end(arguments);
+        if (length >= 0 && static_cast<size_t>(length) < text.size()) {
+            text.resize(static_cast<size_t>(length));
+            return text;
+        }
+        text.resize(text.size() * 2);
+    }
+}
+
+}  // namespace morvex

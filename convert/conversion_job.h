@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "app/context.h"
+
+// What a run needs to know, as plain data: made once on the user-interface thread, then only read.
+namespace morvex {
+
+// A file to convert: a row's folder (no trailing backslash but for a drive's root) and file name.
+struct SourceFile {
+    std::wstring folder;
+    std::wstring name;
+};
+
+struct ConversionJob {
+    std::vector<SourceFile> files;
+    std::vector<std::wstring> outputs;  // for each file the path to write, see output_naming.h
+    int inputCode = 1;
+    int outputCode = 1;
+    std::wstring configFile;
+    std::wstring schemaFolder;
+    std::wstring libraryPath;
+    std::wstring crashLog;      // empty: none is kept
+    bool guarded = true;        // library faults are caught
+    bool developerMode = false;
+    bool multiprocess = false;  // each file in a child process, as many at once as there are processors
+    int healing = 0;
+    TextCatalogue text;
+
+    bool ShowsProgress() const;  // the formats belong to the progress group
+};
+
+// The job for these files with the chosen formats, folders and switches. Resolves the configuration file and
+// creates it with defaults when it is missing; builds all output paths.
+ConversionJob MakeJob(AppContext& context, std::vector<SourceFile> files);
+
+}  // namespace morvex
