@@ -1,0 +1,19 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+namespace morvex {
+
+// A text for a control that takes '&' as the mark of an access key: each '&' of the text is shown as it
+// stands.
+std::wstring EscapeAmpersands(const std::wstring& text);
+
+// Gives the dialog's visible buttons, check boxes, radio buttons and the labels (group boxes too) right
+// before an input control an access key each, no key twice: a letter of the text, or "(&X)" appended to a
+// Chinese, Japanese or Korean one. OK and its Cancel answer Enter and Escape and get none; nor does a text
+// whose letters are all taken. Call again whenever the texts change; earlier keys are replaced.
+void AssignAccessKeys(HWND dialog);
+
+}  // namespace morvex
