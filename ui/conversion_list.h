@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -59,6 +60,8 @@ class ConversionList {
     std::vector<SourceFile> Sources() const;
 
   private:
+    bool AppendRow(std::optional<ListRow> row);
+
     std::vector<ListRow> rows_;
     ListColumn sortedColumn_ = ListColumn::Filename;
     bool ascending_ = true;
