@@ -4,20 +4,17 @@
 #include <vector>
 
 #include "app/context.h"
+#include "convert/output_naming.h"
 
 // What a run needs to know, as plain data: made once on the user-interface thread, then only read.
 namespace morvex {
 
-// A file to convert: a row's folder (no trailing backslash but for a drive's root) and file name.
-struct SourceFile {
-    std::wstring folder;
-    std::wstring name;
-};
-
 struct ConversionJob {
     std::vector<SourceFile> files;
     std::vector<std::wstring> outputs;  // for each file the path to write, see output_naming.h
-    int inputCode = 1;
+    std::wstring formatIn;              // the chosen formats' filter texts,
+    std::wstring formatOut;
+    int inputCode = 1;  // and their codes
     int outputCode = 1;
     std::wstring configFile;
     std::wstring schemaFolder;
@@ -31,6 +28,9 @@ struct ConversionJob {
 
     bool ShowsProgress() const;  // the formats belong to the progress group
 };
+
+// The naming rules of the chosen formats and folders.
+NamingRules MakeNamingRules(const AppSettings& settings);
 
 // The job for these files with the chosen formats, folders and switches. Resolves the configuration file and
 // creates it with defaults when it is missing; builds all output paths.

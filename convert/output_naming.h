@@ -5,7 +5,11 @@
 
 namespace morvex {
 
-struct SourceFile;
+// A file to convert: a row's folder (no trailing backslash but for a drive's root) and file name.
+struct SourceFile {
+    std::wstring folder;
+    std::wstring name;
+};
 
 // How output names are built for one pair of formats.
 struct NamingRules {

@@ -21,7 +21,8 @@ std::wstring GetConfigFilePath(AppContext& context) {
     if (context.settings.developerMode.Get() || UsesSharedConfig(context)) return context.folders.SharedConfig();
     const ConversionPair* pair =
         context.pairs.Find(context.settings.formatIn.Get(), context.settings.formatOut.Get());
-    return pair ? JoinPath(context.folders.user, pair->configFile) : std::wstring();
+    if (!pair || pair->configFile.empty()) return {};
+    return JoinPath(context.folders.user, pair->configFile);
 }
 
 bool WriteDefaultConfig(const std::wstring& path) {

@@ -5,11 +5,10 @@
 namespace morvex::profile {
 
 std::wstring ReadText(const std::wstring& file, const wchar_t* section, const wchar_t* key,
-                      const std::wstring& fallback) {
-    wchar_t buffer[1024];
-    const DWORD length =
-        GetPrivateProfileStringW(section, key, fallback.c_str(), buffer, ARRAYSIZE(buffer), file.c_str());
-    return {buffer, length};
+                      const std::wstring& fallback, unsigned capacity) {
+    std::wstring text(capacity, L'\0');
+    text.resize(GetPrivateProfileStringW(section, key, fallback.c_str(), text.data(), capacity, file.c_str()));
+    return text;
 }
 
 int ReadInt(const std::wstring& file, const wchar_t* section, const wchar_t* key, int fallback) {

@@ -1,0 +1,27 @@
+#include <windows.h>
+
+#include <exception>
+
+#include "app/morvex_app.h"
+
+namespace {
+
+// Before anything else: no box of the system on a fault or a missing disk (a child has nobody to close it), and no
+// library is ever taken from the current folder or the path.
+void HardenProcess() {
+    SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
+    SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_SYSTEM32);
+}
+
+}  // namespace
+
+int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int) {
+    HardenProcess();
+    try {
+        morvex::CmorvexApp().InitInstance();
+        return 0;
+    } catch (const std::exception& failure) {
+        OutputDebugStringA(failure.what());
+        return 1;
+    }
+}

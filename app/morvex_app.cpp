@@ -1,0 +1,75 @@
+#include "app/morvex_app.h"
+
+#include <windows.h>
+
+#include <ole2.h>
+#include <shellapi.h>
+
+#include "app/start_up.h"
+#include "convert/child_road.h"
+#include "convert/conversion_run.h"
+#include "convert/result_text.h"
+#include "ui/main_window.h"
+#include "win/unique_handle.h"
+
+namespace morvex {
+namespace {
+
+constexpr wchar_t kTitle[] = L"Morvex 2024";
+
+// Console output in UTF-8; silent when the process has none.
+void Print(DWORD stream, const std::wstring& text) {
+    const int size = static_cast<int>(text.size());
+    std::string bytes(text.size() * 3, '\0');
+    bytes.resize(static_cast<size_t>(WideCharToMultiByte(CP_UTF8, 0, text.data(), size, bytes.data(),
+                                                         static_cast<int>(bytes.size()), nullptr, nullptr)));
+    DWORD written = 0;
+    WriteFile(GetStdHandle(stream), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
+}
+
+bool HasArguments() {
+    int count = 0;
+    const UniqueResource<LPWSTR*, ::LocalFree> arguments(CommandLineToArgvW(GetCommandLineW(), &count));
+    return !arguments || count > 1;
+}
+
+}  // namespace
+
+CmorvexApp::CmorvexApp() : context_(PrepareProgramFolders()) {}
+
+bool CmorvexApp::InitInstance() {
+    LoadState(context_);
+    if (FAILED(OleInitialize(nullptr))) {
+        MessageBoxW(nullptr, L"AfxOleInit Error!", kTitle, MB_OK | MB_ICONEXCLAMATION);
+        return false;
+    }
+    if (HasArguments()) RunChildRoad();
+    RunMainWindow(context_);
+    OleUninitialize();
+    return false;
+}
+
+void CmorvexApp::RunChildRoad() {
+    int count = 0;
+    std::vector<std::wstring> arguments;
+    if (wchar_t** const split = CommandLineToArgvW(GetCommandLineW(), &count)) {
+        arguments.assign(split, split + count);
+        LocalFree(split);
+    } else {
+        Print(STD_OUTPUT_HANDLE, L"CommandLineToArgvW failed\n");
+        ExitProcess(kResultFailed);
+    }
+    std::wstring listing;
+    for (int i = 0; i < count; ++i) listing += Format(L"%d: ", i) + arguments[static_cast<size_t>(i)] + L"\n";
+    Print(STD_OUTPUT_HANDLE, listing);
+    ExitProcess(static_cast<UINT>(ConvertForParent(arguments)));
+}
+
+int CmorvexApp::ConvertForParent(const std::vector<std::wstring>& arguments) {
+    RunObserver nobody;
+    const RunOutcome outcome = RunConversions(MakeChildJob(context_, arguments), nobody);
+    if (!outcome.message.empty()) Print(STD_ERROR_HANDLE, outcome.message + L"\n");
+    return outcome.lastResult;
+}
+
+}  // namespace morvex

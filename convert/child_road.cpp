@@ -1,0 +1,60 @@
+#include "convert/child_road.h"
+
+#include <windows.h>
+
+#include "convert/child_process.h"
+#include "win/paths.h"
+
+namespace morvex {
+namespace {
+
+std::wstring EnvironmentText(const wchar_t* name) {
+    std::wstring text(GetEnvironmentVariableW(name, nullptr, 0), L'\0');
+    if (!text.empty()) text.resize(GetEnvironmentVariableW(name, text.data(), static_cast<DWORD>(text.size())));
+    return text;
+}
+
+void TakeFormatsOfParent(AppSettings& settings) {
+    const std::wstring input = EnvironmentText(kFormatInVariable);
+    const std::wstring output = EnvironmentText(kFormatOutVariable);
+    if (input.empty() || output.empty()) return;
+    settings.formatIn.Assume(input);
+    settings.formatOut.Assume(output);
+}
+
+// A path typed by hand may be relative. Nothing else is touched: odd names must reach the library as they are.
+std::wstring FullPath(const std::wstring& path) {
+    if (path.starts_with(L'\\') || (path.size() > 1 && path[1] == L':')) return path;
+    std::wstring folder(GetCurrentDirectoryW(0, nullptr), L'\0');
+    folder.resize(GetCurrentDirectoryW(static_cast<DWORD>(folder.size()), folder.data()));
+    return JoinPath(folder, path);
+}
+
+// "C:" names the drive's current folder, so a drive's root keeps its backslash.
+std::wstring FolderToKeep(const std::wstring& path) {
+    std::wstring folder(FolderOf(path));
+    if (folder.ends_with(L':')) folder += L'\\';
+    return folder;
+}
+
+}  // namespace
+
+ConversionJob MakeChildJob(AppContext& context, const std::vector<std::wstring>& arguments) {
+    const auto argument = [&](size_t index) { return index < arguments.size() ? arguments[index] : std::wstring(); };
+    AppSettings& settings = context.settings;
+    TakeFormatsOfParent(settings);
+    settings.multiprocess.Assume(false);
+    std::wstring output = argument(2);
+    const bool outputIsFolder = output.ends_with(L'\\') || FolderExists(output);
+    settings.besideInput.Assume(output.empty());
+    if (outputIsFolder) settings.outputFolder.Assume(FullPath(output));
+
+    const std::wstring input = FullPath(argument(1));
+    ConversionJob job = MakeJob(context, {{FolderToKeep(input), std::wstring(FileNameOf(input))}});
+    if (!output.empty() && !outputIsFolder) job.outputs = {WithLongPrefix(FullPath(output))};
+    if (!argument(3).empty()) job.configFile = argument(3);
+    if (!argument(4).empty()) job.schemaFolder = argument(4);
+    return job;
+}
+
+}  // namespace morvex
