@@ -1,9 +1,9 @@
 // The string table as it lies in the program: looked up by number, so that ids, offsets and texts are checked
 // together.
-#include <gtest/gtest.h>
 #include <windows.h>
 
 #include <algorithm>
+#include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
