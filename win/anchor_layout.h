@@ -1,0 +1,34 @@
+#pragma once
+
+#include <windows.h>
+
+#include <vector>
+
+namespace morvex {
+
+// Keeps a dialog's controls at their distances from its edges when its size or its scaling changes.
+class AnchorLayout {
+  public:
+    enum Anchor : unsigned { kLeft = 1, kTop = 2, kRight = 4, kBottom = 8 };
+
+    // Takes the dialog's size and scaling now as those for which its controls are placed.
+    void Attach(HWND dialog);
+    // Anchored to both opposite edges a control grows; to one of them, or none, it moves with it or stays.
+    void Add(int controlId, unsigned anchors);
+    // Places all controls for the dialog's size now.
+    void Apply() const;
+
+  private:
+    struct Entry {
+        HWND control;
+        unsigned anchors;
+        RECT place;  // in client coordinates when it was added
+    };
+
+    HWND dialog_ = nullptr;
+    UINT dpi_ = USER_DEFAULT_SCREEN_DPI;
+    SIZE size_{};
+    std::vector<Entry> entries_;
+};
+
+}  // namespace morvex

@@ -1,0 +1,76 @@
+#include "win/list_view.h"
+
+namespace morvex {
+
+void ListView::SetRowHeight(int pixels) const {
+    const HIMAGELIST images = ImageList_Create(1, pixels, ILC_COLOR, 0, 0);
+    const auto old =
+        reinterpret_cast<HIMAGELIST>(Send(LVM_SETIMAGELIST, LVSIL_SMALL, reinterpret_cast<LPARAM>(images)));
+    if (old) ImageList_Destroy(old);
+}
+
+void ListView::InsertColumn(int index, const std::wstring& title, int format, int width) const {
+    LVCOLUMNW column{};
+    column.mask = LVCF_TEXT | LVCF_FMT | LVCF_WIDTH;
+    column.fmt = format;
+    column.cx = width;
+    column.pszText = const_cast<wchar_t*>(title.c_str());
+    Send(LVM_INSERTCOLUMNW, static_cast<WPARAM>(index), reinterpret_cast<LPARAM>(&column));
+}
+
+void ListView::SetColumnTitle(int index, const std::wstring& title) const {
+    LVCOLUMNW column{};
+    column.mask = LVCF_TEXT;
+    column.pszText = const_cast<wchar_t*>(title.c_str());
+    Send(LVM_SETCOLUMNW, static_cast<WPARAM>(index), reinterpret_cast<LPARAM>(&column));
+}
+
+int ListView::ColumnFormat(int index) const {
+    LVCOLUMNW column{};
+    column.mask = LVCF_FMT;
+    Send(LVM_GETCOLUMNW, static_cast<WPARAM>(index), reinterpret_cast<LPARAM>(&column));
+    return column.fmt & LVCFMT_JUSTIFYMASK;
+}
+
+void ListView::ShowSortArrow(int column, bool ascending) const {
+    const auto header = reinterpret_cast<HWND>(Send(LVM_GETHEADER));
+    const int count = static_cast<int>(SendMessageW(header, HDM_GETITEMCOUNT, 0, 0));
+    for (int i = 0; i < count; ++i) {
+        HDITEMW item{};
+        item.mask = HDI_FORMAT;
+        SendMessageW(header, HDM_GETITEMW, static_cast<WPARAM>(i), reinterpret_cast<LPARAM>(&item));
+        item.fmt &= ~(HDF_SORTUP | HDF_SORTDOWN);
+        if (i == column) item.fmt |= ascending ? HDF_SORTUP : HDF_SORTDOWN;
+        SendMessageW(header, HDM_SETITEMW, static_cast<WPARAM>(i), reinterpret_cast<LPARAM>(&item));
+    }
+}
+
+std::vector<size_t> ListView::SelectedRows() const {
+    std::vector<size_t> rows;
+    rows.reserve(SelectedCount());
+    for (int row = FirstSelected(); row >= 0; row = NextSelected(row))
+        rows.push_back(static_cast<size_t>(row));
+    return rows;
+}
+
+void ListView::FocusRow(size_t row) const {
+    LVITEMW item{};
+    item.state = item.stateMask = LVIS_FOCUSED;
+    Send(LVM_SETITEMSTATE, row, reinterpret_cast<LPARAM>(&item));
+}
+
+RECT ListView::RowRect(size_t row) const {
+    RECT rect{};
+    rect.left = LVIR_BOUNDS;
+    Send(LVM_GETITEMRECT, row, reinterpret_cast<LPARAM>(&rect));
+    return rect;
+}
+
+void ListView::SetState(int row, bool selected) const {
+    LVITEMW item{};
+    item.stateMask = LVIS_SELECTED;
+    item.state = selected ? LVIS_SELECTED : 0;
+    Send(LVM_SETITEMSTATE, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
+}
+
+}  // namespace morvex

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <windows.h>
+
+#include <map>
+#include <string>
+
+#include "win/unique_handle.h"
+
+namespace morvex {
+
+// A popup menu built item by item, with its submenus.
+class PopupMenu {
+  public:
+    PopupMenu() : menu_(CreatePopupMenu()) {}
+    HMENU Handle() const { return menu_.get(); }
+
+    // Appends an item. A text "name\rest" puts "rest" into a submenu called "name", made once for all such
+    // items. An '&' is shown as it stands.
+    void Add(int id, const std::wstring& text);
+    void AddSeparator() { AppendMenuW(menu_.get(), MF_SEPARATOR, 0, nullptr); }
+
+  private:
+    HMENU Submenu(const std::wstring& name);
+
+    UniqueMenu menu_;  // owns its submenus
+    std::map<std::wstring, HMENU> submenus_;
+};
+
+// Shows the menu at a point of the screen until a choice is made or it is closed; the choice arrives at
+// `owner` as a command.
+void ShowMenu(const PopupMenu& menu, HWND owner, POINT screen);
+
+}  // namespace morvex
