@@ -13,24 +13,43 @@ namespace morvex::test {
 
 // A fresh folder below the system's temporary folder, removed with everything in it when the object goes.
 class TempFolder {
- public:
+  public:
     TempFolder() {
         static std::atomic<int> count = 0;
         path_ = std::filesystem::temp_directory_path().wstring();
         path_ += L"morvex-test-" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++count);
+        Remove();  // a program that crashed may have left one of that name
         std::filesystem::create_directories(path_);
     }
-    ~TempFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(L"\\\\?\\" + path_, ignored);
-    }
+    ~TempFolder() { RemoveTree(path_); }
     TempFolder(const TempFolder&) = delete;
     TempFolder& operator=(const TempFolder&) = delete;
 
     const std::wstring& Path() const { return path_; }
     std::wstring operator/(const std::wstring& name) const { return path_ + L"\\" + name; }
 
- private:
+  private:
+    // std::filesystem removes nothing whose path is long.
+    static void RemoveTree(const std::wstring& folder) {
+        WIN32_FIND_DATAW entry;
+        const HANDLE find = FindFirstFileW(WithLongPrefix(folder + L"\\*").c_str(), &entry);
+        for (BOOL more = find != INVALID_HANDLE_VALUE; more; more = FindNextFileW(find, &entry)) {
+            const std::wstring name = entry.cFileName;
+            if (name == L"." || name == L"..") continue;
+            const std::wstring path = WithLongPrefix(folder + L"\\" + name);
+            SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+            if (!(entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)) {
+                DeleteFileW(path.c_str());
+            } else if (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) {
+                RemoveDirectoryW(path.c_str());
+            } else {
+                RemoveTree(folder + L"\\" + name);
+            }
+        }
+        if (find != INVALID_HANDLE_VALUE) FindClose(find);
+        RemoveDirectoryW(WithLongPrefix(folder).c_str());
+    }
+
     std::wstring path_;
 };
 
