@@ -7,8 +7,8 @@
 
 namespace morvex {
 
-// The program's state that more than one part needs. One owner (CmorvexApp, or a test); handed on by reference;
-// belongs to the user-interface thread.
+// The program's state that more than one part needs. One owner (CmorvexApp, or a test); handed on by
+// reference; belongs to the user-interface thread.
 struct AppContext {
     explicit AppContext(ProgramFolders places) : folders(std::move(places)), settings(folders) {}
 

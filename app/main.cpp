@@ -6,8 +6,8 @@
 
 namespace {
 
-// Before anything else: no box of the system on a fault or a missing disk (a child has nobody to close it), and no
-// library is ever taken from the current folder or the path.
+// Before anything else: no box of the system on a fault or a missing disk (a child has nobody to close it),
+// and no library is ever taken from the current folder or the path.
 void HardenProcess() {
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
     SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_SYSTEM32);

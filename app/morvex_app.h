@@ -9,15 +9,15 @@ namespace morvex {
 
 // The application object: one per process, on the main thread.
 class CmorvexApp {
- public:
+  public:
     CmorvexApp();
 
-    // Starts up and takes one of two roads: without arguments the main window, shown until it closes; with any
-    // argument one conversion, after which the process ends with the library's result as its exit code. Returns
-    // false in every case in which it returns: there is no message loop to enter.
+    // Starts up and takes one of two roads: without arguments the main window, shown until it closes; with
+    // any argument one conversion, after which the process ends with the library's result as its exit code.
+    // Returns false in every case in which it returns: there is no message loop to enter.
     bool InitInstance();
 
- private:
+  private:
     [[noreturn]] void RunChildRoad();
     int ConvertForParent(const std::vector<std::wstring>& arguments);
 

@@ -23,8 +23,9 @@ struct ProgramFolders {
 // Builds the paths for a program and a user folder; touches nothing.
 ProgramFolders MakeProgramFolders(const std::wstring& program, const std::wstring& user);
 
-// Finds both folders, creates the user folder and an empty UTF-16LE user settings file where they are missing.
-// Never fails: without an application data folder the program folder takes its place, other failures are ignored.
+// Finds both folders, creates the user folder and an empty UTF-16LE user settings file where they are
+// missing. Never fails: without an application data folder the program folder takes its place, other failures
+// are ignored.
 ProgramFolders PrepareProgramFolders();
 
 }  // namespace morvex

@@ -10,9 +10,13 @@ std::wstring Setting::ReadText(const std::wstring& fallback) const {
     return profile::ReadText(*file_, section_, key_, fallback);
 }
 
-int Setting::ReadInt(int fallback) const { return profile::ReadInt(*file_, section_, key_, fallback); }
+int Setting::ReadInt(int fallback) const {
+    return profile::ReadInt(*file_, section_, key_, fallback);
+}
 
-void Setting::Write(const std::wstring& value) const { profile::WriteText(*file_, section_, key_, value); }
+void Setting::Write(const std::wstring& value) const {
+    profile::WriteText(*file_, section_, key_, value);
+}
 
 void TextSetting::Set(const std::wstring& value) {
     value_ = value;
@@ -48,10 +52,10 @@ AppSettings::AppSettings(const ProgramFolders& folders)
 
 void AppSettings::Load() {
     Setting* const beforeConfiguration[] = {
-        &outputFolder, &inputFolder,    &formatIn,         &formatOut,     &configFilePath,
-        &firstLaunch,  &inputPathInName, &writeCrashLog,   &healing,       &besideInput,
-        &disableGuard, &developerMode,  &multiprocess,     &convertAtStartup, &loadLastState,
-        &addNativeFormat, &defaultTheme, &developerTheme};
+        &outputFolder,    &inputFolder,     &formatIn,      &formatOut,        &configFilePath,
+        &firstLaunch,     &inputPathInName, &writeCrashLog, &healing,          &besideInput,
+        &disableGuard,    &developerMode,   &multiprocess,  &convertAtStartup, &loadLastState,
+        &addNativeFormat, &defaultTheme,    &developerTheme};
     for (Setting* setting : beforeConfiguration) setting->Load();
     configuration_ = configFilePath.Get().empty() ? sharedConfig_ : configFilePath.Get();
     fillOverride.Load();

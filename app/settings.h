@@ -12,28 +12,28 @@ struct Colour {
     bool operator==(const Colour&) const = default;
 };
 
-// One stored value: read by Load, written to its file at once by Set. A failed write is ignored: the value then
-// lasts for this process only.
+// One stored value: read by Load, written to its file at once by Set. A failed write is ignored: the value
+// then lasts for this process only.
 class Setting {
- public:
+  public:
     Setting(const std::wstring& file, const wchar_t* section, const wchar_t* key)
         : file_(&file), section_(section), key_(key) {}
     virtual ~Setting() = default;
     virtual void Load() = 0;
 
- protected:
+  protected:
     std::wstring ReadText(const std::wstring& fallback) const;
     int ReadInt(int fallback) const;
     void Write(const std::wstring& value) const;
 
- private:
+  private:
     const std::wstring* file_;  // owned by AppSettings
     const wchar_t* section_;
     const wchar_t* key_;
 };
 
 class TextSetting : public Setting {
- public:
+  public:
     TextSetting(const std::wstring& file, const wchar_t* section, const wchar_t* key, const wchar_t* fallback)
         : Setting(file, section, key), value_(fallback) {}
     const std::wstring& Get() const { return value_; }
@@ -41,13 +41,13 @@ class TextSetting : public Setting {
     void Assume(const std::wstring& value) { value_ = value; }  // for this process only, not stored
     void Load() override { value_ = ReadText(value_); }
 
- private:
+  private:
     std::wstring value_;
 };
 
 // "1" and "0" on disk; on only when the stored integer equals 1.
 class SwitchSetting : public Setting {
- public:
+  public:
     SwitchSetting(const std::wstring& file, const wchar_t* section, const wchar_t* key, bool fallback)
         : Setting(file, section, key), value_(fallback) {}
     bool Get() const { return value_; }
@@ -55,30 +55,30 @@ class SwitchSetting : public Setting {
     void Assume(bool value) { value_ = value; }  // for this process only, not stored
     void Load() override { value_ = ReadInt(value_) == 1; }
 
- private:
+  private:
     bool value_;
 };
 
 // "red,green,blue"; a stored text without exactly three pieces leaves the built-in colour.
 class ColourSetting : public Setting {
- public:
+  public:
     ColourSetting(const std::wstring& file, const wchar_t* section, const wchar_t* key, Colour fallback)
         : Setting(file, section, key), value_(fallback) {}
     Colour Get() const { return value_; }
     void Load() override;
 
- private:
+  private:
     Colour value_;
 };
 
 // True until a process has read it once: Load writes "0" back.
 class FirstLaunchSetting : public Setting {
- public:
+  public:
     using Setting::Setting;
     bool Get() const { return value_; }
     void Load() override;
 
- private:
+  private:
     bool value_ = true;
 };
 
@@ -91,7 +91,7 @@ class AppSettings {
     std::wstring configuration_;
     std::wstring sharedConfig_;
 
- public:
+  public:
     // Holds the defaults; Load reads the files.
     explicit AppSettings(const ProgramFolders& folders);
     AppSettings(const AppSettings&) = delete;
@@ -128,7 +128,7 @@ class AppSettings {
     // Multiprocess at start-up turns the crash log off for the life of the process.
     bool CrashLogOn() const { return writeCrashLog.Get() && !startedMultiprocess_; }
 
- private:
+  private:
     bool startedMultiprocess_ = false;
 };
 

@@ -6,7 +6,9 @@ namespace morvex {
 namespace {
 
 // Every section of the installation settings file but these two is a conversion profile.
-bool IsProfile(const std::wstring& section) { return section != L"General" && section != L"Options"; }
+bool IsProfile(const std::wstring& section) {
+    return section != L"General" && section != L"Options";
+}
 
 void RegisterProfiles(AppContext& context) {
     constexpr unsigned kLongestList = 4096;

@@ -5,21 +5,24 @@
 #include <cstdarg>
 #include <cwchar>
 
+#include "res/string_ids.h"
+
 namespace morvex {
 namespace {
 
 std::wstring LoadText(int id) {
     const wchar_t* text = nullptr;  // size 0: a pointer into the resource itself, not terminated
-    const int length = LoadStringW(GetModuleHandleW(nullptr), static_cast<UINT>(id),
-                                   reinterpret_cast<wchar_t*>(&text), 0);
+    const int length =
+        LoadStringW(GetModuleHandleW(nullptr), static_cast<UINT>(id), reinterpret_cast<wchar_t*>(&text), 0);
     return length > 0 ? std::wstring(text, static_cast<size_t>(length)) : std::wstring();
 }
 
 }  // namespace
 
 const std::vector<std::wstring>& LanguageNames() {
-    static const std::vector<std::wstring> names = {L"Česky",   L"Deutsch", L"English",  L"Français", L"Italiano",
-                                                    L"Русский", L"日本語",  L"简体中文", L"한글"};
+    static const std::vector<std::wstring> names = {L"Česky",    L"Deutsch",  L"English",
+                                                    L"Français", L"Italiano", L"Русский",
+                                                    L"日本語",   L"简体中文", L"한글"};
     return names;
 }
 
@@ -27,12 +30,18 @@ int LanguageOffset(std::wstring_view name) {
     static constexpr struct {
         std::wstring_view name;
         int offset;
-    } kOffsets[] = {{L"English", 0},      {L"Italiano", 20000},  {L"Français", 10000}, {L"Deutsch", 30000},
-                    {L"Русский", 5000},   {L"简体中文", 40000}, {L"한글", 35000},     {L"日本語", 60000}};
+    } kOffsets[] = {{L"English", 0},
+                    {L"Italiano", TEXT_OFFSET_ITALIAN},
+                    {L"Français", TEXT_OFFSET_FRENCH},
+                    {L"Deutsch", TEXT_OFFSET_GERMAN},
+                    {L"Русский", TEXT_OFFSET_RUSSIAN},
+                    {L"简体中文", TEXT_OFFSET_CHINESE},
+                    {L"한글", TEXT_OFFSET_KOREAN},
+                    {L"日本語", TEXT_OFFSET_JAPANESE}};
     for (const auto& entry : kOffsets) {
         if (entry.name == name) return entry.offset;
     }
-    return 50000;
+    return TEXT_OFFSET_CZECH;
 }
 
 void TextCatalogue::SetLanguage(const std::wstring& name) {

@@ -9,14 +9,14 @@ namespace morvex {
 // The interface languages in the order of the options list, named in themselves as the settings store them.
 const std::vector<std::wstring>& LanguageNames();
 
-// The offset of a language's block of string ids. A name that is no language ("Česky" has no entry of its own)
-// gives the block of the Czech texts.
+// The offset of a language's block of string ids. A name that is no language ("Česky" has no entry of its
+// own) gives the block of the Czech texts.
 int LanguageOffset(std::wstring_view name);
 
-// User-interface texts by their English string id in the chosen language. Belongs to the user-interface thread
-// once it runs; runs get the texts they need from RunTexts.
+// User-interface texts by their English string id in the chosen language. Belongs to the user-interface
+// thread once it runs; runs get the texts they need from RunTexts.
 class TextCatalogue {
- public:
+  public:
     // The program's resources hold the texts.
     void SetLanguage(const std::wstring& name);
     const std::wstring& Language() const { return language_; }
@@ -24,7 +24,7 @@ class TextCatalogue {
     // The text of a base id (res/string_ids.h); the English one where the language lacks it, else empty.
     std::wstring operator()(int id) const;
 
- private:
+  private:
     std::wstring language_ = L"English";
     int offset_ = 0;
 };

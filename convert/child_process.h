@@ -18,22 +18,23 @@ struct ChildArguments {
 // system's splitting rules give back the very same texts.
 std::wstring ChildCommandLine(const std::wstring& program, const ChildArguments& arguments);
 
-// A child converts between the formats that its parent names in these environment variables (filter texts), so
-// that a change of the settings while a run is under way cannot reach it. Without them it takes the settings'.
+// A child converts between the formats that its parent names in these environment variables (filter texts),
+// so that a change of the settings while a run is under way cannot reach it. Without them it takes the
+// settings'.
 inline constexpr wchar_t kFormatInVariable[] = L"MORVEX_FORMAT_IN";
 inline constexpr wchar_t kFormatOutVariable[] = L"MORVEX_FORMAT_OUT";
 
-// Starts children of this program and waits for them. Everything they start dies with this object, and with this
-// process however it ends. Run may be called from several threads at once.
+// Starts children of this program and waits for them. Everything they start dies with this object, and with
+// this process however it ends. Run may be called from several threads at once.
 class ChildRunner {
- public:
+  public:
     ChildRunner(const std::wstring& formatIn, const std::wstring& formatOut);
 
-    // Converts one file in a child and returns its exit code. A child that cannot be started counts as 0: that is
-    // this program's long-standing rule, which scripts around it rely on.
+    // Converts one file in a child and returns its exit code. A child that cannot be started counts as 0:
+    // that is this program's long-standing rule, which scripts around it rely on.
     int Run(const ChildArguments& arguments) const;
 
- private:
+  private:
     std::wstring program_;
     UniqueHandle job_;
 };

@@ -10,7 +10,8 @@ namespace {
 
 std::wstring EnvironmentText(const wchar_t* name) {
     std::wstring text(GetEnvironmentVariableW(name, nullptr, 0), L'\0');
-    if (!text.empty()) text.resize(GetEnvironmentVariableW(name, text.data(), static_cast<DWORD>(text.size())));
+    if (!text.empty())
+        text.resize(GetEnvironmentVariableW(name, text.data(), static_cast<DWORD>(text.size())));
     return text;
 }
 
@@ -22,7 +23,8 @@ void TakeFormatsOfParent(AppSettings& settings) {
     settings.formatOut.Assume(output);
 }
 
-// A path typed by hand may be relative. Nothing else is touched: odd names must reach the library as they are.
+// A path typed by hand may be relative. Nothing else is touched: odd names must reach the library as they
+// are.
 std::wstring FullPath(const std::wstring& path) {
     if (path.starts_with(L'\\') || (path.size() > 1 && path[1] == L':')) return path;
     std::wstring folder(GetCurrentDirectoryW(0, nullptr), L'\0');
@@ -40,7 +42,9 @@ std::wstring FolderToKeep(const std::wstring& path) {
 }  // namespace
 
 ConversionJob MakeChildJob(AppContext& context, const std::vector<std::wstring>& arguments) {
-    const auto argument = [&](size_t index) { return index < arguments.size() ? arguments[index] : std::wstring(); };
+    const auto argument = [&](size_t index) {
+        return index < arguments.size() ? arguments[index] : std::wstring();
+    };
     AppSettings& settings = context.settings;
     TakeFormatsOfParent(settings);
     settings.multiprocess.Assume(false);

@@ -7,7 +7,9 @@
 
 namespace morvex {
 
-bool ConversionJob::ShowsProgress() const { return IsProgressGroup(inputCode, outputCode); }
+bool ConversionJob::ShowsProgress() const {
+    return IsProgressGroup(inputCode, outputCode);
+}
 
 NamingRules MakeNamingRules(const AppSettings& settings) {
     const std::wstring& output = settings.formatOut.Get();

@@ -19,8 +19,8 @@ struct ConversionJob {
     std::wstring configFile;
     std::wstring schemaFolder;
     std::wstring libraryPath;
-    std::wstring crashLog;      // empty: none is kept
-    bool guarded = true;        // library faults are caught
+    std::wstring crashLog;  // empty: none is kept
+    bool guarded = true;    // library faults are caught
     bool developerMode = false;
     bool multiprocess = false;  // each file in a child process, as many at once as there are processors
     int healing = 0;

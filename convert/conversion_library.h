@@ -11,28 +11,32 @@ namespace morvex {
 // Called by the library on the converting thread. Percent is not clamped by the library.
 using ProgressCallback = void (*)(const int* phase, const int* percent);
 
-// The library's conversion entry point. Texts are valid for the call only; the result is a code of result_text.h.
-using ZelConvert = int (*)(int inputFormat, int outputFormat, const wchar_t* inputPath, const wchar_t* outputPath,
-                           const wchar_t* configFile, const wchar_t* schemaFolder, ProgressCallback progress,
-                           int parallel, void* reserved, int option, int traceLevel, int reserved2, int runSize);
+// The library's conversion entry point. Texts are valid for the call only; the result is a code of
+// result_text.h.
+using ZelConvert = int (*)(int inputFormat, int outputFormat, const wchar_t* inputPath,
+                           const wchar_t* outputPath, const wchar_t* configFile, const wchar_t* schemaFolder,
+                           ProgressCallback progress, int parallel, void* reserved, int option,
+                           int traceLevel, int reserved2, int runSize);
 
 // One loading of the library; unloaded with the object.
 class ConversionLibrary {
- public:
-    // Loads the file by its full path; besides the system's folder only the library's own is searched for what
-    // it needs. Not Loaded() afterwards when it is missing, is no library, or something it needs is missing.
+  public:
+    // Loads the file by its full path; besides the system's folder only the library's own is searched for
+    // what it needs. Not Loaded() afterwards when it is missing, is no library, or something it needs is
+    // missing.
     explicit ConversionLibrary(const std::wstring& path);
 
     bool Loaded() const { return module_ != nullptr; }
     ZelConvert Convert() const { return Entry<ZelConvert>("_zelConvert"); }  // null when not offered
     bool HasExecute() const { return Entry<void (*)()>("_zel_Execute") != nullptr; }
 
- private:
+  private:
     friend struct LibraryVersion;
     template <class Function>
     Function Entry(const char* name) const {
-        return module_ ? reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module_.get(), name)))
-                       : nullptr;
+        return module_
+                   ? reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module_.get(), name)))
+                   : nullptr;
     }
 
     UniqueModule module_;
@@ -43,7 +47,8 @@ struct LibraryVersion {
     int release = 0;  // 20240930 is a date; up to 9999 a plain number
     bool nativeEdition = false;
 
-    // Loads the library, asks and unloads it. Nothing when it cannot be loaded or has no version entry points.
+    // Loads the library, asks and unloads it. Nothing when it cannot be loaded or has no version entry
+    // points.
     static std::optional<LibraryVersion> Query(const std::wstring& libraryPath);
 
     std::wstring VersionText() const;  // "2024.4"

@@ -1,12 +1,11 @@
 #include "convert/conversion_run.h"
 
-#include <omp.h>
-
 #include <algorithm>
 #include <atomic>
 #include <ctime>
 #include <memory>
 #include <mutex>
+#include <omp.h>
 
 #include "convert/child_process.h"
 #include "convert/conversion_library.h"
@@ -20,8 +19,8 @@
 namespace morvex {
 namespace {
 
-// The library's call-back carries no context, so the observer of the conversion made in this process is found here.
-// There is at most one such conversion at a time.
+// The library's call-back carries no context, so the observer of the conversion made in this process is found
+// here. There is at most one such conversion at a time.
 std::atomic<RunObserver*> progressObserver = nullptr;
 
 void OnLibraryProgress(const int* phase, const int* percent) {
@@ -47,7 +46,7 @@ struct LibraryCall {
 };
 
 class Run {
- public:
+  public:
     Run(const ConversionJob& job, RunObserver& observer)
         : job_(job), observer_(observer), count_(job.files.size()), log_(job.crashLog) {
         if (job.multiprocess) children_ = std::make_unique<ChildRunner>(job.formatIn, job.formatOut);
@@ -66,7 +65,7 @@ class Run {
         return outcome_;
     }
 
- private:
+  private:
     // No exception may leave the parallel region: the first is kept, the rest of the run skipped.
     void ConvertOrKeepFailure(size_t row) noexcept {
         try {
@@ -122,8 +121,10 @@ class Run {
         int result = kResultFailed;
         if (job_.guarded) {
             const GuardedResult guarded = CallGuarded(LibraryCall::Invoke, &call);
-            if (guarded.fault) log_.FileCrashed();
-            else result = guarded.value;
+            if (guarded.fault)
+                log_.FileCrashed();
+            else
+                result = guarded.value;
         } else {
             result = call();
         }

@@ -13,7 +13,7 @@ namespace morvex {
 // Told what happens in a run, on whichever thread it happens (several at once in a multiprocess run). The run
 // waits for nothing here: an implementation that shows things posts them to its window and returns.
 class RunObserver {
- public:
+  public:
     virtual ~RunObserver() = default;
     // Before the first file: every row is about to be converted (status "-").
     virtual void OnRunStarted(size_t /*files*/) {}
@@ -34,8 +34,8 @@ struct RunOutcome {
     size_t failed = 0;       // files that ended with another result than 0
 };
 
-// Converts the job's files and returns when all are done. Runs on the caller's thread and, in a multiprocess job,
-// on the parallel runtime's workers. Never throws for what a file or the library does.
+// Converts the job's files and returns when all are done. Runs on the caller's thread and, in a multiprocess
+// job, on the parallel runtime's workers. Never throws for what a file or the library does.
 RunOutcome RunConversions(const ConversionJob& job, RunObserver& observer);
 
 }  // namespace morvex

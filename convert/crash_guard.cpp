@@ -4,8 +4,8 @@
 
 #include <malloc.h>
 
-// The frame in crash_guard_frame.S: calls function(argument) with MorvexGuardHandler as the frame's handler. After
-// a fault it returns with *fault set.
+// The frame in crash_guard_frame.S: calls function(argument) with MorvexGuardHandler as the frame's handler.
+// After a fault it returns with *fault set.
 extern "C" int MorvexGuardFrame(int (*function)(void*), void* argument, std::uint32_t* fault);
 extern "C" char MorvexGuardLanding[];
 
@@ -14,10 +14,13 @@ extern "C" EXCEPTION_DISPOSITION MorvexGuardHandler(EXCEPTION_RECORD* record, vo
     constexpr DWORD kUnwinding = EXCEPTION_UNWINDING | EXCEPTION_EXIT_UNWIND | EXCEPTION_TARGET_UNWIND;
     // Somebody else's unwind passes through: nothing of ours to clean.
     if (record->ExceptionFlags & kUnwinding) return ExceptionContinueSearch;
-    // The frame keeps its third argument in the slot at 40 bytes above the stack pointer (crash_guard_frame.S).
+    // The frame keeps its third argument in the slot at 40 bytes above the stack pointer
+    // (crash_guard_frame.S).
     auto* const fault = *reinterpret_cast<std::uint32_t**>(static_cast<char*>(frame) + 40);
     *fault = record->ExceptionCode;
-    RtlUnwindEx(frame, MorvexGuardLanding, record, reinterpret_cast<void*>(1), dispatcher->ContextRecord,
+    // A record of the unwind's own instead of the fault's: language runtimes that recognised theirs in it
+    // would run their clean-up and then continue to a catch that they never found.
+    RtlUnwindEx(frame, MorvexGuardLanding, nullptr, reinterpret_cast<void*>(1), dispatcher->ContextRecord,
                 dispatcher->HistoryTable);
     return ExceptionContinueSearch;  // not reached: the unwind continues at the landing
 }

@@ -9,16 +9,22 @@ namespace morvex {
 
 void CrashLog::RunStarts(size_t files) const {
     if (path_.empty()) return;
-    WriteTextFile(path_, Format(L"Nombre de fichiers \u00EF\u00BF\u00BD convertir: %d", static_cast<int>(files)) + L"\n\n");
+    WriteTextFile(
+        path_,
+        Format(L"Nombre de fichiers \u00EF\u00BF\u00BD convertir: %d", static_cast<int>(files)) + L"\n\n");
 }
 
 void CrashLog::FileStarts(const std::wstring& input) {
     Append(input + L"\nD\u00EF\u00BF\u00BDbut de traitement...");
 }
 
-void CrashLog::FileCrashed() { Append(L"Crash!!!\n"); }
+void CrashLog::FileCrashed() {
+    Append(L"Crash!!!\n");
+}
 
-void CrashLog::RunEnds() { Append(L"\nFin des conversions"); }
+void CrashLog::RunEnds() {
+    Append(L"\nFin des conversions");
+}
 
 void CrashLog::Append(const std::wstring& text) {
     if (path_.empty()) return;

@@ -6,10 +6,11 @@
 
 namespace morvex {
 
-// The crash log of one run: what was being converted when the process died is its last line. Each note is on disk
-// when its function returns. Safe from several threads; does nothing without a path; failed writes are ignored.
+// The crash log of one run: what was being converted when the process died is its last line. Each note is on
+// disk when its function returns. Safe from several threads; does nothing without a path; failed writes are
+// ignored.
 class CrashLog {
- public:
+  public:
     explicit CrashLog(std::wstring path) : path_(std::move(path)) {}
 
     void RunStarts(size_t files) const;  // begins a new log
@@ -17,7 +18,7 @@ class CrashLog {
     void FileCrashed();
     void RunEnds();
 
- private:
+  private:
     void Append(const std::wstring& text);
 
     std::wstring path_;

@@ -11,7 +11,9 @@
 namespace morvex {
 namespace {
 
-std::wstring_view UpToLast(std::wstring_view text, wchar_t mark) { return text.substr(0, text.rfind(mark)); }
+std::wstring_view UpToLast(std::wstring_view text, wchar_t mark) {
+    return text.substr(0, text.rfind(mark));
+}
 
 // The output's name without its extension.
 std::wstring BaseName(const SourceFile& source, int inputCode) {
@@ -43,8 +45,8 @@ std::wstring CaseKey(std::wstring_view path) {
     path = WithoutLongPrefix(path);
     std::wstring key(path.size(), L'\0');
     const int length = static_cast<int>(path.size());
-    LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_UPPERCASE, path.data(), length, key.data(), length, nullptr, nullptr,
-                  0);
+    LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_UPPERCASE, path.data(), length, key.data(), length, nullptr,
+                  nullptr, 0);
     return key;
 }
 

@@ -18,7 +18,8 @@ std::wstring GetConfigFilePath(AppContext& context) {
     const std::wstring chosen = context.settings.configFilePath.Get();
     if (!chosen.empty() && FileExists(chosen)) return chosen;
     context.settings.configFilePath.Set(L"");
-    if (context.settings.developerMode.Get() || UsesSharedConfig(context)) return context.folders.SharedConfig();
+    if (context.settings.developerMode.Get() || UsesSharedConfig(context))
+        return context.folders.SharedConfig();
     const ConversionPair* pair =
         context.pairs.Find(context.settings.formatIn.Get(), context.settings.formatOut.Get());
     if (!pair || pair->configFile.empty()) return {};

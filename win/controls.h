@@ -10,7 +10,7 @@
 namespace morvex {
 
 class Control {
- public:
+  public:
     explicit Control(HWND handle) : handle_(handle) {}
     HWND Handle() const { return handle_; }
     LRESULT Send(UINT message, WPARAM wParam = 0, LPARAM lParam = 0) const {
@@ -18,7 +18,8 @@ class Control {
     }
     std::wstring Text() const {
         std::wstring text(static_cast<size_t>(GetWindowTextLengthW(handle_)), L'\0');
-        text.resize(static_cast<size_t>(GetWindowTextW(handle_, text.data(), static_cast<int>(text.size()) + 1)));
+        text.resize(
+            static_cast<size_t>(GetWindowTextW(handle_, text.data(), static_cast<int>(text.size()) + 1)));
         return text;
     }
     void SetText(const std::wstring& text) const { SetWindowTextW(handle_, text.c_str()); }
@@ -26,19 +27,19 @@ class Control {
     bool Enabled() const { return IsWindowEnabled(handle_) != FALSE; }
     void Show(bool on = true) const { ShowWindow(handle_, on ? SW_SHOW : SW_HIDE); }
 
- private:
+  private:
     HWND handle_;
 };
 
 class CheckBox : public Control {  // radio buttons too
- public:
+  public:
     using Control::Control;
     bool Checked() const { return Send(BM_GETCHECK) == BST_CHECKED; }
     void Check(bool on = true) const { Send(BM_SETCHECK, on ? BST_CHECKED : BST_UNCHECKED); }
 };
 
 class Edit : public Control {
- public:
+  public:
     using Control::Control;
     void SetReadOnly(bool on) const { Send(EM_SETREADONLY, on); }
     bool ReadOnly() const { return (GetWindowLongW(Handle(), GWL_STYLE) & ES_READONLY) != 0; }
@@ -46,17 +47,20 @@ class Edit : public Control {
 };
 
 class ComboBox : public Control {
- public:
+  public:
     using Control::Control;
     void Clear() const { Send(CB_RESETCONTENT); }
-    void Add(const std::wstring& text) const { Send(CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(text.c_str())); }
+    void Add(const std::wstring& text) const {
+        Send(CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(text.c_str()));
+    }
     int Count() const { return static_cast<int>(Send(CB_GETCOUNT)); }
     int Selected() const { return static_cast<int>(Send(CB_GETCURSEL)); }  // -1 for none
     void Select(int index) const { Send(CB_SETCURSEL, static_cast<WPARAM>(index)); }
     // Selects the entry with exactly this text; false (and nothing selected) when there is none.
     bool SelectText(const std::wstring& text) const {
         int index = Count();
-        while (--index >= 0 && TextAt(index) != text) {}
+        while (--index >= 0 && TextAt(index) != text) {
+        }
         Select(index);
         return index >= 0;
     }
@@ -72,7 +76,7 @@ class ComboBox : public Control {
 };
 
 class Slider : public Control {
- public:
+  public:
     using Control::Control;
     void SetRange(int low, int high) const { Send(TBM_SETRANGE, TRUE, MAKELPARAM(low, high)); }
     void SetPosition(int position) const { Send(TBM_SETPOS, TRUE, position); }
@@ -80,7 +84,7 @@ class Slider : public Control {
 };
 
 class ProgressBar : public Control {
- public:
+  public:
     using Control::Control;
     void SetRange(int low, int high) const { Send(PBM_SETRANGE32, static_cast<WPARAM>(low), high); }
     void SetPosition(int position) const { Send(PBM_SETPOS, static_cast<WPARAM>(position)); }

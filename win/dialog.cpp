@@ -9,20 +9,29 @@ namespace {
     throw std::system_error(static_cast<int>(GetLastError()), std::system_category(), what);
 }
 
-LPARAM ToParameter(Dialog* dialog) { return reinterpret_cast<LPARAM>(dialog); }
+LPARAM ToParameter(Dialog* dialog) {
+    return reinterpret_cast<LPARAM>(dialog);
+}
 
 }  // namespace
 
 bool Dialog::OnCommand(int id, int, HWND) {
-    if (id == IDOK) OnOk();
-    else if (id == IDCANCEL) OnCancel();
-    else return false;
+    if (id == IDOK)
+        OnOk();
+    else if (id == IDCANCEL)
+        OnCancel();
+    else
+        return false;
     return true;
 }
 
-bool Dialog::OnNotify(NMHDR&, LRESULT&) { return false; }
+bool Dialog::OnNotify(NMHDR&, LRESULT&) {
+    return false;
+}
 
-bool Dialog::OnMessage(UINT, WPARAM, LPARAM, INT_PTR&) { return false; }
+bool Dialog::OnMessage(UINT, WPARAM, LPARAM, INT_PTR&) {
+    return false;
+}
 
 INT_PTR CALLBACK Dialog::Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept {
     auto* dialog = reinterpret_cast<Dialog*>(GetWindowLongPtrW(window, DWLP_USER));
@@ -73,9 +82,13 @@ INT_PTR ModalDialog::Run(int templateId, HWND parent) {
     return result;
 }
 
-void ModalDialog::Close(INT_PTR result) { EndDialog(Handle(), result); }
+void ModalDialog::Close(INT_PTR result) {
+    EndDialog(Handle(), result);
+}
 
-ModelessDialog::~ModelessDialog() { Destroy(); }
+ModelessDialog::~ModelessDialog() {
+    Destroy();
+}
 
 void ModelessDialog::Create(int templateId, HWND parent) {
     if (!CreateDialogParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(templateId), parent, Procedure,
@@ -89,6 +102,8 @@ void ModelessDialog::Destroy() {
     if (Handle()) DestroyWindow(Handle());
 }
 
-void ModelessDialog::Close(INT_PTR) { Destroy(); }
+void ModelessDialog::Close(INT_PTR) {
+    Destroy();
+}
 
 }  // namespace morvex

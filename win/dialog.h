@@ -11,7 +11,7 @@ namespace morvex {
 // An exception that leaves such a function closes the dialog and is thrown again by Run (modal) or reported
 // by Failure (modeless): none crosses the system's frames.
 class Dialog {
- public:
+  public:
     Dialog() = default;
     Dialog(const Dialog&) = delete;
     Dialog& operator=(const Dialog&) = delete;
@@ -21,7 +21,7 @@ class Dialog {
     HWND Item(int id) const { return GetDlgItem(handle_, id); }
     std::exception_ptr Failure() const { return failure_; }
 
- protected:
+  protected:
     // The window exists, its controls too. True lets the system set the focus on the first control.
     virtual bool OnInit() { return true; }
     // A command of a control, menu or accelerator. True when handled.
@@ -37,7 +37,7 @@ class Dialog {
 
     static INT_PTR CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept;
 
- private:
+  private:
     INT_PTR Dispatch(UINT message, WPARAM wParam, LPARAM lParam);
 
     HWND handle_ = nullptr;
@@ -45,23 +45,24 @@ class Dialog {
 };
 
 class ModalDialog : public Dialog {
- public:
-    // Shows the dialog and returns its result when it is closed. Throws std::system_error when it cannot be made,
-    // and whatever left one of its functions.
+  public:
+    // Shows the dialog and returns its result when it is closed. Throws std::system_error when it cannot be
+    // made, and whatever left one of its functions.
     INT_PTR Run(int templateId, HWND parent);
 
- protected:
+  protected:
     void Close(INT_PTR result) override;
 };
 
 class ModelessDialog : public Dialog {
- public:
+  public:
     ~ModelessDialog() override;
-    // Creates the window (shown when its template says visible). Throws std::system_error when it cannot be made.
+    // Creates the window (shown when its template says visible). Throws std::system_error when it cannot be
+    // made.
     void Create(int templateId, HWND parent);
     void Destroy();
 
- protected:
+  protected:
     void Close(INT_PTR result) override;
 };
 

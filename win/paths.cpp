@@ -7,7 +7,9 @@ namespace {
 
 constexpr size_t kLongestPlainPath = 259;
 
-DWORD Attributes(const std::wstring& path) { return GetFileAttributesW(WithLongPrefix(path).c_str()); }
+DWORD Attributes(const std::wstring& path) {
+    return GetFileAttributesW(WithLongPrefix(path).c_str());
+}
 
 }  // namespace
 
@@ -50,7 +52,9 @@ std::wstring WithLongPrefix(std::wstring path) {
     return L"\\\\?\\" + path;
 }
 
-bool FileExists(const std::wstring& path) { return Attributes(path) != INVALID_FILE_ATTRIBUTES; }
+bool FileExists(const std::wstring& path) {
+    return Attributes(path) != INVALID_FILE_ATTRIBUTES;
+}
 
 bool FolderExists(const std::wstring& path) {
     const DWORD attributes = Attributes(path);
@@ -59,7 +63,8 @@ bool FolderExists(const std::wstring& path) {
 
 std::optional<std::uint64_t> FileSizeOf(const std::wstring& path) {
     WIN32_FILE_ATTRIBUTE_DATA data;
-    if (!GetFileAttributesExW(WithLongPrefix(path).c_str(), GetFileExInfoStandard, &data)) return std::nullopt;
+    if (!GetFileAttributesExW(WithLongPrefix(path).c_str(), GetFileExInfoStandard, &data))
+        return std::nullopt;
     return std::uint64_t{data.nFileSizeHigh} << 32 | data.nFileSizeLow;
 }
 

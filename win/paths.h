@@ -5,7 +5,8 @@
 #include <string>
 #include <string_view>
 
-// Path texts as the program keeps them: full, backslash-separated, UTF-16. Nothing here is limited to 260 characters.
+// Path texts as the program keeps them: full, backslash-separated, UTF-16. Nothing here is limited to 260
+// characters.
 namespace morvex {
 
 // folder + "\" + name; a folder that already ends in a backslash ("C:\") gets no second one.
@@ -26,7 +27,8 @@ std::wstring_view ExtensionOf(std::wstring_view path);
 // Compares without regard to case, as the file system does.
 bool SameText(std::wstring_view a, std::wstring_view b);
 
-// The path with the long-path prefix "\\?\" when it is longer than 259 characters and has none ("\\?\UNC\" for a share).
+// The path with the long-path prefix "\\?\" when it is longer than 259 characters and has none ("\\?\UNC\"
+// for a share).
 std::wstring WithLongPrefix(std::wstring path);
 
 bool FileExists(const std::wstring& path);    // something of that name, a folder included

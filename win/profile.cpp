@@ -7,7 +7,8 @@ namespace morvex::profile {
 std::wstring ReadText(const std::wstring& file, const wchar_t* section, const wchar_t* key,
                       const std::wstring& fallback, unsigned capacity) {
     std::wstring text(capacity, L'\0');
-    text.resize(GetPrivateProfileStringW(section, key, fallback.c_str(), text.data(), capacity, file.c_str()));
+    text.resize(
+        GetPrivateProfileStringW(section, key, fallback.c_str(), text.data(), capacity, file.c_str()));
     return text;
 }
 
@@ -29,7 +30,8 @@ std::vector<std::wstring> SectionNames(const std::wstring& file) {
         buffer.assign(buffer.size() * 2, L'\0');
     }
     std::vector<std::wstring> names;
-    for (const wchar_t* name = buffer.c_str(); *name; name += names.back().size() + 1) names.emplace_back(name);
+    for (const wchar_t* name = buffer.c_str(); *name; name += names.back().size() + 1)
+        names.emplace_back(name);
     return names;
 }
 

@@ -15,10 +15,9 @@ constexpr std::string_view kUtf16BigMark = "\xFE\xFF";
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 
 bool ReadBytes(const std::wstring& path, std::string& bytes) {
-    const UniqueHandle file =
-        OwnFile(CreateFileW(WithLongPrefix(path).c_str(), GENERIC_READ,
-                            FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
-                            FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+    const UniqueHandle file = OwnFile(CreateFileW(
+        WithLongPrefix(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+        nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
     LARGE_INTEGER size;
     if (!file || !GetFileSizeEx(file.get(), &size)) return false;
     bytes.resize(static_cast<size_t>(size.QuadPart));
@@ -140,9 +139,9 @@ bool WriteTextFile(const std::wstring& path, std::wstring_view text) {
 }
 
 bool AppendTextFile(const std::wstring& path, std::wstring_view text) {
-    const UniqueHandle file =
-        OwnFile(CreateFileW(WithLongPrefix(path).c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                            nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const UniqueHandle file = OwnFile(CreateFileW(WithLongPrefix(path).c_str(), FILE_APPEND_DATA,
+                                                  FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS,
+                                                  FILE_ATTRIBUTE_NORMAL, nullptr));
     return file && WriteAll(file.get(), Encode(text));
 }
 

@@ -15,8 +15,8 @@ bool ReadTextFile(const std::wstring& path, std::wstring& text);
 // The lines of a text without their line ends; a line end at the very end starts no further line.
 std::vector<std::wstring_view> SplitLines(std::wstring_view text);
 
-// Replaces the file's content with `text`. Written beside it first and then renamed, so a failure (false) leaves
-// the old file as it was.
+// Replaces the file's content with `text`. Written beside it first and then renamed, so a failure (false)
+// leaves the old file as it was.
 bool WriteTextFile(const std::wstring& path, std::wstring_view text);
 
 // Appends to a file made by WriteTextFile, flushed to the system before it returns. False when it cannot.

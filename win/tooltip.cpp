@@ -7,9 +7,9 @@ namespace morvex {
 void Tooltip::Create(HWND dialog) {
     constexpr int kWrapWidth = 400;  // pixels at 96 dpi
     dialog_ = dialog;
-    window_ = CreateWindowExW(WS_EX_TOPMOST, TOOLTIPS_CLASSW, nullptr, WS_POPUP | TTS_ALWAYSTIP | TTS_NOPREFIX,
-                              CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, dialog, nullptr, nullptr,
-                              nullptr);
+    window_ = CreateWindowExW(WS_EX_TOPMOST, TOOLTIPS_CLASSW, nullptr,
+                              WS_POPUP | TTS_ALWAYSTIP | TTS_NOPREFIX, CW_USEDEFAULT, CW_USEDEFAULT,
+                              CW_USEDEFAULT, CW_USEDEFAULT, dialog, nullptr, nullptr, nullptr);
     const int dpi = static_cast<int>(GetDpiForWindow(dialog));
     SendMessageW(window_, TTM_SETMAXTIPWIDTH, 0, MulDiv(kWrapWidth, dpi, USER_DEFAULT_SCREEN_DPI));
     SendMessageW(window_, TTM_SETDELAYTIME, TTDT_AUTOPOP, MAXSHORT);

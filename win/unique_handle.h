@@ -6,11 +6,14 @@
 
 namespace morvex {
 
-// Owner of one system handle; closes it when it goes out of scope. `Close` is the function that ends the handle.
+// Owner of one system handle; closes it when it goes out of scope. `Close` is the function that ends the
+// handle.
 template <auto Close>
 struct HandleCloser {
     template <class H>
-    void operator()(H handle) const { Close(handle); }
+    void operator()(H handle) const {
+        Close(handle);
+    }
 };
 
 template <class T, auto Close>
@@ -25,6 +28,8 @@ using UniqueFind = UniqueResource<HANDLE, ::FindClose>;
 using UniqueLocal = UniqueResource<HLOCAL, ::LocalFree>;
 
 // File functions answer INVALID_HANDLE_VALUE for a failure; this makes it an empty owner.
-inline UniqueHandle OwnFile(HANDLE file) { return UniqueHandle(file == INVALID_HANDLE_VALUE ? nullptr : file); }
+inline UniqueHandle OwnFile(HANDLE file) {
+    return UniqueHandle(file == INVALID_HANDLE_VALUE ? nullptr : file);
+}
 
 }  // namespace morvex

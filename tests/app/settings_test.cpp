@@ -37,8 +37,8 @@ TEST(Settings, HaveDefaultsWithoutFiles) {
     EXPECT_FALSE(settings.UseOutputFolder());
     for (const SwitchSetting* off :
          {&settings.inputPathInName, &settings.writeCrashLog, &settings.healing, &settings.disableGuard,
-          &settings.developerMode, &settings.multiprocess, &settings.convertAtStartup, &settings.loadLastState,
-          &settings.addNativeFormat, &settings.fillOverride}) {
+          &settings.developerMode, &settings.multiprocess, &settings.convertAtStartup,
+          &settings.loadLastState, &settings.addNativeFormat, &settings.fillOverride}) {
         EXPECT_FALSE(off->Get());
     }
     EXPECT_EQ(settings.Theme(), (Colour{43, 61, 79}));
@@ -49,10 +49,13 @@ TEST(Settings, HaveDefaultsWithoutFiles) {
 
 TEST(Settings, ReadWhatIsStored) {
     Places places;
-    places.User(L"[General]\nSameFolderAsInput=2\nFirstLaunch=0\nHealing=1\nOutput_folder=D:\\\u8f93\u51fa\n"
-                L"Config_File_Path=" + places.folder / L"my.zel" + L"\n[Options]\nLanguage=Deutsch\n");
-    places.Installation(L"[General]\nMultiprocess=1\nWriteLogFileIfCrash=1\nDefaultTheme=10,20\n"
-                        L"DeveloperTheme=1,2,3\nDeveloperMode=yes\nAddZelWbi=2\n");
+    places.User(
+        L"[General]\nSameFolderAsInput=2\nFirstLaunch=0\nHealing=1\nOutput_folder=D:\\\u8f93\u51fa\n"
+        L"Config_File_Path=" +
+        places.folder / L"my.zel" + L"\n[Options]\nLanguage=Deutsch\n");
+    places.Installation(
+        L"[General]\nMultiprocess=1\nWriteLogFileIfCrash=1\nDefaultTheme=10,20\n"
+        L"DeveloperTheme=1,2,3\nDeveloperMode=yes\nAddZelWbi=2\n");
     WriteTextFile(places.folder / L"my.zel", L"[INTERNAL CONF]\nFILL_OVERRIDE=1\n");
     AppSettings settings(places.folders);
     settings.Load();
@@ -93,7 +96,8 @@ TEST(StartUp, RegistersProfilesAndRepairsTheSavedPair) {
         L"[Mesh]\nZEL_INPUT_FORMAT=STEP,IGES 3D\nZEL_OUTPUT_FORMAT=ALL_MESH,OCC\nZEL_CONFIG_FILE=mesh.zel\n"
         L"[Options]\nZEL_INPUT_FORMAT=JT\nZEL_OUTPUT_FORMAT=STEP\n";
     places.Installation(L"[General]\nZEL_INPUT_FORMAT=JT\nZEL_OUTPUT_FORMAT=STEP\n" + profiles);
-    places.User(L"[General]\nFormat_in=JT (*.jt)\nFormat_out=STEP (*.stp)\n[Options]\nLanguage=Espa\u00f1ol\n");
+    places.User(
+        L"[General]\nFormat_in=JT (*.jt)\nFormat_out=STEP (*.stp)\n[Options]\nLanguage=Espa\u00f1ol\n");
     const std::wstring iges = L"IGES 3D (*.igs;*.iges)";
     {
         AppContext context(places.folders);
@@ -170,7 +174,8 @@ TEST(ConfigFile, IsCreatedOnceWithItsDefaults) {
     EXPECT_NE(text.find("MAXSIZE=100000000000000010000000000000000000000000000000000.0000000"), text.npos);
     EXPECT_NE(text.find("TRUETYPE_FONT=\"C:\\Windows\\Fonts\\unifont_0.ttf\""), text.npos);
     // Not every system's profile writer keeps a leading blank.
-    EXPECT_TRUE(text.find("ANGULAR_TOL= 0.174532") != text.npos || text.find("ANGULAR_TOL=0.174532") != text.npos);
+    EXPECT_TRUE(text.find("ANGULAR_TOL= 0.174532") != text.npos ||
+                text.find("ANGULAR_TOL=0.174532") != text.npos);
 
     test::WriteFileBytes(path, "[X]\r\n");
     EXPECT_FALSE(WriteDefaultConfig(path));

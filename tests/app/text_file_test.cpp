@@ -17,7 +17,8 @@ TEST(TextFile, ReadsWhatEditorsWrite) {
     for (size_t i = 0; i + 1 < big.size(); i += 2) std::swap(big[i], big[i + 1]);
     TempFolder folder;
     const std::wstring path = folder / L"list.csv";
-    for (const std::string& bytes : {utf8, "\xEF\xBB\xBF" + utf8, little, big, little.substr(2), big.substr(2)}) {
+    for (const std::string& bytes :
+         {utf8, "\xEF\xBB\xBF" + utf8, little, big, little.substr(2), big.substr(2)}) {
         test::WriteFileBytes(path, bytes);
         std::wstring text;
         ASSERT_TRUE(ReadTextFile(path, text));

@@ -1,8 +1,7 @@
 #include "convert/conversion_run.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
+#include <gtest/gtest.h>
 #include <map>
 #include <mutex>
 
@@ -20,7 +19,7 @@ using test::TempFolder;
 
 // Keeps what a run says, from any thread.
 class Recorder : public RunObserver {
- public:
+  public:
     void OnRunStarted(size_t files) override { started = files; }
     void OnStatus(size_t row, const std::wstring& text) override {
         const std::lock_guard lock(mutex_);
@@ -35,11 +34,12 @@ class Recorder : public RunObserver {
     std::vector<int> percents;
     bool stop = false;
 
- private:
+  private:
     std::mutex mutex_;
 };
 
-ConversionJob Job(const std::vector<std::wstring>& names, const std::wstring& library = LibraryLog::LibraryPath()) {
+ConversionJob Job(const std::vector<std::wstring>& names,
+                  const std::wstring& library = LibraryLog::LibraryPath()) {
     ConversionJob job;
     for (const std::wstring& name : names) {
         job.files.push_back({L"C:\\in", name});
@@ -79,7 +79,8 @@ TEST(ConversionRun, CallsTheLibraryAsItExpects) {
     EXPECT_EQ(calls[0].config, L"C:\\conf dir\\c.zel");
     EXPECT_EQ(calls[0].schema, L"C:\\schema");
     const auto tail = [](const LibraryCall& c) {
-        return std::vector<int>{c.hasProgress, c.parallel, c.hasReserved, c.option, c.traceLevel, c.reserved2, c.runSize};
+        return std::vector<int>{c.hasProgress, c.parallel,  c.hasReserved, c.option,
+                                c.traceLevel,  c.reserved2, c.runSize};
     };
     EXPECT_EQ(tail(calls[0]), (std::vector<int>{1, 0, 0, 0, 0, 0, -1}));
     EXPECT_EQ(tail(calls[1]), (std::vector<int>{1, 0, 0, 1, -5, 0, -1}));
@@ -117,7 +118,8 @@ TEST(ConversionRun, TurnsResultsIntoStatusTexts) {
         {-38, L"Future File Version Not Yet Supported"},
     };
     std::vector<std::wstring> names;
-    for (int result = -40; result <= 2; ++result) names.push_back(L"{result=" + std::to_wstring(result) + L"}.stp");
+    for (int result = -40; result <= 2; ++result)
+        names.push_back(L"{result=" + std::to_wstring(result) + L"}.stp");
     const LibraryLog log;
     for (const bool developer : {false, true}) {
         Recorder recorder;
@@ -128,11 +130,15 @@ TEST(ConversionRun, TurnsResultsIntoStatusTexts) {
         EXPECT_EQ(outcome.failed, names.size() - 1);
         for (int result = -40; result <= 2; ++result) {
             const auto known = texts.find(result);
-            std::wstring expected = known != texts.end() ? known->second : developer ? std::to_wstring(result) : L"KO";
+            std::wstring expected = known != texts.end() ? known->second
+                                    : developer          ? std::to_wstring(result)
+                                                         : L"KO";
             if (developer) expected += L" [0.00 sec]";
             EXPECT_EQ(recorder.Last(static_cast<size_t>(result + 40)), expected);
         }
-        if (developer) { EXPECT_EQ(recorder.Last(names.size()), L"- [0]"); }
+        if (developer) {
+            EXPECT_EQ(recorder.Last(names.size()), L"- [0]");
+        }
     }
 }
 
@@ -140,8 +146,8 @@ TEST(ConversionRun, SurvivesFaultsOfTheLibrary) {
     const LibraryLog log;
     const TempFolder folder;
     Recorder recorder;
-    ConversionJob job = Job({L"{read}.stp", L"{overflow}.stp", L"{throw}.stp", L"{overflow}2.stp", L"{write}.stp",
-                             L"{raise}.stp", L"good.stp"});
+    ConversionJob job = Job({L"{read}.stp", L"{overflow}.stp", L"{throw}.stp", L"{overflow}2.stp",
+                             L"{write}.stp", L"{raise}.stp", L"good.stp"});
     job.crashLog = folder / L"LogFileIfCrash.txt";
     const RunOutcome outcome = RunConversions(job, recorder);
     EXPECT_EQ(outcome.failed, 6u);

@@ -1,8 +1,9 @@
 // The test program is its own child: multiprocess runs start the program that runs them, with five arguments.
-#include <gtest/gtest.h>
 #include <windows.h>
 
 #include <shellapi.h>
+
+#include <gtest/gtest.h>
 
 #include "app/start_up.h"
 #include "convert/child_road.h"
@@ -13,7 +14,8 @@ namespace {
 
 int ConvertAsChild(const std::vector<std::wstring>& arguments) {
     using namespace morvex;
-    AppContext context(MakeProgramFolders(std::wstring(FolderOf(ModulePath())), std::wstring(FolderOf(ModulePath()))));
+    AppContext context(
+        MakeProgramFolders(std::wstring(FolderOf(ModulePath())), std::wstring(FolderOf(ModulePath()))));
     context.folders.library = test::LibraryLog::LibraryPath();
     RunObserver nobody;
     return RunConversions(MakeChildJob(context, arguments), nobody).lastResult;

@@ -6,7 +6,8 @@ namespace morvex {
 namespace {
 
 NamingRules Rules(const std::wstring& extension, int inputCode = 4, int outputCode = 22) {
-    return {.inputCode = inputCode, .outputCode = outputCode, .extension = extension, .outputFolder = L"D:\\out"};
+    return {
+        .inputCode = inputCode, .outputCode = outputCode, .extension = extension, .outputFolder = L"D:\\out"};
 }
 
 NamingRules ToFolder(NamingRules rules, const std::wstring& folder = L"D:\\out") {
@@ -57,9 +58,11 @@ TEST(OutputNaming, PrefixesPathsOfMoreThan259Characters) {
     EXPECT_EQ(withLength(259).size(), 259u);
     EXPECT_EQ(withLength(260).substr(0, 8), L"\\\\?\\C:\\x");
     EXPECT_EQ(withLength(260).size(), 264u);
-    const std::wstring share = OutputPath({L"\\\\server\\share", std::wstring(300, L'x') + L".stp"}, Rules(L".stl"));
+    const std::wstring share =
+        OutputPath({L"\\\\server\\share", std::wstring(300, L'x') + L".stp"}, Rules(L".stl"));
     EXPECT_TRUE(share.starts_with(L"\\\\?\\UNC\\server\\share\\x"));
-    const std::wstring prefixed = OutputPath({L"\\\\?\\C:\\in", std::wstring(300, L'x') + L".stp"}, Rules(L".stl"));
+    const std::wstring prefixed =
+        OutputPath({L"\\\\?\\C:\\in", std::wstring(300, L'x') + L".stp"}, Rules(L".stl"));
     EXPECT_TRUE(prefixed.starts_with(L"\\\\?\\C:\\in\\x"));
 }
 
@@ -68,10 +71,12 @@ TEST(OutputNaming, KeepsOutputsOfOneRunApart) {
         return PlanOutputs(sources, rules);
     };
     using Paths = std::vector<std::wstring>;
-    EXPECT_EQ(plan({{L"C:\\1", L"a.stp"}, {L"C:\\2", L"A.stp"}, {L"C:\\3", L"a.step"}}, ToFolder(Rules(L".stl"))),
-              (Paths{L"D:\\out\\a.stl", L"D:\\out\\A (2).stl", L"D:\\out\\a (3).stl"}));
+    EXPECT_EQ(
+        plan({{L"C:\\1", L"a.stp"}, {L"C:\\2", L"A.stp"}, {L"C:\\3", L"a.step"}}, ToFolder(Rules(L".stl"))),
+        (Paths{L"D:\\out\\a.stl", L"D:\\out\\A (2).stl", L"D:\\out\\a (3).stl"}));
     // A number that another file carries already is passed over, for the later one of the two.
-    EXPECT_EQ(plan({{L"C:\\1", L"a.stp"}, {L"C:\\1", L"a (2).stp"}, {L"C:\\2", L"a.stp"}}, ToFolder(Rules(L".stl"))),
+    EXPECT_EQ(plan({{L"C:\\1", L"a.stp"}, {L"C:\\1", L"a (2).stp"}, {L"C:\\2", L"a.stp"}},
+                   ToFolder(Rules(L".stl"))),
               (Paths{L"D:\\out\\a.stl", L"D:\\out\\a (2).stl", L"D:\\out\\a (3).stl"}));
     // The output folder is the input's own: the input keeps its bytes.
     EXPECT_EQ(plan({{L"D:\\OUT", L"a.stp"}}, ToFolder(Rules(L".stp", 4, 4))), (Paths{L"D:\\out\\a (2).stp"}));

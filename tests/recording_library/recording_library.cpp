@@ -1,14 +1,14 @@
-// A conversion library for tests: converts nothing, writes every call into a log and does what a test scripts.
+// A conversion library for tests: converts nothing, writes every call into a log and does what a test
+// scripts.
 //
-// Environment: MORVEX_TEST_LOG names the log (UTF-16LE, one line a call, tab-separated fields); without it nothing is
-// logged. MORVEX_TEST_SCRIPT holds commands for every call; "{commands}" inside the input's file name adds more for
-// that file. Commands, separated by ",":
+// Environment: MORVEX_TEST_LOG names the log (UTF-16LE, one line a call, tab-separated fields); without it
+// nothing is logged. MORVEX_TEST_SCRIPT holds commands for every call; "{commands}" inside the input's file
+// name adds more for that file. Commands, separated by ",":
 //   result=N   the result (default 0)           sleep=N    milliseconds before the end
 //   progress   reports -3, 50, 150 percent      spew=N     writes N kilobytes to standard output
-//   read, write, overflow, throw, raise         faults: null read, null write, stack overflow, C++ and other exceptions
-//   abort, fastfail, exit=N                     ends of the process
-//   grandchild                                  starts a process that sleeps and is left behind
-//   output                                      writes the output file
+//   read, write, overflow, throw, raise         faults: null read, null write, stack overflow, C++ and other
+//   exceptions abort, fastfail, exit=N                     ends of the process grandchild starts a process
+//   that sleeps and is left behind output                                      writes the output file
 #include <windows.h>
 
 #include <cstdio>
@@ -29,14 +29,15 @@ std::wstring Environment(const wchar_t* name) {
 long long Milliseconds() {
     FILETIME now;
     GetSystemTimeAsFileTime(&now);
-    return static_cast<long long>((static_cast<unsigned long long>(now.dwHighDateTime) << 32 | now.dwLowDateTime) / 10000);
+    return static_cast<long long>(
+        (static_cast<unsigned long long>(now.dwHighDateTime) << 32 | now.dwLowDateTime) / 10000);
 }
 
 void WriteLog(const std::wstring& line) {
     const std::wstring path = Environment(L"MORVEX_TEST_LOG");
     if (path.empty()) return;
-    const HANDLE file = CreateFileW(path.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                    OPEN_ALWAYS, 0, nullptr);
+    const HANDLE file = CreateFileW(path.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                    nullptr, OPEN_ALWAYS, 0, nullptr);
     DWORD written = 0;
     WriteFile(file, line.data(), static_cast<DWORD>(line.size() * 2), &written, nullptr);
     CloseHandle(file);
@@ -53,7 +54,9 @@ int Recurse(int depth) {
 struct Script {
     std::wstring commands;
 
-    bool Has(const std::wstring& command) const { return (L"," + commands + L",").find(L"," + command + L",") != std::wstring::npos; }
+    bool Has(const std::wstring& command) const {
+        return (L"," + commands + L",").find(L"," + command + L",") != std::wstring::npos;
+    }
     int Number(const std::wstring& name, int fallback) const {
         const std::wstring text = L"," + commands;
         const size_t at = text.find(L"," + name + L"=");
@@ -74,7 +77,8 @@ void Spew(int kilobytes) {
     const std::string block(1024, 'x');
     for (int i = 0; i < kilobytes; ++i) {
         DWORD written = 0;
-        WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), block.data(), static_cast<DWORD>(block.size()), &written, nullptr);
+        WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), block.data(), static_cast<DWORD>(block.size()), &written,
+                  nullptr);
     }
 }
 
@@ -83,7 +87,8 @@ void StartGrandchild() {
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION created{};
-    CreateProcessW(nullptr, command, nullptr, nullptr, FALSE, CREATE_NO_WINDOW, nullptr, nullptr, &startup, &created);
+    CreateProcessW(nullptr, command, nullptr, nullptr, FALSE, CREATE_NO_WINDOW, nullptr, nullptr, &startup,
+                   &created);
 }
 
 void Play(const Script& script, const wchar_t* output, ProgressCallback progress) {
@@ -114,25 +119,31 @@ void Play(const Script& script, const wchar_t* output, ProgressCallback progress
 
 extern "C" {
 
-__declspec(dllexport) int _zelConvert(int inputFormat, int outputFormat, const wchar_t* input, const wchar_t* output,
-                                      const wchar_t* config, const wchar_t* schema, ProgressCallback progress, int parallel,
-                                      void* reserved, int option, int traceLevel, int reserved2, int runSize) {
+__declspec(dllexport) int _zelConvert(int inputFormat, int outputFormat, const wchar_t* input,
+                                      const wchar_t* output, const wchar_t* config, const wchar_t* schema,
+                                      ProgressCallback progress, int parallel, void* reserved, int option,
+                                      int traceLevel, int reserved2, int runSize) {
     const Script script = ScriptFor(input);
     const long long start = Milliseconds();
     const std::wstring tab = L"\t";
     const auto number = [&tab](long long value) { return tab + std::to_wstring(value); };
     std::wstring line = std::to_wstring(GetCurrentProcessId());
-    line += number(inputFormat) + number(outputFormat) + tab + input + tab + output + tab + config + tab + schema +
-            number(progress != nullptr) + number(parallel) + number(reserved != nullptr) + number(option) +
-            number(traceLevel) + number(reserved2) + number(runSize) + number(start);
+    line += number(inputFormat) + number(outputFormat) + tab + input + tab + output + tab + config + tab +
+            schema + number(progress != nullptr) + number(parallel) + number(reserved != nullptr) +
+            number(option) + number(traceLevel) + number(reserved2) + number(runSize) + number(start);
     // A call that will not return is logged before it is lost.
-    const bool returns = script.commands.find_first_not_of(L"result=0123456789-,sleepprogress") == std::wstring::npos;
+    const bool returns =
+        script.commands.find_first_not_of(L"result=0123456789-,sleepprogress") == std::wstring::npos;
     if (!returns) WriteLog(line + number(start) + L"\n");
     Play(script, output, progress);
     if (returns) WriteLog(line + number(Milliseconds()) + L"\n");
     return script.Number(L"result", 0);
 }
 
-__declspec(dllexport) int _zelGetVersion() { return 244; }
-__declspec(dllexport) int _zelGetRelease() { return 20240930; }
+__declspec(dllexport) int _zelGetVersion() {
+    return 244;
+}
+__declspec(dllexport) int _zelGetRelease() {
+    return 20240930;
+}
 }

@@ -20,7 +20,7 @@ struct LibraryCall {
 
 // Makes the recording library (here and in child processes) log into a file of its own and follow a script.
 class LibraryLog {
- public:
+  public:
     explicit LibraryLog(const std::wstring& script = L"") {
         SetEnvironmentVariableW(L"MORVEX_TEST_LOG", (folder_ / L"calls.log").c_str());
         SetEnvironmentVariableW(L"MORVEX_TEST_SCRIPT", script.c_str());
@@ -44,16 +44,29 @@ class LibraryLog {
         return std::wstring(FolderOf(ModulePath())) + L"\\" + folder + L"\\Polyvane_x64.dll";
     }
 
- private:
+  private:
     static LibraryCall Parse(const std::wstring& line) {
         std::vector<std::wstring> fields;
         std::wistringstream stream(line);
         for (std::wstring field; std::getline(stream, field, L'\t');) fields.push_back(field);
         fields.resize(16);
         const auto number = [&fields](size_t i) { return fields[i].empty() ? -999 : std::stoi(fields[i]); };
-        return {number(0), number(1),  number(2),  fields[3],  fields[4],  fields[5],          fields[6],
-                number(7), number(8),  number(9),  number(10), number(11), number(12),         number(13),
-                std::stoll(fields[14]), std::stoll(fields[15])};
+        return {number(0),
+                number(1),
+                number(2),
+                fields[3],
+                fields[4],
+                fields[5],
+                fields[6],
+                number(7),
+                number(8),
+                number(9),
+                number(10),
+                number(11),
+                number(12),
+                number(13),
+                std::stoll(fields[14]),
+                std::stoll(fields[15])};
     }
 
     TempFolder folder_;

@@ -21,7 +21,7 @@ class TempFolder {
         Remove();  // a program that crashed may have left one of that name
         std::filesystem::create_directories(path_);
     }
-    ~TempFolder() { RemoveTree(path_); }
+    ~TempFolder() { Remove(); }
     TempFolder(const TempFolder&) = delete;
     TempFolder& operator=(const TempFolder&) = delete;
 
@@ -48,6 +48,11 @@ class TempFolder {
         }
         if (find != INVALID_HANDLE_VALUE) FindClose(find);
         RemoveDirectoryW(WithLongPrefix(folder).c_str());
+    }
+
+    void Remove() const {
+        std::error_code ignored;
+        std::filesystem::remove_all(L"\\\\?\\" + path_, ignored);
     }
 
     std::wstring path_;

@@ -1,0 +1,197 @@
+#include "convert/child_process.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <functional>
+#include <gtest/gtest.h>
+#include <map>
+#include <mutex>
+#include <omp.h>
+#include <set>
+#include <tlhelp32.h>
+
+#include "convert/conversion_run.h"
+#include "tests/support/library_log.h"
+
+namespace morvex {
+namespace {
+
+using test::LibraryCall;
+using test::LibraryLog;
+
+class LastStatus : public RunObserver {
+  public:
+    void OnStatus(size_t row, const std::wstring& text) override {
+        const std::lock_guard lock(mutex_);
+        texts[row] = text;
+    }
+    std::map<size_t, std::wstring> texts;
+
+  private:
+    std::mutex mutex_;
+};
+
+ConversionJob Job(const std::vector<std::wstring>& names) {
+    ConversionJob job;
+    for (const std::wstring& name : names) {
+        job.files.push_back({L"C:\\in dir", name});
+        job.outputs.push_back(L"C:\\out dir\\" + name + L".stl");
+    }
+    job.formatIn = L"STEP (*.step;*.stp;*.stpz;*.stpx;*.stpxz;*.stpnc;*.stpa)";
+    job.formatOut = L"STL (*.stl)";
+    job.configFile = L"C:\\my config\\c.zel";
+    job.schemaFolder = L"C:\\schema";
+    job.multiprocess = true;
+    return job;
+}
+
+// How many of the calls were under way at once.
+int Overlap(const std::vector<LibraryCall>& calls) {
+    int most = 0;
+    for (const LibraryCall& at : calls) {
+        const auto running = std::count_if(calls.begin(), calls.end(), [&](const LibraryCall& other) {
+            return other.startMs <= at.startMs && at.startMs < other.endMs;
+        });
+        most = std::max(most, static_cast<int>(running));
+    }
+    return most;
+}
+
+std::set<int> Processes(const std::vector<LibraryCall>& calls) {
+    std::set<int> ids;
+    for (const LibraryCall& call : calls) ids.insert(call.process);
+    return ids;
+}
+
+int ProcessesNamed(const std::wstring& name) {
+    const UniqueHandle snapshot = OwnFile(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+    PROCESSENTRY32W entry{};
+    entry.dwSize = sizeof entry;
+    int count = 0;
+    for (BOOL more = Process32FirstW(snapshot.get(), &entry); more;
+         more = Process32NextW(snapshot.get(), &entry)) {
+        count += SameText(entry.szExeFile, name);
+    }
+    return count;
+}
+
+bool Eventually(const std::function<bool()>& condition) {
+    for (int tries = 0; tries < 500; ++tries) {
+        if (condition()) return true;
+        Sleep(10);
+    }
+    return false;
+}
+
+TEST(ChildProcess, OneChildAFileAndAsManyAtOnceAsWorkers) {
+    const LibraryLog log(L"sleep=300");
+    LastStatus status;
+    const int workers = std::max(2, omp_get_max_threads());
+    omp_set_num_threads(workers);
+    std::vector<std::wstring> names;
+    for (int i = 0; i < 2 * workers; ++i) names.push_back(std::to_wstring(i) + L".stp");
+    RunConversions(Job(names), status);
+    const std::vector<LibraryCall> calls = log.Calls();
+    ASSERT_EQ(calls.size(), names.size());
+    EXPECT_EQ(Processes(calls).size(), names.size());
+    EXPECT_FALSE(Processes(calls).contains(static_cast<int>(GetCurrentProcessId())));
+    EXPECT_EQ(Overlap(calls), workers);
+    for (const LibraryCall& call : calls) {
+        EXPECT_EQ(call.inputFormat, 4);
+        EXPECT_EQ(call.outputFormat, 22);
+        EXPECT_EQ(call.parallel, 0);
+        EXPECT_EQ(call.runSize, -1);
+        EXPECT_EQ(call.config, L"C:\\my config\\c.zel");
+        EXPECT_EQ(call.schema, L"C:\\schema");
+    }
+
+    omp_set_num_threads(1);  // one processor still converts through a child
+    RunConversions(Job({L"single.stp"}), status);
+    EXPECT_NE(log.Calls().back().process, static_cast<int>(GetCurrentProcessId()));
+    omp_set_num_threads(workers);
+
+    ConversionJob here = Job({L"here.stp", L"here too.stp"});
+    here.multiprocess = false;
+    here.libraryPath = LibraryLog::LibraryPath();
+    RunConversions(here, status);
+    EXPECT_EQ(log.Calls().back().process, static_cast<int>(GetCurrentProcessId()));
+    const std::vector<LibraryCall> all = log.Calls();
+    EXPECT_EQ(Overlap({all.end() - 2, all.end()}), 1);
+}
+
+TEST(ChildProcess, ExitCodesAndDeathsBecomeTheRowsText) {
+    const LibraryLog log;
+    const std::pair<std::wstring, std::wstring> cases[] = {
+        {L"{result=0}.stp", L"OK"},
+        {L"{result=-22}.stp", L"Cannot open Input File"},
+        {L"{exit=259}.stp", L"KO"},
+        {L"{exit=7}.stp", L"KO"},
+        {L"{read}.stp", L"KO"},
+        {L"{abort}.stp", L"KO"},
+        {L"{fastfail}.stp", L"KO"},
+        {L"{overflow}.stp", L"KO"},
+        {L"{throw}.stp", L"KO"},
+        {L"{spew=4096}.stp", L"OK"},
+        {L"{result=-32}.stp", L"Empty File"},
+    };
+    std::vector<std::wstring> names;
+    for (const auto& c : cases) names.push_back(c.first);
+    LastStatus status;
+    RunConversions(Job(names), status);
+    for (size_t i = 0; i < names.size(); ++i) EXPECT_EQ(status.texts[i], cases[i].second) << i;
+}
+
+TEST(ChildProcess, NothingItStartedOutlivesTheRun) {
+    const int before = ProcessesNamed(L"ping.exe");
+    {
+        const LibraryLog log(L"grandchild");
+        LastStatus status;
+        RunConversions(Job({L"a.stp"}), status);
+        EXPECT_EQ(status.texts[0], L"OK");
+    }
+    EXPECT_TRUE(Eventually([&] { return ProcessesNamed(L"ping.exe") == before; }));
+}
+
+TEST(ChildProcess, AwkwardNamesArriveUnchanged) {
+    const std::wstring names[] = {L"two  blanks .stp",
+                                  L"%41%TEMP%.stp",
+                                  L"#&^'!;,=~`$@().stp",
+                                  L"-leading.stp",
+                                  L"@file.stp",
+                                  L"\U0001F600.stp",
+                                  L"\u05E9\u05DC\u05D5\u05DD.stp",
+                                  L"e\u0301.stp",
+                                  std::wstring(L"lone") + wchar_t(0xD83D) + L".stp",
+                                  L"NUL.stp",
+                                  L"trailing.",
+                                  L"\u90E8\u54C1\u0447\u0430\u0441\u0442\u044C.stp",
+                                  L"case.stp",
+                                  L"CASE.stp",
+                                  std::wstring(390, L'l') + L".stp",
+                                  L"back\\slash\\"};
+    std::vector<std::wstring> list(std::begin(names), std::end(names));
+    const LibraryLog log;
+    LastStatus status;
+    const ConversionJob job = Job(list);
+    RunConversions(job, status);
+    std::set<std::wstring> expected, inputs, outputs, expectedOutputs;
+    for (size_t i = 0; i < list.size(); ++i) {
+        expected.insert(job.files[i].folder + L"\\" + list[i]);
+        expectedOutputs.insert(WithLongPrefix(job.outputs[i]));
+    }
+    for (const LibraryCall& call : log.Calls()) {
+        inputs.insert(call.input);
+        outputs.insert(call.output);
+    }
+    EXPECT_EQ(inputs, expected);
+    EXPECT_EQ(outputs, expectedOutputs);
+}
+
+TEST(ChildProcess, CommandLineSplitsBackIntoItsArguments) {
+    EXPECT_EQ(ChildCommandLine(L"C:\\p x\\Morvex.exe", {L"C:\\a b.stp", L"D:\\out\\", L"", L"C:\\s"}),
+              L"\"C:\\p x\\Morvex.exe\" \"C:\\a b.stp\" \"D:\\out\\\\\" \"\" \"C:\\s\"");
+}
+
+}  // namespace
+}  // namespace morvex
