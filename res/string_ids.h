@@ -99,6 +99,7 @@
 #define IDS_CANNOT_WRITE_FILE 3025
 #define IDS_CANNOT_SAVE_SETTINGS 3026
 #define IDS_LIBRARY_BAD 3027
+#define IDS_NO_SETTINGS 3028
 
 // Status of a row whose conversion was refused before or without the library.
 #define IDS_OUTPUT_FOLDER_MISSING 3040
