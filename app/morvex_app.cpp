@@ -65,10 +65,14 @@ void CmorvexApp::RunChildRoad() {
     ExitProcess(static_cast<UINT>(ConvertForParent(arguments)));
 }
 
+// What a window would show goes to standard error: the file's status, or why there was no run.
 int CmorvexApp::ConvertForParent(const std::vector<std::wstring>& arguments) {
-    RunObserver nobody;
-    const RunOutcome outcome = RunConversions(MakeChildJob(context_, arguments), nobody);
-    if (!outcome.message.empty()) Print(STD_ERROR_HANDLE, outcome.message + L"\n");
+    struct Printer : RunObserver {
+        void OnStatus(size_t, const std::wstring& text) override { status = text; }
+        std::wstring status;
+    } printer;
+    const RunOutcome outcome = RunConversions(MakeChildJob(context_, arguments), printer);
+    Print(STD_ERROR_HANDLE, (outcome.abandoned ? outcome.message : printer.status) + L"\n");
     return outcome.lastResult;
 }
 

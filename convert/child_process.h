@@ -18,9 +18,9 @@ struct ChildArguments {
 // system's splitting rules give back the very same texts.
 std::wstring ChildCommandLine(const std::wstring& program, const ChildArguments& arguments);
 
-// A child converts between the formats that its parent names in these environment variables (filter texts),
-// so that a change of the settings while a run is under way cannot reach it. Without them it takes the
-// settings'.
+// A child converts between the formats that these environment variables name (filter texts, or display names
+// for whoever starts it by hand), so that a change of the settings while a run is under way cannot reach it.
+// Without them it takes the settings'.
 inline constexpr wchar_t kFormatInVariable[] = L"MORVEX_FORMAT_IN";
 inline constexpr wchar_t kFormatOutVariable[] = L"MORVEX_FORMAT_OUT";
 

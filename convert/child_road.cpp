@@ -3,6 +3,8 @@
 #include <windows.h>
 
 #include "convert/child_process.h"
+#include "formats/input_formats.h"
+#include "formats/output_formats.h"
 #include "win/paths.h"
 
 namespace morvex {
@@ -15,12 +17,15 @@ std::wstring EnvironmentText(const wchar_t* name) {
     return text;
 }
 
+// Both are known to the tables, whether by filter text or by display name.
 void TakeFormatsOfParent(AppSettings& settings) {
     const std::wstring input = EnvironmentText(kFormatInVariable);
     const std::wstring output = EnvironmentText(kFormatOutVariable);
     if (input.empty() || output.empty()) return;
-    settings.formatIn.Assume(input);
-    settings.formatOut.Assume(output);
+    const std::wstring inputOfName = InputDisplayNameToFilterText(input);
+    const std::wstring outputOfName = OutputDisplayNameToFilterText(output);
+    settings.formatIn.Assume(inputOfName.empty() ? input : inputOfName);
+    settings.formatOut.Assume(outputOfName.empty() ? output : outputOfName);
 }
 
 // A path typed by hand may be relative. Nothing else is touched: odd names must reach the library as they

@@ -5,8 +5,11 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build="$root/build"
 bin="$build/bin"
 
-# Quiet, separate from the user's own prefix, and without the installers Wine offers at prefix creation.
-export WINEPREFIX="$build/wine"
+# File names of every language must reach Wine as they are.
+export LC_ALL=C.UTF-8
+
+# Quiet, in a prefix of the project's own, and without the installers that Wine offers when it makes one.
+export WINEPREFIX="${MORVEX_WINEPREFIX:-$build/wine}"
 export WINEDEBUG="${WINEDEBUG:--all}"
 export WINEDLLOVERRIDES="mscoree=;mshtml=;winemenubuilder.exe="
 
@@ -31,29 +34,33 @@ need_packages() {
 # Starts a virtual display when the caller has none, and stops it with the script.
 need_display() {
   [ -z "${DISPLAY:-}" ] || return 0
-  local number=90
+  local number=90 tries=0
   while [ -e "/tmp/.X$number-lock" ]; do number=$((number + 1)); done
   Xvfb ":$number" -screen 0 1600x1200x24 -nolisten tcp >/dev/null 2>&1 &
   xvfb_pid=$!
   export DISPLAY=":$number"
-  trap stop_display EXIT
-  local tries=0
-  until [ -e "/tmp/.X11-unix/X$number" ] || [ $tries -ge 100 ]; do sleep 0.05; tries=$((tries + 1)); done
+  until [ -e "/tmp/.X11-unix/X$number" ] || [ $tries -ge 200 ]; do sleep 0.05; tries=$((tries + 1)); done
 }
 
-stop_display() {
-  wineserver -k >/dev/null 2>&1 || true
-  [ -z "${xvfb_pid:-}" ] || kill "$xvfb_pid" 2>/dev/null || true
-}
-
-# Makes the Wine prefix on first use and keeps one wineserver alive for the whole script.
+# Makes the Wine prefix on first use and keeps one wineserver alive until the script ends.
 need_wine() {
   need_display
+  trap stop_wine EXIT
   if [ ! -e "$WINEPREFIX/system.reg" ]; then
     mkdir -p "$build"
     say "Preparing Wine"
     wineboot --init >/dev/null 2>&1
-    wineserver -w
   fi
   wineserver -p >/dev/null 2>&1 || true
+}
+
+stop_wine() {
+  wineserver -k >/dev/null 2>&1 || true
+  [ -z "${xvfb_pid:-}" ] || kill "$xvfb_pid" 2>/dev/null || true
+}
+
+# The Windows form of an absolute path of this system.
+windows_path() {
+  local path="Z:$1"
+  printf '%s' "${path//\//\\}"
 }
