@@ -1,11 +1,11 @@
-#include <gtest/gtest.h>
+#include "formats/file_recognition.h"
 
+#include <gtest/gtest.h>
 #include <iterator>
 #include <map>
 #include <set>
 #include <string>
 
-#include "formats/file_recognition.h"
 #include "formats/input_formats.h"
 
 namespace morvex {

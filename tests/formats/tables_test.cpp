@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-
 #include <iterator>
 
 #include "formats/input_formats.h"
