@@ -1,0 +1,135 @@
+#include "engine/cad/document.h"
+
+#include <BRep_Builder.hxx>
+#include <BRep_Tool.hxx>
+#include <Poly_Triangulation.hxx>
+#include <TDataStd_Name.hxx>
+#include <TDocStd_Application.hxx>
+#include <TopExp_Explorer.hxx>
+#include <TopoDS.hxx>
+#include <TopoDS_Compound.hxx>
+#include <XCAFApp_Application.hxx>
+#include <XCAFDoc_DocumentTool.hxx>
+#include <cmath>
+
+namespace morvex {
+namespace {
+
+struct ShapeCounts {
+    std::int64_t solids = 0, faces = 0, triangles = 0, edges = 0;
+};
+
+ShapeCounts CountShape(const TopoDS_Shape& shape) {
+    ShapeCounts counts;
+    for (TopExp_Explorer solid(shape, TopAbs_SOLID); solid.More(); solid.Next()) ++counts.solids;
+    for (TopExp_Explorer face(shape, TopAbs_FACE); face.More(); face.Next()) {
+        ++counts.faces;
+        TopLoc_Location location;
+        const auto triangles = BRep_Tool::Triangulation(TopoDS::Face(face.Current()), location);
+        if (!triangles.IsNull()) counts.triangles += triangles->NbTriangles();
+    }
+    for (TopExp_Explorer edge(shape, TopAbs_EDGE, TopAbs_FACE); edge.More(); edge.Next()) ++counts.edges;
+    return counts;
+}
+
+}  // namespace
+
+Document::Document() {
+    XCAFApp_Application::GetApplication()->NewDocument("BinXCAF", document_);
+    shapes_ = XCAFDoc_DocumentTool::ShapeTool(document_->Main());
+    colours_ = XCAFDoc_DocumentTool::ColorTool(document_->Main());
+}
+
+TDF_Label Document::AddPart(const TopoDS_Shape& shape, const std::string& name) {
+    const TCollection_ExtendedString title(name.c_str(), Standard_True);
+    const TopLoc_Location location = shape.Location();
+    const TDF_Label part = shapes_->AddShape(shape.Located(TopLoc_Location()), Standard_False);
+    TDataStd_Name::Set(part, title);
+    if (location.IsIdentity()) return part;
+    const TDF_Label assembly = shapes_->NewShape();
+    TDataStd_Name::Set(assembly, title);
+    TDataStd_Name::Set(shapes_->AddComponent(assembly, part, location), title);
+    shapes_->UpdateAssemblies();
+    return part;
+}
+
+bool Document::ColourOf(const TDF_Label& label, Quantity_ColorRGBA& colour) const {
+    return colours_->GetColor(label, XCAFDoc_ColorSurf, colour) ||
+           colours_->GetColor(label, XCAFDoc_ColorGen, colour);
+}
+
+TDF_LabelSequence Document::Roots() const {
+    TDF_LabelSequence roots;
+    shapes_->GetFreeShapes(roots);
+    return roots;
+}
+
+std::vector<TDF_Label> Document::Parts() const {
+    TDF_LabelSequence shapes;
+    shapes_->GetShapes(shapes);
+    std::vector<TDF_Label> parts;
+    for (const TDF_Label& label : shapes) {
+        if (XCAFDoc_ShapeTool::IsSimpleShape(label)) parts.push_back(label);
+    }
+    return parts;
+}
+
+TopoDS_Shape Document::WholeShape() const {
+    const TDF_LabelSequence roots = Roots();
+    if (roots.IsEmpty()) return {};
+    if (roots.Length() == 1) return XCAFDoc_ShapeTool::GetShape(roots.First());
+    TopoDS_Compound whole;
+    const BRep_Builder builder;
+    builder.MakeCompound(whole);
+    for (const TDF_Label& root : roots) {
+        const TopoDS_Shape shape = XCAFDoc_ShapeTool::GetShape(root);
+        if (!shape.IsNull()) builder.Add(whole, shape);
+    }
+    return whole;
+}
+
+ModelCounts Document::Count() const {
+    ModelCounts counts;
+    TDF_LabelSequence colours;
+    colours_->GetColors(colours);
+    counts.colours = colours.Length();
+    for (const TDF_Label& part : Parts()) {
+        // The number of roads from a root down to the part.
+        const std::function<std::int64_t(const TDF_Label&)> uses = [&](const TDF_Label& label) {
+            if (XCAFDoc_ShapeTool::IsFree(label)) return std::int64_t{1};
+            TDF_LabelSequence users;
+            XCAFDoc_ShapeTool::GetUsers(label, users, Standard_False);
+            std::int64_t number = 0;
+            for (const TDF_Label& user : users) {
+                number += uses(XCAFDoc_ShapeTool::IsComponent(user) ? user.Father() : user);
+            }
+            return number;
+        };
+        const std::int64_t instances = uses(part);
+        const ShapeCounts shape = CountShape(XCAFDoc_ShapeTool::GetShape(part));
+        ++counts.parts;
+        counts.instances += instances;
+        counts.solids += shape.solids * instances;
+        counts.faces += shape.faces * instances;
+        counts.triangles += shape.triangles * instances;
+        counts.edges += shape.edges * instances;
+    }
+    return counts;
+}
+
+bool Document::IsFinite() const {
+    for (const TDF_Label& part : Parts()) {
+        for (TopExp_Explorer face(XCAFDoc_ShapeTool::GetShape(part), TopAbs_FACE); face.More(); face.Next()) {
+            TopLoc_Location location;
+            const auto triangles = BRep_Tool::Triangulation(TopoDS::Face(face.Current()), location);
+            if (triangles.IsNull()) continue;
+            for (int node = 1; node <= triangles->NbNodes(); ++node) {
+                const gp_Pnt point = triangles->Node(node);
+                if (!std::isfinite(point.X() + point.Y() + point.Z())) return false;
+            }
+        }
+    }
+    return true;
+}
+
+}  // namespace morvex

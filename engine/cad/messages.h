@@ -1,0 +1,26 @@
+// The libraries' progress and messages, brought to the journal.
+#pragma once
+
+#include <Message_Printer.hxx>
+#include <Message_ProgressIndicator.hxx>
+
+#include "engine/worker/journal.h"
+
+namespace morvex {
+
+class JournalProgress : public Message_ProgressIndicator {
+  public:
+    explicit JournalProgress(Journal& journal) : journal_(journal) {}
+    void Show(const Message_ProgressScope& scope, const Standard_Boolean force) override;
+
+  private:
+    Journal& journal_;
+};
+
+// Takes the place of the default messenger's printers, which write to standard output. The first few failures
+// and warnings become warnings of the report; the rest are counted.
+void CollectMessages(Journal& journal, bool echo);
+// Says how many messages were passed over.
+void FinishMessages(Journal& journal);
+
+}  // namespace morvex

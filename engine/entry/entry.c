@@ -1,0 +1,177 @@
+/* The entry points of the conversion library. Thin: they hand the job to a worker process and pass on what it
+ * says, so nothing that happens in a conversion can harm the process of the caller. */
+#include <windows.h>
+
+#include <stdlib.h>
+#include <string.h>
+
+#include "engine/entry/platform.h"
+#include "engine/entry/protocol.h"
+
+enum { kVersion = 244, kRelease = 20240930, kConvertingPhase = 1 };
+
+/* Called on the thread that called _zelConvert. */
+typedef void(__cdecl* ProgressCallback)(const int* phase, const int* percent);
+
+struct Text {
+    char* bytes;
+    size_t size, room;
+    int failed;
+};
+
+static void Append(struct Text* text, const char* bytes, size_t size) {
+    if (text->failed) return;
+    if (text->size + size > text->room) {
+        const size_t room = (text->size + size) * 2;
+        char* const larger = realloc(text->bytes, room);
+        if (larger == NULL) {
+            text->failed = 1;
+            return;
+        }
+        text->bytes = larger;
+        text->room = room;
+    }
+    memcpy(text->bytes + text->size, bytes, size);
+    text->size += size;
+}
+
+/* "key=value" with its NUL; the keys of the protocol end in "=". */
+static void AppendField(struct Text* job, const char* key, const char* value) {
+    Append(job, key, strlen(key));
+    Append(job, value, strlen(value) + 1);
+}
+
+static void AppendNumber(struct Text* job, const char* key, int number) {
+    char digits[16], *start = digits + sizeof digits;
+    unsigned left = number < 0 ? 0u - (unsigned)number : (unsigned)number;
+    *--start = '\0';
+    do {
+        *--start = (char)('0' + left % 10);
+    } while ((left /= 10) != 0);
+    if (number < 0) *--start = '-';
+    AppendField(job, key, start);
+}
+
+/* Locks of other programs are known to this side only: the worker of a Wine process does not see them. */
+static int CheckLocks(const WCHAR* inputPath, const WCHAR* outputPath) {
+    const DWORD share = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    HANDLE file = CreateFileW(inputPath, GENERIC_READ, share, NULL, OPEN_EXISTING, 0, NULL);
+    if (file != INVALID_HANDLE_VALUE) {
+        CloseHandle(file);
+    } else {
+        const DWORD error = GetLastError();
+        const BOOL missing = error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ||
+                             error == ERROR_INVALID_NAME || error == ERROR_BAD_NETPATH;
+        return missing ? ZEL_NO_FILE : ZEL_CANNOT_OPEN_INPUT;
+    }
+    file = CreateFileW(outputPath, GENERIC_WRITE | DELETE, share, NULL, OPEN_EXISTING, 0, NULL);
+    if (file != INVALID_HANDLE_VALUE) {
+        CloseHandle(file);
+    } else if (GetLastError() != ERROR_FILE_NOT_FOUND) {
+        return ZEL_CANNOT_WRITE;
+    }
+    return ZEL_OK;
+}
+
+/* The job in the form of the protocol; a result other than ZEL_OK when a path has no native form. */
+static int ComposeJob(struct Text* job, const WCHAR* inputPath, const WCHAR* outputPath,
+                      const WCHAR* configFile) {
+    char* const input = NativePath(inputPath);
+    char* const output = NativePath(outputPath);
+    char* const config = configFile != NULL && *configFile != 0 ? NativePath(configFile) : NULL;
+    int result = ZEL_OK;
+    if (input == NULL) {
+        result = ZEL_CANNOT_OPEN_INPUT;
+    } else if (output == NULL) {
+        result = ZEL_CANNOT_WRITE;
+    } else {
+        AppendField(job, MORVEX_JOB_INPUT, input);
+        AppendField(job, MORVEX_JOB_OUTPUT, output);
+        if (config != NULL) AppendField(job, MORVEX_JOB_CONFIG, config);
+    }
+    free(input);
+    free(output);
+    free(config);
+    return result;
+}
+
+/* Takes one line of the worker. Nonzero when it was the result, which is stored. */
+static int TakeLine(const char* line, ProgressCallback progress, int* result) {
+    if (line[0] == MORVEX_LINE_RESULT) {
+        *result = atoi(line + 1);
+        return 1;
+    }
+    if (line[0] == MORVEX_LINE_PROGRESS && progress != NULL) {
+        const int phase = kConvertingPhase, percent = atoi(line + 1);
+        progress(&phase, &percent);
+    }
+    return 0;
+}
+
+static int FollowWorker(struct Worker* worker, ProgressCallback progress) {
+    char line[4096]; /* the rest of a longer one is only the reason's text */
+    size_t length = 0;
+    char bytes[4096];
+    int result = ZEL_FAILED;
+    for (;;) {
+        const size_t got = ReceiveFromWorker(worker, bytes, sizeof bytes);
+        if (got == 0) return result;
+        for (size_t at = 0; at < got; ++at) {
+            if (bytes[at] != '\n') {
+                if (length + 1 < sizeof line) line[length++] = bytes[at];
+                continue;
+            }
+            line[length] = '\0';
+            length = 0;
+            if (TakeLine(line, progress, &result)) return result;
+        }
+    }
+}
+
+static int RunWorker(const struct Text* job, int showMessages, ProgressCallback progress) {
+    struct Worker* const worker = StartWorker(showMessages);
+    if (worker == NULL) return ZEL_FAILED;
+    const int result =
+        SendToWorker(worker, job->bytes, job->size) ? FollowWorker(worker, progress) : ZEL_FAILED;
+    CloseWorker(worker);
+    return result;
+}
+
+int __cdecl _zelConvert(int inputFormat, int outputFormat, const WCHAR* inputPath, const WCHAR* outputPath,
+                        const WCHAR* configFile, const WCHAR* schemaFolder, ProgressCallback progress,
+                        int parallel, void* reserved, int option, int traceLevel, int reserved2,
+                        int runSize) {
+    struct Text job = {NULL, 0, 0, 0};
+    int result;
+    (void)schemaFolder, (void)reserved, (void)option, (void)reserved2,
+        (void)runSize; /* of no use to this engine */
+    if (inputPath == NULL || outputPath == NULL || *inputPath == 0 || *outputPath == 0) return ZEL_FAILED;
+    result = CheckLocks(inputPath, outputPath);
+    if (result == ZEL_OK) result = ComposeJob(&job, inputPath, outputPath, configFile);
+    if (result == ZEL_OK) {
+        AppendNumber(&job, MORVEX_JOB_INPUT_FORMAT, inputFormat);
+        AppendNumber(&job, MORVEX_JOB_OUTPUT_FORMAT, outputFormat);
+        AppendNumber(&job, MORVEX_JOB_PARALLEL, parallel);
+        AppendNumber(&job, MORVEX_JOB_TRACE, traceLevel);
+        Append(&job, "", 1);
+        result = job.failed ? ZEL_FAILED : RunWorker(&job, traceLevel < 0, progress);
+    }
+    free(job.bytes);
+    return result;
+}
+
+int __cdecl _zel_Execute(int inputFormat, int outputFormat, const WCHAR* inputPath, const WCHAR* outputPath,
+                         const WCHAR* configFile, const WCHAR* schemaFolder, ProgressCallback progress,
+                         int parallel, void* reserved, int option, int traceLevel, int reserved2,
+                         int runSize) {
+    return _zelConvert(inputFormat, outputFormat, inputPath, outputPath, configFile, schemaFolder, progress,
+                       parallel, reserved, option, traceLevel, reserved2, runSize);
+}
+
+int __cdecl _zelGetVersion(void) {
+    return kVersion;
+}
+
+int __cdecl _zelGetRelease(void) {
+    return kRelease;
+}

@@ -1,0 +1,26 @@
+/* What differs between the two homes of the entry library: a Wine process that starts a Linux worker, and a
+ * Windows process that starts a Windows one. */
+#pragma once
+
+#include <windows.h>
+
+#include <stddef.h>
+
+struct Worker; /* one running worker and the pipes to and from it */
+
+/* The path as the worker knows it, UTF-8, to be freed; NULL when there is none (a missing folder, a name that
+ * the worker's system cannot hold). */
+char* NativePath(const WCHAR* path);
+
+/* Starts the worker that lies beside this library. `showMessages` lets what it says to standard error
+ * through. NULL when it cannot be started. */
+struct Worker* StartWorker(int showMessages);
+
+/* Whether all bytes were taken. */
+int SendToWorker(struct Worker* worker, const char* bytes, size_t size);
+
+/* Waits for output; the number of bytes received, or 0 at the end. Never polls. */
+size_t ReceiveFromWorker(struct Worker* worker, char* bytes, size_t size);
+
+/* Closes the pipes, which ends a worker that still runs, waits for it, and frees everything. */
+void CloseWorker(struct Worker* worker);

@@ -1,0 +1,213 @@
+#include "engine/worker/preflight.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "engine/worker/formats.h"
+
+namespace morvex {
+namespace {
+
+using std::string_view;
+
+struct Excerpt {
+    std::string head, tail;
+    std::uint64_t size = 0;
+
+    bool HeadHas(string_view text) const { return head.find(text) != std::string::npos; }
+    bool TailHas(string_view text) const { return tail.find(text) != std::string::npos; }
+    std::uint32_t Word(std::size_t at) const {
+        std::uint32_t word = 0;
+        if (at + sizeof word <= head.size()) std::memcpy(&word, head.data() + at, sizeof word);
+        return word;
+    }
+};
+
+constexpr std::size_t kHeadSize = 64 * 1024, kTailSize = 16 * 1024;
+
+Outcome Unknown(string_view format) {
+    return Outcome::Fail(ZEL_UNKNOWN_TYPE, "The file is no " + std::string(format) + " file");
+}
+Outcome CutOff() {
+    return Outcome::Fail(ZEL_CORRUPTED, "The end of the file is missing");
+}
+Outcome Version(string_view what) {
+    return Outcome::Fail(ZEL_VERSION, std::string(what) + " is not supported");
+}
+
+bool IsText(const Excerpt& file) {
+    return file.head.find('\0') == std::string::npos;
+}
+
+Outcome CheckStep(const Excerpt& file) {
+    if (file.head.starts_with("PK") || file.head.starts_with("\x1f\x8b")) return Version("Compressed STEP");
+    if (file.HeadHas("<?xml")) return Version("STEP in XML");
+    if (!file.HeadHas("ISO-10303-21") || file.HeadHas("FILE_SCHEMA(('IFC")) return Unknown("STEP");
+    return file.TailHas("END-ISO-10303-21") ? Outcome::Ok() : CutOff();
+}
+
+Outcome CheckIfc(const Excerpt& file) {
+    if (file.head.starts_with("PK")) return Version("Compressed IFC");
+    if (file.HeadHas("<?xml")) return Version("IFC in XML");
+    const auto schema = file.head.find("FILE_SCHEMA");
+    if (!file.HeadHas("ISO-10303-21") || schema == std::string::npos) return Unknown("IFC");
+    const auto name = file.head.find("IFC", schema);
+    if (name == std::string::npos || name > schema + 64) return Unknown("IFC");
+    if (file.head.compare(name, 4, "IFC2") != 0 && file.head.compare(name, 5, "IFC4'") != 0) {
+        return Version("This IFC schema");
+    }
+    return file.TailHas("END-ISO-10303-21") ? Outcome::Ok() : CutOff();
+}
+
+// Fixed lines of 80 columns, the 73rd names the section.
+Outcome CheckIges(const Excerpt& file) {
+    constexpr std::size_t kSectionColumn = 72;
+    const auto sectionOf = [](string_view line) {
+        return line.size() > kSectionColumn ? line[kSectionColumn] : ' ';
+    };
+    const char first = sectionOf(string_view(file.head).substr(0, file.head.find('\n')));
+    if (first == 'C' || first == 'B') return Version("Compressed or binary IGES");
+    if (first != 'S' && first != 'F') return Unknown("IGES");
+    string_view tail = file.tail;
+    const auto end = tail.find_last_not_of(string_view("\r\n \0\x1a", 5));
+    if (end == string_view::npos) return CutOff();
+    tail = tail.substr(0, end + 1);
+    const auto start = tail.rfind('\n');
+    return sectionOf(start == string_view::npos ? tail : tail.substr(start + 1)) == 'T' ? Outcome::Ok()
+                                                                                        : CutOff();
+}
+
+// The reader trusts the number of triangles a binary file claims, and allocates for it.
+Outcome CheckStl(const Excerpt& file) {
+    constexpr std::uint64_t kHeader = 84, kTriangle = 50;
+    const std::uint64_t needed = kHeader + kTriangle * file.Word(kHeader - 4);
+    const bool startsSolid = file.head.starts_with("solid");
+    if (file.size >= kHeader && needed == file.size) {
+        return file.size == kHeader ? Outcome::Fail(ZEL_EMPTY, "The file holds no triangle") : Outcome::Ok();
+    }
+    if (startsSolid && IsText(file)) {
+        if (!file.TailHas("endsolid")) return CutOff();
+        return file.HeadHas("facet") ? Outcome::Ok() : Outcome::Fail(ZEL_EMPTY, "The file holds no triangle");
+    }
+    if (IsText(file) || file.size < kHeader) return Unknown("STL");
+    return Outcome::Fail(ZEL_CORRUPTED,
+                         "The size of the file and the number of triangles it claims do not agree");
+}
+
+Outcome CheckObj(const Excerpt& file) {
+    const bool vertex = file.head.starts_with("v ") || file.HeadHas("\nv ") || file.HeadHas("\nv\t");
+    const bool longComment = file.size > file.head.size() && file.HeadHas("#");
+    return IsText(file) && (vertex || longComment) ? Outcome::Ok() : Unknown("OBJ");
+}
+
+Outcome CheckGltf(const Excerpt& file) {
+    if (file.head.starts_with("glTF")) {
+        if (file.Word(4) != 2) return Version("This version of glTF Binary");
+        if (file.Word(8) > file.size) return CutOff();
+        return file.Word(8) < 20 ? Outcome::Fail(ZEL_CORRUPTED, "The file is shorter than its own header")
+                                 : Outcome::Ok();
+    }
+    const auto first = file.head.find_first_not_of(" \t\r\n\xef\xbb\xbf");
+    if (first == std::string::npos || file.head[first] != '{' || !IsText(file)) return Unknown("glTF");
+    return file.tail.find_last_not_of(" \t\r\n") == file.tail.rfind('}') ? Outcome::Ok() : CutOff();
+}
+
+Outcome CheckFbx(const Excerpt& file) {
+    constexpr std::uint32_t kOldest = 6000;
+    if (file.head.starts_with("Kaydara FBX Binary")) {
+        return file.Word(23) < kOldest ? Version("This version of FBX") : Outcome::Ok();
+    }
+    return IsText(file) && file.HeadHas("FBX") ? Outcome::Ok() : Unknown("FBX");
+}
+
+Outcome CheckDxf(const Excerpt& file) {
+    if (file.head.starts_with("AutoCAD Binary DXF")) return Version("Binary DXF");
+    if (file.head.starts_with("AC10")) return Version("DWG");
+    if (!IsText(file) || !file.HeadHas("SECTION")) return Unknown("DXF");
+    return file.TailHas("EOF") ? Outcome::Ok() : CutOff();
+}
+
+Outcome CheckBrep(const Excerpt& file) {
+    return file.HeadHas("DBRep_DrawableShape") || file.HeadHas("CASCADE Topology") ? Outcome::Ok()
+                                                                                   : Unknown("BREP");
+}
+
+Outcome CheckContents(FormatId format, const Excerpt& file) {
+    switch (format) {
+        case FormatId::Step:
+            return CheckStep(file);
+        case FormatId::Iges:
+            return CheckIges(file);
+        case FormatId::Brep:
+            return CheckBrep(file);
+        case FormatId::Stl:
+            return CheckStl(file);
+        case FormatId::Obj:
+            return CheckObj(file);
+        case FormatId::Gltf:
+        case FormatId::Glb:
+            return CheckGltf(file);
+        case FormatId::Fbx:
+            return CheckFbx(file);
+        case FormatId::Ifc:
+            return CheckIfc(file);
+        case FormatId::Dxf:
+            return CheckDxf(file);
+        default:
+            return Outcome::Ok();
+    }
+}
+
+bool ReadAt(int file, std::uint64_t offset, std::size_t size, std::string& text) {
+    text.resize(size);
+    for (std::size_t done = 0; done < size;) {
+        const ssize_t got = pread(file, text.data() + done, size - done, static_cast<off_t>(offset + done));
+        if (got <= 0) return false;
+        done += static_cast<std::size_t>(got);
+    }
+    return true;
+}
+
+Outcome CheckOpenFile(int file, const Request& request) {
+    struct stat status {};
+    if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) {
+        return Outcome::Fail(ZEL_CANNOT_OPEN_INPUT, "The input is not a file");
+    }
+    if (status.st_size == 0) return Outcome::Fail(ZEL_EMPTY, "The file has no bytes");
+    Excerpt excerpt;
+    excerpt.size = static_cast<std::uint64_t>(status.st_size);
+    const auto headSize = std::min<std::uint64_t>(excerpt.size, kHeadSize);
+    const auto tailSize = std::min<std::uint64_t>(excerpt.size, kTailSize);
+    if (!ReadAt(file, 0, headSize, excerpt.head) ||
+        !ReadAt(file, excerpt.size - tailSize, tailSize, excerpt.tail)) {
+        return Outcome::Fail(ZEL_CANNOT_OPEN_INPUT, "The input could not be read");
+    }
+    if (excerpt.size == headSize && excerpt.head.find_first_not_of(" \t\r\n") == std::string::npos) {
+        return Outcome::Fail(ZEL_EMPTY, "The file holds nothing but blanks");
+    }
+    return CheckContents(request.from->id, excerpt);
+}
+
+}  // namespace
+
+Outcome CheckInput(const Request& request) {
+    // Not blocking: a named pipe put in the place of the input must not hold the worker up.
+    const int file = open(request.input.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (file < 0) {
+        const int error = errno;
+        if (error == ENOENT || error == ENOTDIR)
+            return Outcome::Fail(ZEL_NO_FILE, "There is no such input file");
+        return Outcome::Fail(ZEL_CANNOT_OPEN_INPUT,
+                             std::string("The input cannot be opened: ") + strerror(error));
+    }
+    Outcome outcome = CheckOpenFile(file, request);
+    close(file);
+    return outcome;
+}
+
+}  // namespace morvex

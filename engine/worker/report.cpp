@@ -1,0 +1,90 @@
+#include "engine/worker/report.h"
+
+#include <cstdio>
+#include <fstream>
+#include <string>
+#include <unistd.h>
+
+#include "engine/worker/formats.h"
+#include "engine/worker/text.h"
+
+namespace morvex {
+namespace fs = std::filesystem;
+namespace {
+
+std::string Seconds(double seconds) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.3f", seconds);
+    return text;
+}
+
+std::string FileElement(const char* name, const fs::path& path, const Format& format) {
+    std::error_code error;
+    const auto size = fs::file_size(path, error);
+    return std::string("  <") + name + " format=\"" + format.name + "\"" +
+           (error ? "" : " bytes=\"" + std::to_string(size) + "\"") + ">" + XmlText(path.string()) + "</" +
+           name + ">\n";
+}
+
+std::string CountElement(const char* side, const JournalRecord& journal) {
+    std::string attributes;
+    for (const auto& count : journal.counts) {
+        if (count.side == side) attributes += " " + count.what + "=\"" + std::to_string(count.number) + "\"";
+    }
+    return attributes.empty() ? "" : std::string("  <") + side + attributes + "/>\n";
+}
+
+std::string ReportText(const Request& request, const ReportFacts& facts) {
+    const JournalRecord& journal = *facts.journal;
+    const bool ok = facts.outcome.IsOk();
+    std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<conversion result=\"" +
+                       std::to_string(facts.outcome.result) + "\" status=\"" +
+                       (!ok                        ? "failed"
+                        : journal.warnings.empty() ? "ok"
+                                                   : "ok with warnings") +
+                       "\">\n";
+    if (!ok) text += "  <reason>" + XmlText(facts.outcome.reason) + "</reason>\n";
+    text += FileElement("input", request.input, *request.from);
+    text += FileElement("output", request.output, *request.to);
+    text += CountElement("read", journal);
+    if (ok) text += CountElement("written", journal);
+    for (const std::string& warning : journal.warnings) {
+        text += "  <warning>" + XmlText(warning) + "</warning>\n";
+    }
+    text += "  <time seconds=\"" + Seconds(facts.seconds) + "\"";
+    for (std::size_t phase = 0; phase < kPhaseCount; ++phase) {
+        text += std::string(" ") + PhaseName(static_cast<Phase>(phase)) + "=\"" +
+                Seconds(journal.seconds[phase]) + "\"";
+    }
+    text += "/>\n  <memory peak=\"" + std::to_string(facts.peakMemory) + "\"/>\n</conversion>\n";
+    return text;
+}
+
+}  // namespace
+
+fs::path ReportPath(const fs::path& output) {
+    fs::path path = output;
+    path += "-zel.xml";
+    return path;
+}
+
+bool WriteReport(const Request& request, const ReportFacts& facts) {
+    const fs::path temporary =
+        request.output.parent_path() / (".morvex-report-" + std::to_string(getpid()) + ".xml");
+    {
+        std::ofstream file(temporary, std::ios::binary);
+        file << ReportText(request, facts);
+        file.close();
+        if (!file) {
+            std::error_code error;
+            fs::remove(temporary, error);
+            return false;
+        }
+    }
+    std::error_code error;
+    fs::rename(temporary, ReportPath(request.output), error);
+    if (error) fs::remove(temporary, error);
+    return !error;
+}
+
+}  // namespace morvex

@@ -1,0 +1,26 @@
+// The report beside an output.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+
+#include "engine/worker/journal.h"
+#include "engine/worker/request.h"
+
+namespace morvex {
+
+struct ReportFacts {
+    Outcome outcome;
+    const JournalRecord* journal = nullptr;
+    double seconds = 0;
+    std::int64_t peakMemory = 0;  // bytes, of the job process
+};
+
+// The output's path with "-zel.xml" after it.
+std::filesystem::path ReportPath(const std::filesystem::path& output);
+
+// Written under a temporary name and renamed; well-formed whatever bytes the names hold. False when the
+// folder refuses it.
+bool WriteReport(const Request& request, const ReportFacts& facts);
+
+}  // namespace morvex

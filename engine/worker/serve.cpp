@@ -1,0 +1,85 @@
+#include "engine/worker/serve.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <optional>
+#include <string>
+#include <unistd.h>
+
+#include "engine/worker/formats.h"
+#include "engine/worker/supervisor.h"
+
+namespace morvex {
+namespace {
+
+constexpr std::size_t kLongestJob = 1u << 20;
+
+// The texts of the job, each with its NUL; nothing when the caller went away before the end.
+std::optional<std::string> ReceiveJob() {
+    std::string job;
+    while (job.size() < kLongestJob) {
+        char bytes[4096];
+        const ssize_t got = read(STDIN_FILENO, bytes, sizeof bytes);
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) return std::nullopt;
+        job.append(bytes, static_cast<std::size_t>(got));
+        if (job == std::string(1, '\0') || job.ends_with(std::string(2, '\0'))) return job;
+    }
+    return std::nullopt;
+}
+
+std::string Field(const std::string& job, std::string_view key) {
+    for (std::size_t at = 0; at < job.size();) {
+        const std::string_view text(job.c_str() + at);
+        if (text.starts_with(key)) return std::string(text.substr(key.size()));
+        at += text.size() + 1;
+    }
+    return {};
+}
+
+void Answer(char kind, const std::string& text) {
+    std::string line = kind + (" " + text);
+    for (char& c : line) c = c == '\n' ? ' ' : c;
+    line += '\n';
+    [[maybe_unused]] const ssize_t written = write(STDOUT_FILENO, line.data(), line.size());
+}
+
+double SecondsFromEnvironment() {
+    const char* const text = std::getenv("MORVEX_ENGINE_SECONDS");
+    return text == nullptr ? 0 : std::atof(text);
+}
+
+Outcome Convert(const std::string& job) {
+    Request request;
+    request.input = Field(job, MORVEX_JOB_INPUT);
+    request.output = Field(job, MORVEX_JOB_OUTPUT);
+    request.config = Field(job, MORVEX_JOB_CONFIG);
+    request.parallel = Field(job, MORVEX_JOB_PARALLEL) == "1";
+    request.trace = std::atoi(Field(job, MORVEX_JOB_TRACE).c_str()) < 0;
+    request.from = FindInputFormat(std::atoi(Field(job, MORVEX_JOB_INPUT_FORMAT).c_str()), request.input);
+    request.to = FindOutputFormat(std::atoi(Field(job, MORVEX_JOB_OUTPUT_FORMAT).c_str()), request.output);
+    if (request.input.empty() || request.output.empty())
+        return Outcome::Fail(ZEL_FAILED, "The job names no files");
+    if (request.from == nullptr) return Outcome::Fail(ZEL_UNKNOWN_TYPE, "No such input format");
+    if (request.to == nullptr) return Outcome::Fail(ZEL_UNKNOWN_TYPE, "No such output format");
+
+    SupervisorOptions options;
+    options.callerPipe = STDIN_FILENO;
+    options.secondsAllowed = SecondsFromEnvironment();
+    options.onProgress = [](int percent) { Answer(MORVEX_LINE_PROGRESS, std::to_string(percent)); };
+    return Supervise(request, options);
+}
+
+}  // namespace
+
+int Serve() {
+    signal(SIGPIPE, SIG_IGN);
+    const std::optional<std::string> job = ReceiveJob();
+    if (!job) return ZEL_FAILED;
+    const Outcome outcome = Convert(*job);
+    Answer(MORVEX_LINE_RESULT, std::to_string(outcome.result) + ' ' + outcome.reason);
+    return ZEL_OK;
+}
+
+}  // namespace morvex

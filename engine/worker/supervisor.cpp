@@ -1,0 +1,233 @@
+#include "engine/worker/supervisor.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstring>
+#include <dlfcn.h>
+#include <exception>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/signalfd.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "engine/worker/formats.h"
+#include "engine/worker/job.h"
+#include "engine/worker/journal.h"
+#include "engine/worker/modules.h"
+#include "engine/worker/preflight.h"
+#include "engine/worker/report.h"
+#include "engine/worker/staging.h"
+
+namespace morvex {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// Half of the machine for a conversion that runs alone; side by side they share three quarters.
+std::uint64_t MemoryShare(bool parallel) {
+    const auto pages = static_cast<std::uint64_t>(std::max(1L, sysconf(_SC_PHYS_PAGES)));
+    const auto total = pages * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+    const auto processors = static_cast<std::uint64_t>(std::max(1L, sysconf(_SC_NPROCESSORS_ONLN)));
+    constexpr std::uint64_t kLeast = 1ull << 30;
+    return std::max(kLeast, parallel && processors > 1 ? total / 4 * 3 / processors : total / 2);
+}
+
+void LimitMemory(std::uint64_t bytes) {
+#ifndef __SANITIZE_ADDRESS__  // its shadow alone is terabytes of address space
+    const rlimit limit{bytes, bytes};
+    setrlimit(RLIMIT_AS, &limit);
+#else
+    static_cast<void>(bytes);
+#endif
+    const rlimit noCore{0, 0};
+    setrlimit(RLIMIT_CORE, &noCore);
+}
+
+// The signals that end the supervisor come in as a file, so that it can clean up first.
+class EndSignals {
+  public:
+    EndSignals() {
+        sigemptyset(&set_);
+        for (const int number : {SIGTERM, SIGINT, SIGHUP}) sigaddset(&set_, number);
+        sigprocmask(SIG_BLOCK, &set_, &before_);
+        file_ = signalfd(-1, &set_, SFD_CLOEXEC | SFD_NONBLOCK);
+    }
+    EndSignals(const EndSignals&) = delete;
+    EndSignals& operator=(const EndSignals&) = delete;
+    ~EndSignals() {
+        close(file_);
+        Restore();
+    }
+    int File() const { return file_; }
+    void Restore() const { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+
+  private:
+    sigset_t set_{}, before_{};
+    int file_ = -1;
+};
+
+// What the job process needs to know.
+struct JobOrder {
+    const Request& request;
+    const Settings& settings;
+    const std::filesystem::path& target;
+    std::uint64_t memory;
+};
+
+[[noreturn]] void RunAsJob(const JobOrder& order, int pipe, pid_t supervisor) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != supervisor) _exit(ZEL_FAILED);
+    // A full disk or a broken pipe is an error of the call, not the end of the process.
+    signal(SIGXFSZ, SIG_IGN);
+    signal(SIGPIPE, SIG_IGN);
+    LimitMemory(order.memory);
+    const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
+    dup2(null, STDIN_FILENO);
+    dup2(order.request.trace ? STDERR_FILENO : null, STDOUT_FILENO);
+    if (!order.request.trace) dup2(null, STDERR_FILENO);
+
+    Journal journal(pipe);
+    Outcome outcome;
+    try {
+        const auto run = reinterpret_cast<RunJobFunction*>(FindFunction("core", "RunJob"));
+        outcome = run(order.request, order.settings, order.target, journal);
+    } catch (const std::bad_alloc&) {
+        outcome = Outcome::Fail(ZEL_FAILED, "The conversion needs more memory than it may have");
+    } catch (const std::exception& error) {
+        outcome = Outcome::Fail(ZEL_FAILED, error.what());
+    } catch (...) {
+        outcome = Outcome::Fail(ZEL_FAILED, "The conversion failed for an unknown reason");
+    }
+    journal.Finish(outcome);
+    _exit(ZEL_OK);  // the libraries' own destructors would cost more than the memory is worth
+}
+
+// Takes in what the job has written. False at the end of the pipe.
+class JournalReader {
+  public:
+    JournalReader(int pipe, JournalRecord& record) : pipe_(pipe), record_(record) {}
+    bool ReadSome() {
+        char bytes[4096];
+        const ssize_t got = read(pipe_, bytes, sizeof bytes);
+        if (got < 0) return errno == EINTR;
+        if (got == 0) return false;
+        pending_.append(bytes, static_cast<std::size_t>(got));
+        std::size_t start = 0;
+        for (std::size_t end; (end = pending_.find('\n', start)) != std::string::npos; start = end + 1) {
+            record_.TakeLine(std::string_view(pending_).substr(start, end - start));
+        }
+        pending_.erase(0, start);
+        return true;
+    }
+
+  private:
+    int pipe_;
+    JournalRecord& record_;
+    std::string pending_;
+};
+
+// Follows the job until it has said its last word. A text other than null is why it has to be ended.
+const char* Follow(int pipe, JournalRecord& record, const SupervisorOptions& options, int endSignals) {
+    const auto deadline =
+        Clock::now() + std::chrono::milliseconds(static_cast<long>(options.secondsAllowed * 1000));
+    JournalReader reader(pipe, record);
+    pollfd files[] = {{pipe, POLLIN, 0}, {endSignals, POLLIN, 0}, {options.callerPipe, 0, 0}};
+    for (;;) {
+        int wait = -1;
+        if (options.secondsAllowed > 0) {
+            const auto left =
+                std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
+            if (left <= 0) return "The conversion took longer than it may";
+            wait = static_cast<int>(std::min<long>(left + 1, 1'000'000));
+        }
+        if (poll(files, 3, wait) < 0 && errno != EINTR) return "The conversion could not be followed";
+        const int before = record.percent;
+        if (files[0].revents != 0 && !reader.ReadSome()) return nullptr;
+        if (record.percent != before && options.onProgress) options.onProgress(record.percent);
+        if (files[1].revents != 0) return "The conversion was stopped";
+        if ((files[2].revents & (POLLHUP | POLLERR)) != 0) return "The caller is gone";
+    }
+}
+
+Outcome OutcomeOfDeath(int status, Phase phase) {
+    if (!WIFSIGNALED(status)) return Outcome::Fail(ZEL_FAILED, "The conversion ended without a result");
+    const std::string how = std::string(" (") + strsignal(WTERMSIG(status)) + ")";
+    // A reader that falls over does so over its input.
+    if (phase == Phase::Read) return Outcome::Fail(ZEL_CORRUPTED, "Reading the input crashed" + how);
+    return Outcome::Fail(
+        ZEL_FAILED, std::string("The conversion crashed in the phase \"") + PhaseName(phase) + "\"" + how);
+}
+
+Outcome RunJobProcess(const JobOrder& order, const SupervisorOptions& options, JournalRecord& record,
+                      std::int64_t& peakMemory) {
+    int pipe[2];
+    if (pipe2(pipe, O_CLOEXEC) != 0) return Outcome::Fail(ZEL_FAILED, "No pipe could be made");
+    const EndSignals signals;
+    const pid_t self = getpid();
+    const pid_t job = fork();
+    if (job == 0) {
+        signals.Restore();
+        close(pipe[0]);
+        RunAsJob(order, pipe[1], self);
+    }
+    close(pipe[1]);
+    if (job < 0) {
+        close(pipe[0]);
+        return Outcome::Fail(ZEL_FAILED, "No process could be started");
+    }
+    record.Enter(Phase::Read);
+    const char* const stop = Follow(pipe[0], record, options, signals.File());
+    close(pipe[0]);
+    if (stop != nullptr) kill(job, SIGKILL);
+    int status = 0;
+    rusage usage{};
+    while (wait4(job, &status, 0, &usage) < 0 && errno == EINTR) {
+    }
+    peakMemory = usage.ru_maxrss * 1024;
+    if (stop != nullptr) return Outcome::Fail(ZEL_FAILED, stop);
+    return record.finished ? record.outcome : OutcomeOfDeath(status, record.phase);
+}
+
+// A result whose status text says all leaves no report: a damaged input shall leave nothing behind.
+bool WorthReport(int result) {
+    return result == ZEL_OK || result == ZEL_FAILED;
+}
+
+}  // namespace
+
+Outcome Supervise(const Request& request, const SupervisorOptions& options) {
+    const auto start = Clock::now();
+    Outcome outcome = CheckInput(request);
+    Staging staging;
+    if (outcome.IsOk()) outcome = staging.Open(request);
+    if (!outcome.IsOk()) return outcome;
+
+    JournalRecord record;
+    IniFile file = IniFile::Read(request.config);
+    for (const std::string& setting : request.settings) file.Override(setting);
+    const Settings settings = ReadSettings(file, record.warnings);
+
+    ReportFacts facts;
+    const std::uint64_t memory =
+        options.memoryAllowed != 0 ? options.memoryAllowed : MemoryShare(request.parallel);
+    outcome = RunJobProcess({request, settings, staging.File(), memory}, options, record, facts.peakMemory);
+    record.Enter(Phase::Publish);
+    if (outcome.IsOk()) outcome = staging.Publish();
+    staging.Discard();
+    record.Enter(Phase::Publish);
+
+    if (settings.writeReport && WorthReport(outcome.result)) {
+        facts.outcome = outcome;
+        facts.journal = &record;
+        facts.seconds = std::chrono::duration<double>(Clock::now() - start).count();
+        WriteReport(request, facts);
+    }
+    return outcome;
+}
+
+}  // namespace morvex
