@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include <commdlg.h>
 #include <shlobj.h>
 
 #include <algorithm>

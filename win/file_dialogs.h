@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <commdlg.h>
+
 #include <optional>
 #include <string>
 #include <vector>

@@ -1,0 +1,224 @@
+#include "ui/drag_list_ctrl.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "res/string_ids.h"
+#include "win/theme.h"
+
+namespace morvex {
+namespace {
+
+struct ColumnLayout {
+    int title;
+    int format;
+    int width;  // pixels at 96 dpi
+};
+constexpr ColumnLayout kColumns[kListColumns] = {
+    {IDS_FILENAME, LVCFMT_LEFT, 415},
+    {IDS_SIZE, LVCFMT_CENTER, 76},
+    {IDS_FOLDER, LVCFMT_LEFT, 268},
+    {IDS_STATUS, LVCFMT_CENTER, 162},
+};
+constexpr int kRowsInSight = 22;
+constexpr int kScrollBarRoom = 17;  // pixels at 96 dpi, as the scroll bar's width is
+constexpr int kRowPadding = 5;      // pixels at 96 dpi, above and below the text together
+
+constexpr COLORREF kGoodBackground = RGB(232, 253, 227), kGoodText = RGB(0, 128, 0);
+constexpr COLORREF kBadBackground = RGB(255, 234, 234), kBadText = RGB(255, 0, 0);
+constexpr COLORREF kBusyBackground = RGB(236, 241, 255), kBusyText = RGB(0, 64, 128);
+
+}  // namespace
+
+CDragListCtrl::~CDragListCtrl() {
+    if (view_.Handle()) RemoveWindowSubclass(view_.Handle(), Subclass, 0);
+}
+
+void CDragListCtrl::Attach(HWND control) {
+    view_ = ListView(control);
+    view_.SetExtendedStyle(LVS_EX_GRIDLINES | LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER);
+    for (int i = 0; i < kListColumns; ++i)
+        view_.InsertColumn(i, L"", kColumns[i].format, Scaled(kColumns[i].width));
+    Rescale();
+    dropTarget_.Register(control);
+    SetWindowSubclass(control, Subclass, 0, reinterpret_cast<DWORD_PTR>(this));
+}
+
+void CDragListCtrl::Localise() {
+    for (int i = 0; i < kListColumns; ++i) view_.SetColumnTitle(i, text_(kColumns[i].title));
+    ok_ = text_(IDS_RESULT_OK);
+    ko_ = text_(IDS_RESULT_KO);
+    inProgress_ = text_(IDS_IN_PROGRESS);
+    hint_ = text_(IDS_EMPTY_HINT);
+    InvalidateRect(view_.Handle(), nullptr, TRUE);
+}
+
+void CDragListCtrl::Refresh() {
+    const bool emptiness = (view_.RowCount() == 0) != model_.Empty();
+    view_.SetRowCount(model_.Count());
+    if (emptiness) InvalidateRect(view_.Handle(), nullptr, TRUE);
+}
+
+void CDragListCtrl::RedrawVisible() const {
+    const size_t first = view_.FirstVisible();
+    if (!model_.Empty()) view_.RedrawRows(first, std::min(first + view_.VisibleCount(), model_.Count() - 1));
+}
+
+void CDragListCtrl::FitColumnsToRows() {
+    if (roomForScrollBar_ || model_.Count() <= kRowsInSight) return;
+    roomForScrollBar_ = true;
+    const int status = static_cast<int>(ListColumn::Status);
+    view_.SetColumnWidth(status, view_.ColumnWidth(status) - Scaled(kScrollBarRoom));
+}
+
+void CDragListCtrl::FitColumnsToWidth() {
+    RECT outer{};
+    GetWindowRect(view_.Handle(), &outer);
+    const int extra = static_cast<int>(outer.right - outer.left - NaturalSize().cx);
+    const int name = Scaled(kColumns[0].width), folder = Scaled(kColumns[2].width);
+    const int nameExtra = MulDiv(extra, name, name + folder);
+    view_.SetColumnWidth(0, std::max(name + nameExtra, Scaled(60)));
+    view_.SetColumnWidth(2, std::max(folder + extra - nameExtra, Scaled(60)));
+}
+
+SIZE CDragListCtrl::NaturalSize() const {
+    SIZE size{2 * GetSystemMetrics(SM_CXBORDER), 2 * GetSystemMetrics(SM_CYBORDER)};
+    for (const ColumnLayout& column : kColumns) size.cx += Scaled(column.width);
+    const bool empty = view_.RowCount() == 0;
+    if (empty) view_.SetRowCount(1);
+    const RECT row = view_.RowRect(view_.FirstVisible());  // right below the header
+    if (empty) view_.SetRowCount(0);
+    size.cy += row.top + kRowsInSight * (row.bottom - row.top);
+    return size;
+}
+
+void CDragListCtrl::Rescale() {
+    const HDC device = GetDC(view_.Handle());
+    const HGDIOBJ old = SelectObject(device, reinterpret_cast<HFONT>(view_.Send(WM_GETFONT)));
+    TEXTMETRICW metrics{};
+    GetTextMetricsW(device, &metrics);
+    SelectObject(device, old);
+    ReleaseDC(view_.Handle(), device);
+    view_.SetRowHeight(static_cast<int>(metrics.tmHeight) + Scaled(kRowPadding));
+    for (int i = 0; i < kListColumns; ++i) view_.SetColumnWidth(i, Scaled(kColumns[i].width));
+    if (std::exchange(roomForScrollBar_, false)) FitColumnsToRows();
+}
+
+void CDragListCtrl::Draw(const DRAWITEMSTRUCT& item) const {
+    if (item.itemID >= model_.Count()) return;
+    const ListRow& row = model_.Row(item.itemID);
+    const bool selected = (item.itemState & ODS_SELECTED) != 0;
+    RECT cell = item.rcItem;
+    for (int i = 0; i < kListColumns; ++i) {
+        const auto column = static_cast<ListColumn>(i);
+        const std::wstring& text = row.Text(column);
+        cell.right = cell.left + view_.ColumnWidth(i);
+        DrawCell(item.hDC, cell, text, kColumns[i].format, ColoursOf(text, column, selected));
+        cell.left = cell.right;
+    }
+    if (item.itemState & ODS_FOCUS) DrawFocusRect(item.hDC, &item.rcItem);
+}
+
+CDragListCtrl::Colours CDragListCtrl::ColoursOf(const std::wstring& text, ListColumn column,
+                                                bool selected) const {
+    if (selected) return {GetSysColor(COLOR_HIGHLIGHT), GetSysColor(COLOR_HIGHLIGHTTEXT)};
+    const Colours plain{GetSysColor(COLOR_WINDOW), GetSysColor(COLOR_WINDOWTEXT)};
+    if (column != ListColumn::Status || WindowTheme::HighContrast()) return plain;
+    if (text.starts_with(ok_)) return {kGoodBackground, kGoodText};
+    if (text == inProgress_) return {kBusyBackground, kBusyText};
+    if (text == ko_ || text.size() >= 2) return {kBadBackground, kBadText};
+    return plain;
+}
+
+void CDragListCtrl::DrawCell(HDC device, const RECT& cell, const std::wstring& text, int format,
+                             const Colours& colours) const {
+    constexpr size_t kLongestShown = 1000;  // more never fits, and drawing it would be slow
+    std::wstring shown = text.substr(0, kLongestShown);
+    UINT flags = DT_SINGLELINE | DT_VCENTER | DT_NOPREFIX | DT_END_ELLIPSIS;
+    if (format == LVCFMT_RIGHT) {
+        shown += L' ';
+        flags |= DT_RIGHT;
+    } else {
+        shown.insert(0, 1, L' ');
+        if (format == LVCFMT_CENTER) {
+            shown += L' ';
+            flags |= DT_CENTER;
+        }
+    }
+    SetBkColor(device, colours.background);
+    SetTextColor(device, colours.text);
+    const RECT filled{cell.left, cell.top, cell.right - 1, cell.bottom};  // leaves the grid line
+    ExtTextOutW(device, 0, 0, ETO_OPAQUE | ETO_CLIPPED, &filled, nullptr, 0, nullptr);
+    RECT place = filled;
+    DrawTextW(device, shown.c_str(), static_cast<int>(shown.size()), &place, flags);
+}
+
+void CDragListCtrl::DrawHint() const {
+    RECT area{};
+    GetClientRect(view_.Handle(), &area);
+    const HDC device = GetDC(view_.Handle());
+    const HGDIOBJ old = SelectObject(device, reinterpret_cast<HFONT>(view_.Send(WM_GETFONT)));
+    SetBkMode(device, TRANSPARENT);
+    SetTextColor(device, GetSysColor(COLOR_GRAYTEXT));
+    DrawTextW(device, hint_.c_str(), -1, &area,
+              DT_SINGLELINE | DT_CENTER | DT_VCENTER | DT_NOPREFIX | DT_END_ELLIPSIS);
+    SelectObject(device, old);
+    ReleaseDC(view_.Handle(), device);
+}
+
+void CDragListCtrl::GiveText(NMLVDISPINFOW& question) const {
+    LVITEMW& item = question.item;
+    if (!(item.mask & LVIF_TEXT) || item.cchTextMax <= 0) return;
+    const auto row = static_cast<size_t>(item.iItem);
+    const bool known = row < model_.Count() && item.iSubItem < kListColumns;
+    const std::wstring text =
+        known ? model_.Text(row, static_cast<ListColumn>(item.iSubItem)) : std::wstring();
+    lstrcpynW(item.pszText, text.c_str(), item.cchTextMax);
+}
+
+int CDragListCtrl::FindByName(const NMLVFINDITEMW& question) const {
+    const UINT flags = question.lvfi.flags;
+    if (!(flags & (LVFI_STRING | LVFI_PARTIAL)) || !question.lvfi.psz || model_.Empty()) return -1;
+    const std::wstring wanted = question.lvfi.psz;
+    const size_t count = model_.Count();
+    const size_t start = question.iStart < 0 ? 0 : static_cast<size_t>(question.iStart);
+    for (size_t i = 0; i < count; ++i) {
+        const size_t row = (start + i) % count;
+        const std::wstring& name = model_.Row(row).name;
+        const int length = static_cast<int>(wanted.size());
+        if (name.size() >= wanted.size() &&
+            CompareStringOrdinal(name.c_str(), length, wanted.c_str(), length, TRUE) == CSTR_EQUAL) {
+            return static_cast<int>(row);
+        }
+    }
+    return -1;
+}
+
+ListColumn CDragListCtrl::ColumnAt(int x) const {
+    int edge = model_.Empty() ? 0 : static_cast<int>(view_.RowRect(view_.FirstVisible()).left);
+    for (int i = 0; i + 1 < kListColumns; ++i) {
+        edge += view_.ColumnWidth(i);
+        if (x < edge) return static_cast<ListColumn>(i);
+    }
+    return ListColumn::Status;
+}
+
+int CDragListCtrl::Scaled(int pixels) const {
+    return MulDiv(pixels, static_cast<int>(GetDpiForWindow(view_.Handle())), USER_DEFAULT_SCREEN_DPI);
+}
+
+LRESULT CALLBACK CDragListCtrl::Subclass(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR,
+                                         DWORD_PTR self) {
+    auto* list = reinterpret_cast<CDragListCtrl*>(self);
+    if (message == WM_DESTROY) list->dropTarget_.Revoke();
+    if (message == WM_NCDESTROY) {
+        RemoveWindowSubclass(window, Subclass, 0);
+        list->view_ = ListView(nullptr);
+        return DefSubclassProc(window, message, wParam, lParam);
+    }
+    const LRESULT result = DefSubclassProc(window, message, wParam, lParam);
+    if (message == WM_PAINT && list->model_.Empty()) list->DrawHint();
+    return result;
+}
+
+}  // namespace morvex

@@ -1,0 +1,340 @@
+#include "ui/morvex_dlg.h"
+
+#include <windows.h>
+
+#include <shellapi.h>
+#include <windowsx.h>
+
+#include <algorithm>
+
+#include "convert/conversion_library.h"
+#include "res/string_ids.h"
+#include "ui/morvex_dlg_messages.h"
+#include "win/access_keys.h"
+
+namespace morvex {
+namespace {
+
+COLORREF ToColour(const Colour& colour) {
+    return RGB(colour.red, colour.green, colour.blue);
+}
+
+constexpr int kTextControls[] = {
+    IDS_INPUT_FORMAT,   IDS_OUTPUT_FORMAT, IDS_OUTPUT_FOLDER,      IDS_WRITE_INTO_INPUT_FOLDER,
+    IDS_HEALING,        IDS_MULTIPROCESS,  IDS_CONVERT_AT_STARTUP, IDS_OVERRIDE,
+    IDS_ADD_FILES,      IDS_EMPTY_LIST,    IDS_CONFIGURE,          IDS_OPTIONS,
+    IDS_RUN_CONVERSION, IDS_QUIT};
+constexpr int kCheckBoxes[] = {IDS_WRITE_INTO_INPUT_FOLDER, IDS_HEALING, IDS_MULTIPROCESS,
+                               IDS_CONVERT_AT_STARTUP, IDS_OVERRIDE};
+constexpr int kDeveloperBoxes[] = {IDS_HEALING, IDS_MULTIPROCESS, IDS_CONVERT_AT_STARTUP, IDS_OVERRIDE};
+constexpr int kRunControls[] = {
+    IDS_RUN_CONVERSION, IDS_OPTIONS,    IDC_INPUT_FORMAT, IDC_OUTPUT_FORMAT,
+    IDC_BROWSE,         IDS_EMPTY_LIST, IDS_ADD_FILES,    IDS_WRITE_INTO_INPUT_FOLDER,
+    IDS_CONFIGURE,      IDS_HEALING,    IDS_MULTIPROCESS, IDS_OVERRIDE};
+constexpr struct {
+    int control;
+    int text;
+} kTooltips[] = {
+    {IDC_INPUT_FORMAT, IDS_TIP_INPUT_FORMAT},
+    {IDC_OUTPUT_FORMAT, IDS_TIP_OUTPUT_FORMAT},
+    {IDC_OUTPUT_FOLDER, IDS_TIP_OUTPUT_FOLDER},
+    {IDC_BROWSE, IDS_BROWSE},
+    {IDS_WRITE_INTO_INPUT_FOLDER, IDS_TIP_WRITE_INTO_INPUT_FOLDER},
+    {IDS_CONFIGURE, IDS_TIP_CONFIGURE},
+    {IDS_HEALING, IDS_TIP_HEALING},
+    {IDS_MULTIPROCESS, IDS_TIP_MULTIPROCESS},
+    {IDS_CONVERT_AT_STARTUP, IDS_TIP_CONVERT_AT_STARTUP},
+    {IDS_OVERRIDE, IDS_TIP_OVERRIDE},
+};
+
+SIZE OuterSize(HWND window) {
+    RECT rect{};
+    GetWindowRect(window, &rect);
+    return {rect.right - rect.left, rect.bottom - rect.top};
+}
+
+bool IsInput(UINT message) {
+    return message == WM_KEYDOWN || message == WM_SYSKEYDOWN || message == WM_LBUTTONDOWN ||
+           message == WM_RBUTTONDOWN || message == WM_NCLBUTTONDOWN;
+}
+
+}  // namespace
+
+CmorvexDlg::CmorvexDlg(AppContext& context, MainPrompts prompts)
+    : context_(context),
+      settings_(context.settings),
+      prompts_(std::move(prompts)),
+      theme_(ToColour(settings_.Theme())),
+      listControl_(list_, context.text),
+      adder_([this] { PostMessageW(Handle(), kFoundMessage, 0, 0); }),
+      worker_([this] { PostMessageW(Handle(), kRunNewsMessage, 0, 0); }) {}
+
+void CmorvexDlg::Open() {
+    Create(IDD_MAIN, nullptr);
+}
+
+bool CmorvexDlg::OnInit() {
+    SetUpWindow();
+    ApplyTexts();
+    FillFormats();
+    WriteIntoOutputFolder(settings_.UseOutputFolder());
+    SetUpSize();
+    EnableListButtons();
+    const bool runAtOnce = settings_.developerMode.Get() && settings_.convertAtStartup.Get();
+    if (settings_.loadLastState.Get()) {
+        ListFile file = ReadLastState(context_.folders, context_.pairs);
+        if (file.kind == ListFileKind::List) TakeListFile(std::move(file));
+    }
+    if (Adding())
+        runWhenAdded_ = runAtOnce;
+    else if (runAtOnce)
+        PostMessageW(Handle(), kStartRunMessage, 0, 0);
+    return true;
+}
+
+void CmorvexDlg::SetUpWindow() {
+    for (const auto& [kind, metric] : {std::pair{ICON_BIG, SM_CXICON}, std::pair{ICON_SMALL, SM_CXSMICON}}) {
+        const int size = GetSystemMetrics(metric);
+        const HANDLE icon = LoadImageW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDI_MORVEX), IMAGE_ICON,
+                                       size, size, LR_SHARED);
+        SendMessageW(Handle(), WM_SETICON, static_cast<WPARAM>(kind), reinterpret_cast<LPARAM>(icon));
+    }
+    for (const int id : kCheckBoxes) WindowTheme::MakeColourable(Item(id));
+    folderEdit_ = CMyEdit(Item(IDC_OUTPUT_FOLDER));
+    listControl_.Attach(Item(IDC_LIST));
+    listControl_.View().ShowSortArrow(static_cast<int>(list_.SortedColumn()), list_.Ascending());
+    listControl_.DropTarget().dropped = [this](std::vector<std::wstring> paths, POINT screen) {
+        OnDropped(std::move(paths), screen);
+    };
+    tooltip_.Create(Handle());
+    taskbar_.Attach(Handle());
+    CheckBox(Item(IDS_HEALING)).Check(settings_.healing.Get());
+    CheckBox(Item(IDS_MULTIPROCESS)).Check(settings_.multiprocess.Get());
+    CheckBox(Item(IDS_CONVERT_AT_STARTUP)).Check(settings_.convertAtStartup.Get());
+    CheckBox(Item(IDS_OVERRIDE)).Check(settings_.fillOverride.Get());
+    for (const int id : kDeveloperBoxes) Control(Item(id)).Show(settings_.developerMode.Get());
+}
+
+// The list gets the size that shows all columns and 22 rows; the window what goes around it, if the screen
+// has it.
+void CmorvexDlg::SetUpSize() {
+    using A = AnchorLayout;
+    layout_.Attach(Handle());
+    layout_.Add(IDC_OUTPUT_FORMAT, A::kLeft | A::kTop | A::kRight);
+    layout_.Add(IDC_OUTPUT_FOLDER, A::kLeft | A::kTop | A::kRight);
+    layout_.Add(IDC_BROWSE, A::kTop | A::kRight);
+    layout_.Add(IDS_WRITE_INTO_INPUT_FOLDER, A::kTop | A::kRight);
+    layout_.Add(IDC_LIST, A::kLeft | A::kTop | A::kRight | A::kBottom);
+    layout_.Add(IDC_STATUS_LINE, A::kLeft | A::kRight | A::kBottom);
+    for (const int id : kDeveloperBoxes) layout_.Add(id, A::kLeft | A::kBottom);
+    for (const int id : {IDS_ADD_FILES, IDS_EMPTY_LIST, IDS_CONFIGURE, IDS_OPTIONS})
+        layout_.Add(id, A::kBottom);
+    for (const int id : {IDS_RUN_CONVERSION, IDS_QUIT}) layout_.Add(id, A::kRight | A::kBottom);
+
+    const SIZE window = OuterSize(Handle()), list = OuterSize(Item(IDC_LIST)),
+               wanted = listControl_.NaturalSize();
+    MONITORINFO monitor{};
+    monitor.cbSize = sizeof monitor;
+    GetMonitorInfoW(MonitorFromWindow(Handle(), MONITOR_DEFAULTTOPRIMARY), &monitor);
+    const RECT& area = monitor.rcWork;
+    smallest_.cx = std::min(window.cx + wanted.cx - list.cx, area.right - area.left);
+    smallest_.cy = std::min(window.cy + wanted.cy - list.cy, area.bottom - area.top);
+    smallestDpi_ = GetDpiForWindow(Handle());
+    SetWindowPos(Handle(), nullptr, (area.left + area.right - smallest_.cx) / 2,
+                 (area.top + area.bottom - smallest_.cy) / 2, smallest_.cx, smallest_.cy,
+                 SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
+void CmorvexDlg::ApplyTexts() {
+    const TextCatalogue& text = context_.text;
+    SetWindowTextW(Handle(), Title().c_str());
+    for (const int id : kTextControls) Control(Item(id)).SetText(EscapeAmpersands(text(id)));
+    AssignAccessKeys(Handle());
+    for (const auto& tip : kTooltips) tooltip_.SetText(tip.control, text(tip.text));
+    listControl_.Localise();
+    recentFiles_.Read(context_.folders.recentFiles);
+    ShowStatus(L"");
+}
+
+std::wstring CmorvexDlg::Title() const {
+    const auto library = LibraryVersion::Query(context_.folders.library);
+    const std::wstring version =
+        library ? Format(L"%d.%d", library->version / 10, library->version % 10) : L"24.4";
+    const wchar_t* const name = settings_.developerMode.Get() ? L"Morvex 2024 64-bit DEV MODE       ("
+                                                              : L"Morvex 2024 64-bit        (";
+    return name + version + L")";
+}
+
+bool CmorvexDlg::PreTranslate(const MSG& message) {
+    if (taskbar_.Shown() && !Converting() && IsInput(message.message)) taskbar_.Clear();
+    if (!Handle() || (message.hwnd != Handle() && !IsChild(Handle(), message.hwnd))) return false;
+    if (folderEdit_.PreTranslate(message)) return true;
+    if (message.message != WM_KEYDOWN || message.wParam != VK_ESCAPE) return false;
+    // Escape would mean Quit to the dialog manager, whose number that button has.
+    if (Adding()) {
+        addingStopped_ = true;
+        adder_.Stop();
+    }
+    if (SendMessageW(message.hwnd, CB_GETDROPPEDSTATE, 0, 0))
+        SendMessageW(message.hwnd, CB_SHOWDROPDOWN, FALSE, 0);
+    return true;
+}
+
+void CmorvexDlg::OnCancel() {
+    TakeOutputFolder();
+    Destroy();
+}
+
+bool CmorvexDlg::OnCommand(int id, int notification, HWND control) {
+    if (id == IDC_INPUT_FORMAT && notification == CBN_SELCHANGE)
+        OnInputFormat();
+    else if (id == IDC_OUTPUT_FORMAT && notification == CBN_SELCHANGE)
+        OnOutputFormat();
+    else if (id == IDC_OUTPUT_FOLDER && notification == EN_KILLFOCUS)
+        OnOutputFolderLeft();
+    else if (id == IDS_QUIT)
+        OnCancel();
+    else if (!control || notification == BN_CLICKED)
+        RunCommand(id);
+    else
+        return false;
+    return true;
+}
+
+bool CmorvexDlg::OnNotify(NMHDR& header, LRESULT& result) {
+    if (header.idFrom != IDC_LIST) return false;
+    switch (header.code) {
+        case LVN_GETDISPINFOW:
+            listControl_.GiveText(reinterpret_cast<NMLVDISPINFOW&>(header));
+            return true;
+        case LVN_ODFINDITEMW:
+            result = listControl_.FindByName(reinterpret_cast<NMLVFINDITEMW&>(header));
+            return true;
+        case LVN_COLUMNCLICK:
+            SortByColumn(static_cast<ListColumn>(reinterpret_cast<NMLISTVIEW&>(header).iSubItem));
+            return true;
+        case LVN_KEYDOWN:
+            return OnListKey(reinterpret_cast<NMLVKEYDOWN&>(header).wVKey);
+        case NM_DBLCLK:
+            OpenResult(reinterpret_cast<NMITEMACTIVATE&>(header));
+            return true;
+        default:
+            return false;
+    }
+}
+
+bool CmorvexDlg::OnListKey(int key) {
+    if (key == VK_DELETE)
+        RemoveSelectedRows();
+    else if (key == 'A' && GetKeyState(VK_CONTROL) < 0)
+        listControl_.View().SelectAll(true);
+    else
+        return false;
+    return true;
+}
+
+bool CmorvexDlg::OnMessage(UINT message, WPARAM wParam, LPARAM lParam, INT_PTR& result) {
+    if (const HBRUSH brush = theme_.Answer(message, wParam, lParam)) {
+        result = reinterpret_cast<INT_PTR>(brush);
+        return true;
+    }
+    result = TRUE;
+    switch (message) {
+        case WM_DRAWITEM:
+            if (wParam == IDC_LIST) listControl_.Draw(*reinterpret_cast<DRAWITEMSTRUCT*>(lParam));
+            return wParam == IDC_LIST;
+        case WM_SIZE:
+            if (wParam == SIZE_MINIMIZED || !listControl_.View().Handle()) return false;
+            layout_.Apply();
+            listControl_.FitColumnsToWidth();
+            RedrawWindow(Handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
+            return true;
+        case WM_GETMINMAXINFO: {
+            const int dpi = static_cast<int>(GetDpiForWindow(Handle())),
+                      madeFor = static_cast<int>(smallestDpi_);
+            reinterpret_cast<MINMAXINFO*>(lParam)->ptMinTrackSize = {
+                MulDiv(static_cast<int>(smallest_.cx), dpi, madeFor),
+                MulDiv(static_cast<int>(smallest_.cy), dpi, madeFor)};
+            return true;
+        }
+        case WM_DPICHANGED:
+            PostMessageW(Handle(), kRescaleMessage, 0, 0);
+            return false;  // the system scales the controls and their font
+        case kRescaleMessage:
+            Rescale();
+            return true;
+        case WM_ACTIVATE:
+            if (LOWORD(wParam) != WA_INACTIVE && !Converting()) taskbar_.Clear();
+            return false;
+        case WM_CONTEXTMENU:
+            OnContextMenu(reinterpret_cast<HWND>(wParam), {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)});
+            return true;
+        case WM_DROPFILES: {
+            const auto drop = reinterpret_cast<HDROP>(wParam);
+            AddDroppedFileHandle(drop);
+            DragFinish(drop);
+            return true;
+        }
+        case kDropMessage:
+            ShowDropMenu(dropPoint_);
+            return true;
+        case kCheckFolderMessage:
+            WarnOfOutputFolder();
+            return true;
+        case kFoundMessage:
+            OnFound();
+            return true;
+        case kRunNewsMessage:
+            SetTimer(Handle(), kRunNewsTimer, kRunNewsDelay, nullptr);
+            return true;
+        case kStartRunMessage:
+            StartRun();
+            return true;
+        case WM_TIMER:
+            if (wParam == kRunNewsTimer) OnRunNews();
+            if (wParam == kFlashTimer) FlashInputFormat();
+            return true;
+        default:
+            return false;
+    }
+}
+
+void CmorvexDlg::Rescale() {
+    listControl_.Rescale();
+    layout_.Apply();
+    listControl_.FitColumnsToWidth();
+    RedrawWindow(Handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
+}
+
+void CmorvexDlg::OnContextMenu(HWND clicked, POINT screen) {
+    RECT client{};
+    GetClientRect(Handle(), &client);
+    if (screen.x == -1 && screen.y == -1) {  // by the keyboard
+        const int row = listControl_.View().FocusedRow();
+        const RECT place = row < 0 ? RECT{} : listControl_.View().RowRect(static_cast<size_t>(row));
+        screen = {place.left, place.bottom};
+        ClientToScreen(clicked == Handle() ? Item(IDC_LIST) : clicked, &screen);
+    }
+    POINT inside = screen;
+    ScreenToClient(Handle(), &inside);
+    if (!PtInRect(&client, inside)) return;
+    PopupMenu menu;
+    FillContextMenu(menu);
+    prompts_.showMenu(menu, Handle(), screen);
+}
+
+void CmorvexDlg::EnableControls(bool on) {
+    const HWND focus = GetFocus();
+    for (const int id : kRunControls) {
+        if (!on && Item(id) == focus)
+            SetFocus(Item(IDC_LIST));  // a frozen control would keep the keyboard to itself
+        Control(Item(id)).Enable(on);
+    }
+}
+
+void CmorvexDlg::EnableListButtons() {
+    for (const int id : {IDS_RUN_CONVERSION, IDS_EMPTY_LIST})
+        Control(Item(id)).Enable(!list_.Empty() && !Busy());
+}
+
+}  // namespace morvex
