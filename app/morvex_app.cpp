@@ -3,14 +3,12 @@
 #include <windows.h>
 
 #include <ole2.h>
-#include <shellapi.h>
 
 #include "app/start_up.h"
 #include "convert/child_road.h"
 #include "convert/conversion_run.h"
-#include "convert/result_text.h"
 #include "ui/main_window.h"
-#include "win/unique_handle.h"
+#include "win/command_line.h"
 
 namespace morvex {
 namespace {
@@ -27,40 +25,29 @@ void Print(DWORD stream, const std::wstring& text) {
     WriteFile(GetStdHandle(stream), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
 }
 
-bool HasArguments() {
-    int count = 0;
-    const UniqueResource<LPWSTR*, ::LocalFree> arguments(CommandLineToArgvW(GetCommandLineW(), &count));
-    return !arguments || count > 1;
-}
-
 }  // namespace
 
 CmorvexApp::CmorvexApp() : context_(PrepareProgramFolders()) {}
 
 bool CmorvexApp::InitInstance() {
     LoadState(context_);
+    const std::vector<std::wstring> arguments = SplitCommandLine(GetCommandLineW());
+    if (arguments.size() > 1) RunChildRoad(arguments);
+    // Only a window takes drops; a child would load the whole OLE library for nothing.
     if (FAILED(OleInitialize(nullptr))) {
         MessageBoxW(nullptr, L"AfxOleInit Error!", kTitle, MB_OK | MB_ICONEXCLAMATION);
         return false;
     }
-    if (HasArguments()) RunChildRoad();
     RunMainWindow(context_);
     OleUninitialize();
     return false;
 }
 
-void CmorvexApp::RunChildRoad() {
-    int count = 0;
-    std::vector<std::wstring> arguments;
-    if (wchar_t** const split = CommandLineToArgvW(GetCommandLineW(), &count)) {
-        arguments.assign(split, split + count);
-        LocalFree(split);
-    } else {
-        Print(STD_OUTPUT_HANDLE, L"CommandLineToArgvW failed\n");
-        ExitProcess(kResultFailed);
-    }
+void CmorvexApp::RunChildRoad(const std::vector<std::wstring>& arguments) {
     std::wstring listing;
-    for (int i = 0; i < count; ++i) listing += Format(L"%d: ", i) + arguments[static_cast<size_t>(i)] + L"\n";
+    for (size_t i = 0; i < arguments.size(); ++i) {
+        listing += Format(L"%d: ", static_cast<int>(i)) + arguments[i] + L"\n";
+    }
     Print(STD_OUTPUT_HANDLE, listing);
     ExitProcess(static_cast<UINT>(ConvertForParent(arguments)));
 }

@@ -18,7 +18,7 @@ class CmorvexApp {
     bool InitInstance();
 
   private:
-    [[noreturn]] void RunChildRoad();
+    [[noreturn]] void RunChildRoad(const std::vector<std::wstring>& arguments);
     int ConvertForParent(const std::vector<std::wstring>& arguments);
 
     AppContext context_;

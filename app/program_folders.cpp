@@ -15,6 +15,18 @@ std::wstring EnsureFolder(const std::wstring& folder) {
     return folder;
 }
 
+// A child is told by its parent: asking the shell for the folder loads the shell library.
+constexpr wchar_t kUserFolderVariable[] = L"MORVEX_USER_FOLDER";
+
+std::wstring FindUserFolder(const std::wstring& program) {
+    wchar_t known[MAX_PATH];
+    const DWORD length = GetEnvironmentVariableW(kUserFolderVariable, known, MAX_PATH);
+    if (length > 0 && length < MAX_PATH && FolderExists(known)) return known;
+    wchar_t roaming[MAX_PATH];
+    const bool found = SHGetSpecialFolderPathW(nullptr, roaming, CSIDL_APPDATA, FALSE);
+    return EnsureFolder(EnsureFolder((found ? roaming : program) + L"\\Norwend") + L"\\Morvex");
+}
+
 }  // namespace
 
 ProgramFolders MakeProgramFolders(const std::wstring& program, const std::wstring& user) {
@@ -34,10 +46,8 @@ ProgramFolders MakeProgramFolders(const std::wstring& program, const std::wstrin
 
 ProgramFolders PrepareProgramFolders() {
     const std::wstring program(FolderOf(ModulePath()));
-    wchar_t roaming[MAX_PATH];
-    const bool found = SHGetSpecialFolderPathW(nullptr, roaming, CSIDL_APPDATA, FALSE);
-    const std::wstring vendor = EnsureFolder((found ? roaming : program) + std::wstring(L"\\Norwend"));
-    ProgramFolders folders = MakeProgramFolders(program, EnsureFolder(vendor + L"\\Morvex"));
+    ProgramFolders folders = MakeProgramFolders(program, FindUserFolder(program));
+    SetEnvironmentVariableW(kUserFolderVariable, folders.user.c_str());
     if (!FileExists(folders.userSettings)) WriteTextFile(folders.userSettings, L"");
     return folders;
 }

@@ -55,6 +55,7 @@ class Run {
     RunOutcome ConvertAll() {
         log_.RunStarts(count_);
         observer_.OnRunStarted(count_);
+        // The analyser does not see the loop's clause. NOLINTNEXTLINE(clang-analyzer-deadcode.DeadStores)
         const int workers = job_.multiprocess ? omp_get_max_threads() : 1;
         const auto files = static_cast<std::ptrdiff_t>(count_);
 #pragma omp parallel for schedule(dynamic, 1) num_threads(workers)
