@@ -23,6 +23,7 @@ constexpr BoundControl kCommonControls[] = {
     {IDCANCEL, 0, IDS_CANCEL, 0},
     {IDC_CFG_LOAD, 0, IDS_DOTS, IDS_TIP_CFG_LOAD},
     {IDC_CFG_DEFAULT, 0, IDS_DEFAULT, IDS_TIP_CFG_DEFAULT},
+    {IDS_OPTIONS, 0, IDS_OPTIONS, 0},
 };
 
 // Whether the existing file takes changes. Asked first, so that a file that takes none is not half written.
@@ -41,7 +42,8 @@ ConfigDialog::ConfigDialog(AppContext& context, const ConfigDialogTable& table, 
 bool ConfigDialog::OnInit() {
     Localise();
     LoadValues();
-    return true;
+    SetFocus(Item(IDOK));  // the path would show selected, and a radio button that gets the focus is chosen by it
+    return false;
 }
 
 void ConfigDialog::Localise() {

@@ -10,12 +10,15 @@ namespace morvex {
 namespace {
 
 constexpr int kLargestAngle = 90;        // degrees
-constexpr int kSliderWhenDisabled = 10;  // degrees
+constexpr int kTickSpacing = 10;          // degrees
+constexpr int kSliderWhenDisabled = 10;   // degrees
 
 }  // namespace
 
 bool TessellationDialog::OnInit() {
-    Slider(Item(IDC_ANGULAR_SLIDER)).SetRange(0, kLargestAngle);
+    const Slider slider(Item(IDC_ANGULAR_SLIDER));
+    slider.SetRange(0, kLargestAngle);
+    slider.Send(TBM_SETTICFREQ, kTickSpacing);
     return ConfigDialog::OnInit();
 }
 
