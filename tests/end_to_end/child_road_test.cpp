@@ -1,0 +1,153 @@
+#include <gtest/gtest.h>
+
+#include "tests/end_to_end/program.h"
+#include "win/text_file.h"
+
+namespace morvex {
+namespace {
+
+using test::LibraryCall;
+using test::LibraryLog;
+using test::Program;
+using test::ProgramRun;
+
+std::wstring Quoted(const std::wstring& text) {
+    return L"\"" + text + L"\"";
+}
+
+TEST(ChildRoad, ExitsWithTheLibrarysResult) {
+    const Program program;
+    const LibraryLog log;
+    for (const int result :
+         {0, -2, -5, -15, -22, -23, -27, -28, -29, -30, -31, -32, -34, -38, -1, 1, 7, 259}) {
+        const ProgramRun run = program.Run(Quoted(L"C:\\in\\{result=" + std::to_wstring(result) + L"}.stp"));
+        EXPECT_EQ(static_cast<int>(run.exitCode), result);
+    }
+}
+
+TEST(ChildRoad, SurvivesAFaultingLibraryAndLogsIt) {
+    const Program program;
+    const LibraryLog log;
+    WriteTextFile(program.Settings(), L"[General]\nWriteLogFileIfCrash=1\n");
+    for (const wchar_t* fault : {L"read", L"overflow", L"throw", L"raise"}) {
+        const std::wstring input = std::wstring(L"C:\\in\\{") + fault + L"}.stp";
+        EXPECT_EQ(program.Run(Quoted(input)).exitCode, 1u);
+        EXPECT_EQ(test::ReadFileBytes(program.Folder() + L"\\LogFileIfCrash.txt"),
+                  test::Utf16Bytes(
+                      L"Nombre de fichiers \u00EF\u00BF\u00BD convertir: 1\r\n\r\n" + input +
+                      L"\r\nD\u00EF\u00BF\u00BDbut de traitement...Crash!!!\r\n\r\nFin des conversions"));
+    }
+    // What cannot be caught ends this process only, without a box that somebody would have to close.
+    for (const wchar_t* end : {L"abort", L"fastfail"}) {
+        EXPECT_NE(program.Run(Quoted(std::wstring(L"C:\\in\\{") + end + L"}.stp")).exitCode, 0u);
+    }
+    WriteTextFile(program.Settings(), L"[General]\nDisableTryCatch=1\n");
+    EXPECT_NE(program.Run(Quoted(L"C:\\in\\{read}.stp")).exitCode, 0u);
+}
+
+TEST(ChildRoad, SaysWhatIsMissingAndOpensNoWindow) {
+    const Program program;
+    DeleteFileW(program.Library().c_str());
+    ProgramRun run = program.Run(Quoted(L"C:\\in\\a.stp"));
+    EXPECT_EQ(run.exitCode, 1u);
+    EXPECT_EQ(run.errors.substr(0, 25), "A component is missing : ");
+    EXPECT_NE(run.errors.find("Plugins\\Polyvane_x64.dll"), run.errors.npos);
+    test::WriteFileBytes(program.Library(), "MZ, but no library");
+    EXPECT_EQ(program.Run(Quoted(L"C:\\in\\a.stp")).exitCode, 1u);
+    EXPECT_EQ(program.Run(L"one word").exitCode, 1u);
+}
+
+TEST(ChildRoad, PrintsItsArguments) {
+    const Program program;
+    const ProgramRun run = program.Run(L"\"C:\\\u90E8 \u0447.stp\" out\\ \"\" \"C:\\s x\"");
+    EXPECT_EQ(run.output.substr(run.output.find("1: ")),
+              "1: C:\\\xE9\x83\xA8 \xD1\x87.stp\n2: out\\\n3: \n4: C:\\s x\n");
+    EXPECT_EQ(run.output.substr(0, 3), "0: ");
+}
+
+TEST(ChildRoad, TakesArgumentTwoAsFolderOrPath) {
+    const Program program;
+    const LibraryLog log;
+    const std::wstring longName(240, L'n');
+    const std::wstring folder = program.Folder();
+    const struct {
+        std::wstring input, argument, output;
+    } cases[] = {
+        {L"C:\\in\\a.stp", folder, folder + L"\\a.stl"},
+        {L"C:\\in\\a.stp", L"D:\\not there\\", L"D:\\not there\\a.stl"},
+        {L"C:\\in\\a.stp", L"C:\\", L"C:\\a.stl"},
+        {L"C:\\in\\a.stp", L"D:\\as it stands.xyz", L"D:\\as it stands.xyz"},
+        {L"C:\\in\\a.stp", L"", L"C:\\in\\a.stl"},
+        {L"C:\\a.stp", L"", L"C:\\a.stl"},
+        {L"C:\\" + longName + L"\\" + longName + L".stp", L"",
+         L"\\\\?\\C:\\" + longName + L"\\" + longName + L".stl"},
+        {L"C:\\in\\a.stp", L"D:\\" + std::wstring(256, L'o'), L"D:\\" + std::wstring(256, L'o')},
+        {L"C:\\in\\a.stp", L"D:\\" + std::wstring(257, L'o'), L"\\\\?\\D:\\" + std::wstring(257, L'o')},
+        {L"C:\\\U0001F600 \u90E8\u0447 %41 #&^'\\-@.stp", L"D:\\x\\", L"D:\\x\\-@.stl"},
+    };
+    for (const auto& c : cases) {
+        // A backslash before the closing quote is doubled, as every caller has to.
+        const std::wstring argument = c.argument + (c.argument.ends_with(L'\\') ? L"\\" : L"");
+        program.Run(Quoted(c.input) + L" " + Quoted(argument) + L" \"C:\\my.zel\" \"C:\\schemas\"");
+        const LibraryCall call = log.Calls().back();
+        EXPECT_EQ(call.input, c.input);
+        EXPECT_EQ(call.output, c.output);
+        EXPECT_EQ(call.config, L"C:\\my.zel");
+        EXPECT_EQ(call.schema, L"C:\\schemas");
+        EXPECT_EQ(call.runSize, -1);
+    }
+}
+
+TEST(ChildRoad, FallsBackToTheSettings) {
+    const Program program;
+    const LibraryLog log;
+    Program::Formats(nullptr, nullptr);
+    WriteTextFile(program.Settings(),
+                  L"[General]\nMultiprocess=1\n[P]\nZEL_INPUT_FORMAT=JT\nZEL_OUTPUT_FORMAT=3MF\nZEL_CONFIG_"
+                  L"FILE=jt.zel\n");
+    WriteTextFile(program.UserFolder() + L"\\zel_morvex.ini",
+                  L"[General]\nFormat_in=JT (*.jt)\nFormat_out=3MF (*.3mf)\n");
+    program.Run(Quoted(L"C:\\in\\a.jt"));
+    const LibraryCall call = log.Calls().back();
+    EXPECT_EQ(call.inputFormat, 21);
+    EXPECT_EQ(call.outputFormat, 50);
+    EXPECT_EQ(call.parallel, 0);  // a child never starts children, whatever the setting says
+    EXPECT_EQ(call.output, L"C:\\in\\a.3mf");
+    EXPECT_EQ(call.config, program.UserFolder() + L"\\jt.zel");
+    EXPECT_EQ(call.schema, program.Folder() + L"\\schema");
+    EXPECT_TRUE(FileExists(call.config));
+}
+
+TEST(ChildRoad, NeverLoadsALibraryFromBesideTheInput) {
+    const Program program;
+    const LibraryLog log;
+    // Were one of these loaded, the process would not start: they are no libraries.
+    const std::wstring hostile = program.UserFolder();
+    for (const wchar_t* name :
+         {L"version.dll", L"ole32.dll", L"comctl32.dll", L"shell32.dll", L"Polyvane_x64.dll"}) {
+        test::WriteFileBytes(hostile + L"\\" + name, "hostile");
+    }
+    wchar_t before[MAX_PATH];
+    GetCurrentDirectoryW(MAX_PATH, before);
+    SetCurrentDirectoryW(hostile.c_str());
+    SetEnvironmentVariableW(L"PATH", (hostile + L";C:\\windows\\system32").c_str());
+    const ProgramRun run = program.Run(L"a.stp");
+    SetCurrentDirectoryW(before);
+    EXPECT_EQ(run.exitCode, 0u);
+    ASSERT_EQ(log.Calls().size(), 1u);
+    EXPECT_EQ(log.Calls()[0].input, hostile + L"\\a.stp");
+}
+
+TEST(FirstStart, MakesTheUserFolderAndAnEmptySettingsFile) {
+    const Program program;
+    const LibraryLog log;
+    SetEnvironmentVariableW(L"MORVEX_USER_FOLDER", nullptr);
+    wchar_t roaming[MAX_PATH];
+    ASSERT_GT(GetEnvironmentVariableW(L"APPDATA", roaming, MAX_PATH), 0u);
+    program.Run(Quoted(L"C:\\in\\a.stp"));
+    const std::wstring settings = std::wstring(roaming) + L"\\Norwend\\Morvex\\zel_morvex.ini";
+    EXPECT_EQ(test::ReadFileBytes(settings).substr(0, 2), "\xFF\xFE");
+}
+
+}  // namespace
+}  // namespace morvex

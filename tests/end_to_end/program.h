@@ -1,0 +1,42 @@
+#pragma once
+
+#include <windows.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tests/support/library_log.h"
+#include "tests/support/temp_folder.h"
+
+namespace morvex::test {
+
+struct ProgramRun {
+    DWORD exitCode = 0;
+    std::string output;  // what it wrote, in UTF-8
+    std::string errors;
+};
+
+// A program folder of its own: the real Morvex.exe, the recording library and a user folder.
+class Program {
+  public:
+    Program();
+    ~Program();
+
+    // Runs Morvex.exe with this text behind its name on the command line, to its end; kills it after a
+    // minute.
+    ProgramRun Run(const std::wstring& arguments) const;
+
+    std::wstring Folder() const { return folder_.Path(); }
+    std::wstring UserFolder() const { return folder_ / L"user"; }
+    std::wstring Library() const { return folder_ / L"Plugins\\Polyvane_x64.dll"; }
+    std::wstring Settings() const { return folder_ / L"norwend_morvex.ini"; }
+
+    // The formats that the program converts between, in the environment as a parent would name them.
+    static void Formats(const wchar_t* input, const wchar_t* output);
+
+  private:
+    TempFolder folder_;
+};
+
+}  // namespace morvex::test
