@@ -45,7 +45,9 @@ void CDragListCtrl::Attach(HWND control) {
 }
 
 void CDragListCtrl::Localise() {
-    for (int i = 0; i < kListColumns; ++i) view_.SetColumnTitle(i, text_(kColumns[i].title));
+    for (int i = 0; i < kListColumns; ++i)
+        view_.SetColumnTitle(i, text_(kColumns[i].title), kColumns[i].format);
+    view_.ShowSortArrow(static_cast<int>(model_.SortedColumn()), model_.Ascending());
     ok_ = text_(IDS_RESULT_OK);
     ko_ = text_(IDS_RESULT_KO);
     inProgress_ = text_(IDS_IN_PROGRESS);
@@ -82,7 +84,10 @@ void CDragListCtrl::FitColumnsToWidth() {
 }
 
 SIZE CDragListCtrl::NaturalSize() const {
-    SIZE size{2 * GetSystemMetrics(SM_CXBORDER), 2 * GetSystemMetrics(SM_CYBORDER)};
+    WINDOWINFO info{};
+    info.cbSize = sizeof info;
+    GetWindowInfo(view_.Handle(), &info);
+    SIZE size{2 * static_cast<LONG>(info.cxWindowBorders), 2 * static_cast<LONG>(info.cyWindowBorders)};
     for (const ColumnLayout& column : kColumns) size.cx += Scaled(column.width);
     const bool empty = view_.RowCount() == 0;
     if (empty) view_.SetRowCount(1);

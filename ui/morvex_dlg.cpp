@@ -53,6 +53,13 @@ SIZE OuterSize(HWND window) {
     return {rect.right - rect.left, rect.bottom - rect.top};
 }
 
+RECT PlaceOf(HWND control) {  // in its dialog
+    RECT rect{};
+    GetWindowRect(control, &rect);
+    MapWindowPoints(nullptr, GetParent(control), reinterpret_cast<POINT*>(&rect), 2);
+    return rect;
+}
+
 bool IsInput(UINT message) {
     return message == WM_KEYDOWN || message == WM_SYSKEYDOWN || message == WM_LBUTTONDOWN ||
            message == WM_RBUTTONDOWN || message == WM_NCLBUTTONDOWN;
@@ -102,7 +109,6 @@ void CmorvexDlg::SetUpWindow() {
     for (const int id : kCheckBoxes) WindowTheme::MakeColourable(Item(id));
     folderEdit_ = CMyEdit(Item(IDC_OUTPUT_FOLDER));
     listControl_.Attach(Item(IDC_LIST));
-    listControl_.View().ShowSortArrow(static_cast<int>(list_.SortedColumn()), list_.Ascending());
     listControl_.DropTarget().dropped = [this](std::vector<std::wstring> paths, POINT screen) {
         OnDropped(std::move(paths), screen);
     };
@@ -119,6 +125,7 @@ void CmorvexDlg::SetUpWindow() {
 // has it.
 void CmorvexDlg::SetUpSize() {
     using A = AnchorLayout;
+    if (!settings_.developerMode.Get()) TakeRoomOfDeveloperBoxes();
     layout_.Attach(Handle());
     layout_.Add(IDC_OUTPUT_FORMAT, A::kLeft | A::kTop | A::kRight);
     layout_.Add(IDC_OUTPUT_FOLDER, A::kLeft | A::kTop | A::kRight);
@@ -143,6 +150,14 @@ void CmorvexDlg::SetUpSize() {
     SetWindowPos(Handle(), nullptr, (area.left + area.right - smallest_.cx) / 2,
                  (area.top + area.bottom - smallest_.cy) / 2, smallest_.cx, smallest_.cy,
                  SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
+void CmorvexDlg::TakeRoomOfDeveloperBoxes() {
+    const RECT line = PlaceOf(Item(IDC_STATUS_LINE)), list = PlaceOf(Item(IDC_LIST));
+    const LONG room = PlaceOf(Item(IDS_HEALING)).top - line.top;
+    SetWindowPos(Item(IDC_STATUS_LINE), nullptr, line.left, line.top + room, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
+    SetWindowPos(Item(IDC_LIST), nullptr, 0, 0, list.right - list.left, list.bottom - list.top + room,
+                 SWP_NOMOVE | SWP_NOZORDER);
 }
 
 void CmorvexDlg::ApplyTexts() {

@@ -57,6 +57,7 @@ class CmorvexDlg : public ModelessDialog {
     // The window: morvex_dlg.cpp
     void SetUpWindow();
     void SetUpSize();
+    void TakeRoomOfDeveloperBoxes();
     void ApplyTexts();
     std::wstring Title() const;
     void Rescale();

@@ -18,18 +18,12 @@ void ListView::InsertColumn(int index, const std::wstring& title, int format, in
     Send(LVM_INSERTCOLUMNW, static_cast<WPARAM>(index), reinterpret_cast<LPARAM>(&column));
 }
 
-void ListView::SetColumnTitle(int index, const std::wstring& title) const {
+void ListView::SetColumnTitle(int index, const std::wstring& title, int format) const {
     LVCOLUMNW column{};
-    column.mask = LVCF_TEXT;
+    column.mask = LVCF_TEXT | LVCF_FMT;  // a text alone would reset the header's alignment
+    column.fmt = format;
     column.pszText = const_cast<wchar_t*>(title.c_str());
     Send(LVM_SETCOLUMNW, static_cast<WPARAM>(index), reinterpret_cast<LPARAM>(&column));
-}
-
-int ListView::ColumnFormat(int index) const {
-    LVCOLUMNW column{};
-    column.mask = LVCF_FMT;
-    Send(LVM_GETCOLUMNW, static_cast<WPARAM>(index), reinterpret_cast<LPARAM>(&column));
-    return column.fmt & LVCFMT_JUSTIFYMASK;
 }
 
 void ListView::ShowSortArrow(int column, bool ascending) const {

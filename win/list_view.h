@@ -27,9 +27,9 @@ class ListView : public Control {
     // list.
     void SetRowHeight(int pixels) const;
 
+    // Formats are LVCFMT_LEFT, _RIGHT or _CENTER.
     void InsertColumn(int index, const std::wstring& title, int format, int width) const;
-    void SetColumnTitle(int index, const std::wstring& title) const;
-    int ColumnFormat(int index) const;  // LVCFMT_LEFT, _RIGHT or _CENTER
+    void SetColumnTitle(int index, const std::wstring& title, int format) const;
     int ColumnWidth(int index) const {
         return static_cast<int>(Send(LVM_GETCOLUMNWIDTH, static_cast<WPARAM>(index)));
     }
