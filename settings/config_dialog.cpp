@@ -42,7 +42,8 @@ ConfigDialog::ConfigDialog(AppContext& context, const ConfigDialogTable& table, 
 bool ConfigDialog::OnInit() {
     Localise();
     LoadValues();
-    SetFocus(Item(IDOK));  // the path would show selected, and a radio button that gets the focus is chosen by it
+    // Not on the path, which would show selected, nor on a radio button, which the focus would choose.
+    SetFocus(Item(IDOK));
     return false;
 }
 

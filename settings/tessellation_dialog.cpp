@@ -10,8 +10,8 @@ namespace morvex {
 namespace {
 
 constexpr int kLargestAngle = 90;        // degrees
-constexpr int kTickSpacing = 10;          // degrees
-constexpr int kSliderWhenDisabled = 10;   // degrees
+constexpr int kTickSpacing = 10;         // degrees
+constexpr int kSliderWhenDisabled = 10;  // degrees
 
 }  // namespace
 

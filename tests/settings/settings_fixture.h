@@ -19,6 +19,7 @@ class SettingsTest : public testing::Test {
   protected:
     SettingsTest()
         : context_(MakeProgramFolders(folder_.Path(), folder_.Path())), file_(folder_ / L"own.zel") {
+        WriteFileBytes(context_.folders.userSettings, Utf16Bytes(L""));  // as the program's start leaves it
         WriteDefaultConfig(file_);
         context_.settings.configFilePath.Set(file_);
         prompts_.message = [this](HWND, const std::wstring& text, const wchar_t* caption, UINT) {
