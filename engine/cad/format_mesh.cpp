@@ -1,6 +1,5 @@
-// STL, VRML, OBJ and glTF.
+// STL, OBJ and glTF.
 #include <BRep_Builder.hxx>
-#include <Message.hxx>
 #include <RWGltf_CafReader.hxx>
 #include <RWGltf_CafWriter.hxx>
 #include <RWObj_CafReader.hxx>
@@ -9,7 +8,6 @@
 #include <StlAPI_Writer.hxx>
 #include <TColStd_IndexedDataMapOfStringString.hxx>
 #include <TopoDS_Face.hxx>
-#include <VrmlAPI_Writer.hxx>
 
 #include "engine/cad/context.h"
 
@@ -58,14 +56,6 @@ extern "C" Outcome WriteStl(JobContext& context) {
     writer.ASCIIMode() = context.settings.asciiStl;
     return writer.Write(context.document.WholeShape(), context.file.c_str(), context.progress) ? Outcome::Ok()
                                                                                                : NotWritten();
-}
-
-extern "C" Outcome WriteVrml(JobContext& context) {
-    VrmlAPI_Writer writer;
-    writer.SetRepresentation(VrmlAPI_ShadedRepresentation);
-    constexpr double kScale = 1;  // the numbers stay millimetres, as usual in VRML from CAD
-    return writer.WriteDoc(context.document.Data(), context.file.c_str(), kScale) ? Outcome::Ok()
-                                                                                  : NotWritten();
 }
 
 // The format says nothing of units and axes. Millimetres and Z up are taken for granted both ways.

@@ -50,28 +50,28 @@ Outcome Read(JobContext& context) {
     }
 }
 
-Outcome Convert(JobContext& context, const std::filesystem::path& target) {
-    const Format& to = *context.request.to;
-    const Handle(JournalProgress) progress = new JournalProgress(context.journal);
+Outcome Convert(const Request& request, const Settings& settings, const std::filesystem::path& target,
+                Journal& journal) {
+    const Format& to = *request.to;
+    const Handle(JournalProgress) progress = new JournalProgress(journal);
     Message_ProgressScope whole(progress->Start(), nullptr, 100);
-
-    context.file = context.request.input;
-    context.progress = whole.Next(45);
+    Document document;
+    JobContext context{request, settings, journal, document, request.input, whole.Next(45)};
     Outcome outcome = Read(context);
     if (outcome.IsOk()) outcome = CheckModel(context);
     if (!outcome.IsOk()) return outcome;
 
-    context.journal.Start(Phase::Prepare);
+    journal.Start(Phase::Prepare);
     context.progress = whole.Next(25);
     outcome = Prepare(context);
     if (!outcome.IsOk()) return outcome;
 
-    context.journal.Start(Phase::Write);
+    journal.Start(Phase::Write);
     context.file = target;
     context.progress = whole.Next(29);
     const auto write = reinterpret_cast<FormatFunction*>(FindFunction(to.writeModule, to.writeFunction));
     outcome = write(context);
-    if (outcome.IsOk()) SendCounts(context.journal, "written", context.document.Count());
+    if (outcome.IsOk()) SendCounts(journal, "written", document.Count());
     return outcome;
 }
 
@@ -81,11 +81,9 @@ extern "C" Outcome RunJob(const Request& request, const Settings& settings,
                           const std::filesystem::path& target, Journal& journal) {
     std::setlocale(LC_ALL, "C");
     CollectMessages(journal, request.trace);
-    Document document;
-    JobContext context{request, settings, journal, document, {}, {}};
     Outcome outcome;
     try {
-        outcome = Convert(context, target);
+        outcome = Convert(request, settings, target, journal);
     } catch (const Standard_OutOfMemory&) {
         outcome = Outcome::Fail(ZEL_FAILED, "The conversion needs more memory than it may have");
     } catch (const Standard_Failure& failure) {

@@ -19,8 +19,8 @@ constexpr Suffix kStepSuffixes[] = {".stp", ".step", ".stpnc", ".stpa", ".stpz",
                  kFbxSuffixes[] = {".fbx"}, k3mfSuffixes[] = {".3mf"},
                  kIfcSuffixes[] = {".ifc", ".ifcxml", ".ifczip"}, kDxfSuffixes[] = {".dxf", ".dwg"};
 
-constexpr char kStepModule[] = "step", kIgesModule[] = "iges", kMeshModule[] = "mesh", kXmlModule[] = "xml",
-               kAssimpModule[] = "assimp", kCoreModule[] = "core";
+constexpr char kStepModule[] = "step", kIgesModule[] = "iges", kMeshModule[] = "mesh",
+               kSceneModule[] = "scene", kAssimpModule[] = "assimp_reader", kCoreModule[] = "core";
 
 // Where two formats share a number the first is taken when the suffix does not tell.
 constexpr auto kFormats = std::to_array<Format>({
@@ -32,7 +32,7 @@ constexpr auto kFormats = std::to_array<Format>({
      Needs::Anything, nullptr},
     {FormatId::Stl, "STL", kStlCodes, kStlSuffixes, kMeshModule, "ReadStl", kMeshModule, "WriteStl",
      Needs::Triangles, nullptr},
-    {FormatId::Vrml, "VRML", kVrmlCodes, kVrmlSuffixes, nullptr, nullptr, kMeshModule, "WriteVrml",
+    {FormatId::Vrml, "VRML", kVrmlCodes, kVrmlSuffixes, nullptr, nullptr, kSceneModule, "WriteVrml",
      Needs::Triangles, nullptr},
     {FormatId::Obj, "OBJ", kObjCodes, kObjSuffixes, kMeshModule, "ReadObj", kMeshModule, "WriteObj",
      Needs::Triangles, ".mtl"},
@@ -40,11 +40,11 @@ constexpr auto kFormats = std::to_array<Format>({
      Needs::Triangles, ".bin"},
     {FormatId::Glb, "glb", kGltfCodes, kGlbSuffixes, kMeshModule, "ReadGltf", kMeshModule, "WriteGltf",
      Needs::Triangles, nullptr},
-    {FormatId::Collada, "Collada", kColladaCodes, kColladaSuffixes, nullptr, nullptr, kXmlModule,
+    {FormatId::Collada, "Collada", kColladaCodes, kColladaSuffixes, nullptr, nullptr, kSceneModule,
      "WriteCollada", Needs::Triangles, nullptr},
-    {FormatId::Fbx, "FBX", kFbxCodes, kFbxSuffixes, kAssimpModule, "ReadFbx", kAssimpModule, "WriteFbx",
+    {FormatId::Fbx, "FBX", kFbxCodes, kFbxSuffixes, kAssimpModule, "ReadFbx", kSceneModule, "WriteFbx",
      Needs::Triangles, nullptr},
-    {FormatId::ThreeMf, "3MF", k3mfCodes, k3mfSuffixes, nullptr, nullptr, kXmlModule, "Write3mf",
+    {FormatId::ThreeMf, "3MF", k3mfCodes, k3mfSuffixes, nullptr, nullptr, kSceneModule, "Write3mf",
      Needs::Triangles, nullptr},
     {FormatId::Ifc, "IFC", kIfcCodes, kIfcSuffixes, kAssimpModule, "ReadIfc", nullptr, nullptr,
      Needs::Anything, nullptr},
