@@ -2,7 +2,6 @@
 
 #include <charconv>
 #include <cmath>
-#include <initializer_list>
 #include <optional>
 #include <variant>
 
@@ -14,7 +13,7 @@ struct Switch {
 };
 struct Choice {
     int Settings::*member;
-    std::initializer_list<int> allowed;
+    std::vector<int> allowed;
 };
 struct Number {
     double Settings::*member;

@@ -1,0 +1,140 @@
+#include <gtest/gtest.h>
+#include <random>
+#include <signal.h>
+
+#include "tests/chain/morvex.h"
+
+namespace morvex::chain {
+namespace {
+
+std::vector<std::string> Damaged(const std::string& whole) {
+    std::vector<std::string> files;
+    for (const double share : {0.001, 0.1, 0.5, 0.9, 0.999}) {
+        files.push_back(whole.substr(0, static_cast<size_t>(static_cast<double>(whole.size()) * share)));
+    }
+    for (const unsigned seed : {1u, 2u, 3u}) {
+        std::mt19937 random(seed);
+        std::string bytes = whole;
+        for (int i = 0; i < 40; ++i) bytes[random() % bytes.size()] = static_cast<char>(random());
+        files.push_back(bytes);
+    }
+    std::string garbage(4096, '\0');
+    std::mt19937 random(4);
+    for (char& byte : garbage) byte = static_cast<char>(random());
+    files.push_back(garbage);
+    return files;
+}
+
+TEST(Faults, DamagedInputsHarmNothing) {
+    const Program program;
+    const std::pair<const char*, const char*> parts[] = {
+        {"STEP", "step/screw.step"}, {"IGES 3D", "iges/hammer.iges"}, {"STL", "stl/shape.stl"}};
+    for (const auto& [format, part] : parts) {
+        int refused = 0;
+        for (const std::string& bytes : Damaged(ReadBytes(kParts / part))) {
+            const Folder in, out;
+            WriteBytes(in / "part.in", bytes);
+            const int code =
+                program.Convert(format, "glTF Binary", in / "part.in", (out / "part.glb").string());
+            EXPECT_NE(code, -1000) << part;
+            refused += code != 0;
+            EXPECT_EQ(ReadBytes(in / "part.in"), bytes);
+            for (const std::string& name : out.Names()) {
+                const bool report = name == "part.glb-zel.xml", output = name == "part.glb";
+                EXPECT_TRUE(report || (output && code == 0)) << name << " left behind by " << code;
+            }
+        }
+        EXPECT_GE(refused, 2) << part;
+    }
+}
+
+TEST(Faults, HaveTheirCodes) {
+    const Program program;
+    const Folder folder;
+    const fs::path screw = kParts / "step/screw.step";
+    WriteBytes(folder / "empty.step", "");
+    fs::create_directory(folder / "folder.step");
+    fs::create_directory(folder / "taken.stl");
+    WriteBytes(folder / "plain", "x");
+    WriteBytes(folder / "half.step", ReadBytes(screw).substr(0, 40000));
+    const auto convert = [&](const fs::path& input, const std::string& output) {
+        return program.Convert("STEP", "STL", input, output);
+    };
+    const std::string out = (folder / "out.stl").string();
+    EXPECT_EQ(convert(folder / "empty.step", out), -32);
+    EXPECT_EQ(convert(folder / "half.step", out), -5);
+    EXPECT_EQ(convert(screw, (folder / "taken.stl").string() + "/x/y.stl"), -23);
+    EXPECT_EQ(convert(screw, (folder / "plain").string() + "/x.stl"), -23);
+    for (const fs::path& unreadable : {folder / "missing.step", folder / "folder.step"}) {
+        const int code = convert(unreadable, out);
+        EXPECT_TRUE(code == -22 || code == -28 || code == -2) << code;
+    }
+    EXPECT_FALSE(fs::exists(out));
+    // A failure leaves the file that was there.
+    WriteBytes(out, "precious");
+    EXPECT_NE(convert(folder / "half.step", out), 0);
+    EXPECT_EQ(ReadBytes(out), "precious");
+    // The input as the output is refused, not eaten.
+    fs::copy_file(screw, folder / "same.step");
+    EXPECT_EQ(program.Convert("STEP", "STEP", folder / "same.step", (folder / "same.step").string()), -23);
+    EXPECT_EQ(ReadBytes(folder / "same.step"), ReadBytes(screw));
+}
+
+// A run over a saved list that starts by itself, as many files at once as there are processors.
+void PrepareSelfStartingRun(const Program& program, const Folder& out, const std::string& from,
+                            const std::string& to, const std::vector<fs::path>& inputs) {
+    std::string settings =
+        "[General]\r\nDeveloperMode=1\r\nMultiprocess=1\r\nConvertAtStartup=1\r\nLoadLastState=1\r\n";
+    WriteBytes(program.Root() / "norwend_morvex.ini",
+               settings + ReadBytes(program.Root() / "norwend_morvex.ini"));
+    std::string list = "morvex_list\r\n" + from + "\r\n" + to + "\r\n";
+    for (const fs::path& input : inputs) list += WindowsPath(input.string()) + "\r\n";
+    WriteBytes(program.Root() / "user/zel_last_state.ini", Utf16(list));
+    WriteBytes(program.Root() / "user/zel_morvex.ini",
+               Utf16("[General]\r\nSameFolderAsInput=0\r\nOutput_folder=" + WindowsPath(out.Path().string()) +
+                     "\r\nFormat_in=" + from + "\r\nFormat_out=" + to + "\r\n"));
+}
+
+constexpr char kStep[] = "STEP (*.step;*.stp;*.stpz;*.stpx;*.stpxz;*.stpnc;*.stpa)";
+constexpr char kIges[] = "IGES 3D (*.igs;*.iges)";
+
+TEST(Multiprocess, GivesTheSameFilesAsOneByOne) {
+    for (const auto& [from, name, inputs] :
+         {std::tuple{kStep, "STEP",
+                     std::vector<fs::path>{kParts / "step/screw.step", kParts / "step/linkrods.step"}},
+          std::tuple{kIges, "IGES 3D",
+                     std::vector<fs::path>{kParts / "iges/bearing.iges", kParts / "iges/hammer.iges"}}}) {
+        const Program program;
+        const Folder one, many;
+        for (const fs::path& input : inputs) program.Convert(name, "STL", input, one.Path().string() + "/");
+        PrepareSelfStartingRun(program, many, from, "STL (*.stl)", inputs);
+        Process process(program.Start({}, {}));
+        for (const fs::path& input : inputs) {
+            const std::string output = input.stem().string() + ".stl";
+            ASSERT_TRUE(Eventually(60, [&] { return fs::exists(many / (output + "-zel.xml")); })) << output;
+            EXPECT_EQ(ReadBytes(many / output), ReadBytes(one / output)) << output;
+        }
+    }
+}
+
+TEST(Multiprocess, NothingOutlivesAKilledParent) {
+    const Program program;
+    const Folder in, out;
+    std::vector<fs::path> inputs;
+    for (int i = 0; i < 40; ++i) {
+        inputs.push_back(in / (std::to_string(i) + ".step"));
+        fs::copy_file(kParts / "step/linkrods.step", inputs.back());
+    }
+    PrepareSelfStartingRun(program, out, kStep, "STL (*.stl)", inputs);
+    Process process(program.Start({}, {}));
+    const std::string input = in.Path().filename().string();
+    ASSERT_TRUE(Eventually(60, [&] { return ProcessesWith(input).size() >= 2; }));
+    process.Kill();
+    EXPECT_TRUE(Eventually(20, [&] { return ProcessesWith(input).empty(); }));
+    for (const std::string& name : out.Names()) {
+        EXPECT_TRUE(name.ends_with(".stl") || name.ends_with("-zel.xml")) << name << " left behind";
+    }
+}
+
+}  // namespace
+}  // namespace morvex::chain
