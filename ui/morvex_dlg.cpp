@@ -77,6 +77,9 @@ CmorvexDlg::CmorvexDlg(AppContext& context, MainPrompts prompts)
       worker_([this] { PostMessageW(Handle(), kRunNewsMessage, 0, 0); }) {}
 
 void CmorvexDlg::Open() {
+    const INITCOMMONCONTROLSEX controls{sizeof controls,
+                                        ICC_LISTVIEW_CLASSES | ICC_PROGRESS_CLASS | ICC_BAR_CLASSES};
+    InitCommonControlsEx(&controls);
     Create(IDD_MAIN, nullptr);
 }
 

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <unordered_set>
 
 #include "res/string_ids.h"
 #include "ui/morvex_dlg.h"
@@ -146,8 +147,13 @@ void CmorvexDlg::MoveRow(bool up) {
 void CmorvexDlg::SortByColumn(ListColumn column) {
     if (Busy()) return;
     const ListView& view = listControl_.View();
+    std::unordered_set<const ListRow*> selected;  // a row keeps its place in memory
+    for (const size_t row : view.SelectedRows()) selected.insert(&list_.Row(row));
     list_.SortByColumn(column);
-    view.SelectAll(false);
+    if (selected.size() < list_.Count()) view.SelectAll(false);
+    for (size_t row = 0; row < list_.Count() && selected.size() < list_.Count(); ++row) {
+        if (selected.contains(&list_.Row(row))) view.Select(row);
+    }
     view.ShowSortArrow(static_cast<int>(column), list_.Ascending());
     listControl_.RedrawVisible();
 }

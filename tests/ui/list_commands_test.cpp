@@ -1,0 +1,206 @@
+#include "tests/ui/main_window_fixture.h"
+
+namespace morvex::test {
+namespace {
+
+TEST_F(MainWindowTest, AddsPickedFilesWithoutTests) {
+    Open();
+    AddFiles({L"a.stp", L"b.stp", L"a.stp", L"notes.txt"});
+    EXPECT_EQ(Names(), (Texts{L"a.stp", L"b.stp", L"a.stp", L"notes.txt"}));
+    EXPECT_TRUE(fileDialogs_.front().multiple);
+    EXPECT_TRUE(fileDialogs_.front().filter.starts_with(L"STEP AP203/214 (*.step;"));
+    EXPECT_EQ(View().RowCount(), 4);
+    EXPECT_TRUE(Enabled(IDS_RUN_CONVERSION));
+    EXPECT_TRUE(Enabled(IDS_EMPTY_LIST));
+    Click(IDS_EMPTY_LIST);
+    EXPECT_TRUE(List().Empty());
+    EXPECT_FALSE(Enabled(IDS_RUN_CONVERSION));
+    EXPECT_FALSE(Enabled(IDS_EMPTY_LIST));
+    EXPECT_TRUE(Enabled(IDS_ADD_FILES));
+}
+
+TEST_F(MainWindowTest, AddsFolders) {
+    MakeFile(L"a.stp");
+    MakeFile(L"b.igs");
+    CreateDirectoryW((parts_ + L"\\sub").c_str(), nullptr);
+    MakeFile(L"sub\\c.stp");
+    chosenFolder_ = parts_;
+    Open();
+    Command(IDS_ADD_FOLDER);
+    ASSERT_TRUE(WaitForAdded());
+    EXPECT_EQ(Names(), Texts{L"a.stp"});
+    EXPECT_EQ(StatusLine(), L"1 files added");
+    EXPECT_EQ(Chosen(L"Input_folder_GUI"), parts_);
+    Command(IDS_ADD_FOLDER_RECURSIVE);
+    ASSERT_TRUE(WaitForAdded());
+    Texts names = Names();
+    std::sort(names.begin(), names.end());
+    EXPECT_EQ(names, (Texts{L"a.stp", L"a.stp", L"c.stp"}));
+    EXPECT_TRUE(Enabled(IDS_RUN_CONVERSION));
+    EXPECT_TRUE(messages_.empty());
+}
+
+TEST_F(MainWindowTest, FolderWithoutFilesOfTheFormatIsSaidAndTheFormatFlashes) {
+    MakeFile(L"b.igs");
+    chosenFolder_ = parts_;
+    Open();
+    const std::wstring label = Text(IDS_INPUT_FORMAT);
+    bool flashed = false;
+    whileMessage_ = [&] {
+        flashed = WaitFor([&] {
+            return Text(IDS_INPUT_FORMAT) == L" " && ComboBox(Item(IDC_INPUT_FORMAT)).Selected() < 0;
+        });
+    };
+    Command(IDS_ADD_FOLDER);
+    ASSERT_TRUE(WaitForAdded());
+    EXPECT_EQ(messages_, Texts{L"Only STEP files can be added!"});
+    EXPECT_TRUE(flashed);
+    EXPECT_EQ(Text(IDS_INPUT_FORMAT), label);
+    EXPECT_EQ(ComboBox(Item(IDC_INPUT_FORMAT)).SelectedText(), kStepIn);
+    EXPECT_FALSE(Enabled(IDS_RUN_CONVERSION));
+}
+
+TEST_F(MainWindowTest, EscapeStopsASearch) {
+    constexpr int kFolders = 400;
+    for (int i = 0; i < kFolders; ++i) {
+        CreateDirectoryW((parts_ + L"\\" + std::to_wstring(i)).c_str(), nullptr);
+        MakeFile(std::to_wstring(i) + L"\\a.stp");
+    }
+    chosenFolder_ = parts_;
+    Open();
+    Command(IDS_ADD_FOLDER_RECURSIVE);
+    EXPECT_TRUE(window_->Adding());
+    EXPECT_FALSE(Enabled(IDS_ADD_FILES));
+    EXPECT_EQ(MenuNow(), Ids{IDS_QUIT});
+    PostMessageW(window_->Handle(), WM_KEYDOWN, VK_ESCAPE, 0);
+    ASSERT_TRUE(WaitForAdded());
+    EXPECT_LT(List().Count(), static_cast<size_t>(kFolders));
+    EXPECT_TRUE(Enabled(IDS_ADD_FILES));
+    EXPECT_TRUE(messages_.empty());
+    EXPECT_TRUE(window_->Handle());
+}
+
+TEST_F(MainWindowTest, RemovesAndMovesRows) {
+    Open();
+    AddFiles({L"a.stp", L"b.stp", L"c.stp", L"d.stp"});
+    Select({1});
+    Command(IDS_MOVE_UP);
+    EXPECT_EQ(Names(), (Texts{L"b.stp", L"a.stp", L"c.stp", L"d.stp"}));
+    EXPECT_EQ(View().SelectedCount(), 0u);
+    Select({0});
+    Command(IDS_MOVE_UP);
+    Select({3});
+    Command(IDS_MOVE_DOWN);
+    Select({0, 1});
+    Command(IDS_MOVE_DOWN);
+    EXPECT_EQ(Names(), (Texts{L"b.stp", L"a.stp", L"c.stp", L"d.stp"}));
+    Select({2});
+    Command(IDS_MOVE_DOWN);
+    EXPECT_EQ(Names(), (Texts{L"b.stp", L"a.stp", L"d.stp", L"c.stp"}));
+    Select({0, 2});
+    PressInList(VK_DELETE);
+    EXPECT_EQ(Names(), (Texts{L"a.stp", L"c.stp"}));
+    EXPECT_EQ(View().RowCount(), 2);
+    View().SelectAll(true);
+    Command(IDS_REMOVE_FROM_LIST);
+    EXPECT_TRUE(List().Empty());
+    EXPECT_FALSE(Enabled(IDS_RUN_CONVERSION));
+}
+
+TEST_F(MainWindowTest, SortsByHeaderAndKeepsTheSelection) {
+    Open();
+    AddFiles({L"B.stp", L"a.stp", L"c.stp"});
+    MakeFile(L"B.stp", 999);
+    MakeFile(L"a.stp", 1024);
+    Click(IDS_EMPTY_LIST);
+    Click(IDS_ADD_FILES);  // sizes 999 b, 1 KB, 10 b
+    Select({1});
+    ClickHeader(0);
+    EXPECT_EQ(Names(), (Texts{L"c.stp", L"B.stp", L"a.stp"}));  // the first click turns the order round
+    EXPECT_EQ(View().SelectedRows(), std::vector<size_t>{2});
+    ClickHeader(0);
+    EXPECT_EQ(Names(), (Texts{L"a.stp", L"B.stp", L"c.stp"}));
+    ClickHeader(1);
+    EXPECT_EQ(Column(ListColumn::Size), (Texts{L"10 b", L"999 b", L"1 KB"}));
+    ClickHeader(1);
+    EXPECT_EQ(Column(ListColumn::Size), (Texts{L"1 KB", L"999 b", L"10 b"}));
+    EXPECT_EQ(View().SelectedRows(), std::vector<size_t>{0});
+}
+
+TEST_F(MainWindowTest, ManyRowsMakeRoomForTheScrollBarOnce) {
+    Open();
+    const int status = View().ColumnWidth(3);
+    Texts names(22, L"a.stp");
+    AddFiles(names);
+    EXPECT_EQ(View().ColumnWidth(3), status);
+    AddFiles({L"b.stp"});
+    const int narrower =
+        MulDiv(17, static_cast<int>(GetDpiForWindow(window_->Handle())), USER_DEFAULT_SCREEN_DPI);
+    EXPECT_EQ(View().ColumnWidth(3), status - narrower);
+    EXPECT_FALSE(GetWindowLongW(Item(IDC_LIST), GWL_STYLE) & WS_HSCROLL);
+    Select({0, 1, 2});
+    PressInList(VK_DELETE);
+    AddFiles(names);
+    EXPECT_EQ(View().ColumnWidth(3), status - narrower);
+}
+
+TEST_F(MainWindowTest, MenuFollowsTheState) {
+    Open();
+    const Ids empty = {
+        IDS_ADD_FILES, IDS_ADD_FOLDER, IDS_ADD_FOLDER_RECURSIVE, 0, IDS_LOAD_LIST, 0, IDS_OPTIONS, 0,
+        IDS_QUIT};
+    EXPECT_EQ(MenuNow(), empty);
+    AddFiles({L"a.stp", L"b.stp"});
+    const Ids adding = {IDS_ADD_FILES,
+                        IDS_ADD_FOLDER,
+                        IDS_ADD_FOLDER_RECURSIVE,
+                        IDS_EMPTY_LIST,
+                        0,
+                        IDS_LOAD_LIST,
+                        IDS_SAVE_LIST,
+                        0,
+                        IDS_OPTIONS,
+                        0,
+                        IDS_QUIT};
+    const auto expected = [&](Ids before) {
+        before.insert(before.end(), adding.begin(), adding.end());
+        return before;
+    };
+    EXPECT_EQ(MenuNow(), expected({IDS_RUN_CONVERSION, 0}));
+    Select({0});
+    EXPECT_EQ(MenuNow(), expected({IDS_RUN_CONVERSION, 0, IDS_REMOVE_FROM_LIST, 0, IDS_COPY_FILE_PATH,
+                                   IDS_OPEN_CONTAINING_FOLDER, IDS_OPEN_OUTPUT_FOLDER, 0}));
+    Select({0, 1});
+    EXPECT_EQ(MenuNow(), expected({IDS_RUN_CONVERSION, 0, IDS_REMOVE_FROM_LIST, 0}));
+    Select({});
+    Click(IDS_RUN_CONVERSION);
+    ASSERT_TRUE(WaitForState(RunState::Finished));
+    EXPECT_EQ(MenuNow(), expected({IDS_RUN_CONVERSION, 0, IDS_SAVE_RESULTS_REPORT, 0}));
+    menu_.clear();
+    RECT window{};
+    GetWindowRect(window_->Handle(), &window);
+    SendMessageW(window_->Handle(), WM_CONTEXTMENU, reinterpret_cast<WPARAM>(window_->Handle()),
+                 MAKELPARAM(window.right + 50, window.top));
+    EXPECT_TRUE(menu_.empty());  // outside
+}
+
+TEST_F(MainWindowTest, CommandsOnTheSelectedRow) {
+    Choose(L"Output_folder", program_.c_str());
+    Open();
+    AddFiles({L"a.stp", L"b & c.stp"});
+    Command(IDS_COPY_FILE_PATH);  // nothing is selected
+    Select({1});
+    Command(IDS_OPEN_CONTAINING_FOLDER);
+    Command(IDS_OPEN_OUTPUT_FOLDER);
+    Click(IDS_WRITE_INTO_INPUT_FOLDER);
+    Command(IDS_OPEN_OUTPUT_FOLDER);
+    EXPECT_EQ(opened_, (Texts{parts_, parts_, program_}));
+    Command(IDS_COPY_FILE_PATH);
+    ASSERT_TRUE(OpenClipboard(nullptr));
+    const auto* text = static_cast<const wchar_t*>(GlobalLock(GetClipboardData(CF_UNICODETEXT)));
+    EXPECT_EQ(text ? std::wstring(text) : L"", parts_ + L"\\b & c.stp");
+    CloseClipboard();
+}
+
+}  // namespace
+}  // namespace morvex::test

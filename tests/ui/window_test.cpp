@@ -1,0 +1,202 @@
+#include "tests/support/dialog_driver.h"
+#include "tests/ui/main_window_fixture.h"
+#include "win/access_keys.h"
+
+namespace morvex::test {
+namespace {
+
+constexpr int kDeveloperBoxes[] = {IDS_HEALING, IDS_MULTIPROCESS, IDS_CONVERT_AT_STARTUP, IDS_OVERRIDE};
+
+int Scaled(HWND window, int pixels) {
+    return MulDiv(pixels, static_cast<int>(GetDpiForWindow(window)), USER_DEFAULT_SCREEN_DPI);
+}
+
+std::wstring HeaderTitle(const ListView& view, int index) {
+    wchar_t title[64] = L"";
+    HDITEMW item{};
+    item.mask = HDI_TEXT;
+    item.pszText = title;
+    item.cchTextMax = 64;
+    SendMessageW(reinterpret_cast<HWND>(view.Send(LVM_GETHEADER)), HDM_GETITEMW, static_cast<WPARAM>(index),
+                 reinterpret_cast<LPARAM>(&item));
+    return title;
+}
+
+TEST_F(MainWindowTest, OpensWithTheSettings) {
+    Choose(L"Output_folder", parts_.c_str());
+    Open();
+    EXPECT_EQ(Control(window_->Handle()).Text(), L"Morvex 2024 64-bit        (24.4)");
+    EXPECT_EQ(FormatsOnOffer(IDC_INPUT_FORMAT), (Texts{L"ALL (*.*)", kIgesIn, kStepIn}));
+    EXPECT_EQ(ComboBox(Item(IDC_INPUT_FORMAT)).SelectedText(), kStepIn);
+    EXPECT_EQ(ComboBox(Item(IDC_OUTPUT_FORMAT)).SelectedText(), L"STL (*.stl)");
+    EXPECT_FALSE(Enabled(IDS_RUN_CONVERSION));
+    EXPECT_FALSE(Enabled(IDS_EMPTY_LIST));
+    EXPECT_TRUE(CheckBox(Item(IDS_WRITE_INTO_INPUT_FOLDER)).Checked());
+    EXPECT_TRUE(Edit(Item(IDC_OUTPUT_FOLDER)).ReadOnly());
+    EXPECT_EQ(Text(IDC_OUTPUT_FOLDER), L" ");
+    for (const int id : kDeveloperBoxes) EXPECT_FALSE(GetWindowLongW(Item(id), GWL_STYLE) & WS_VISIBLE);
+    const int widths[] = {415, 76, 268, 162};
+    for (int i = 0; i < kListColumns; ++i)
+        EXPECT_EQ(View().ColumnWidth(i), Scaled(Item(IDC_LIST), widths[i])) << i;
+    EXPECT_GE(View().VisibleCount(), 22u);
+    EXPECT_FALSE(GetWindowLongW(Item(IDC_LIST), GWL_STYLE) & WS_HSCROLL);
+}
+
+TEST_F(MainWindowTest, DeveloperModeShowsItsBoxesAndTheyWriteTheirSettings) {
+    Install(L"General", L"DeveloperMode", L"1");
+    Choose(L"Healing", L"1");
+    Choose(L"SameFolderAsInput", L"0");
+    Choose(L"Output_folder", parts_.c_str());
+    Open();
+    EXPECT_EQ(Control(window_->Handle()).Text(), L"Morvex 2024 64-bit DEV MODE       (24.4)");
+    EXPECT_EQ(Text(IDC_OUTPUT_FOLDER), parts_);
+    EXPECT_FALSE(CheckBox(Item(IDS_WRITE_INTO_INPUT_FOLDER)).Checked());
+    for (const int id : kDeveloperBoxes) {
+        EXPECT_TRUE(GetWindowLongW(Item(id), GWL_STYLE) & WS_VISIBLE);
+        EXPECT_EQ(CheckBox(Item(id)).Checked(), id == IDS_HEALING);
+        Click(id);
+    }
+    const std::wstring installation = context_->folders.installationSettings;
+    EXPECT_EQ(Chosen(L"Healing"), L"0");
+    EXPECT_EQ(profile::ReadInt(installation, L"General", L"Multiprocess", -1), 1);
+    EXPECT_EQ(profile::ReadInt(installation, L"General", L"ConvertAtStartup", -1), 1);
+    EXPECT_EQ(profile::ReadInt(context_->folders.SharedConfig(), L"INTERNAL CONF", L"FILL_OVERRIDE", -1), 1);
+}
+
+// Every text has room in its control, in every language; no two access keys are equal.
+TEST_F(MainWindowTest, TextsFitInAllLanguages) {
+    Install(L"General", L"DeveloperMode", L"1");
+    for (const std::wstring& language : LanguageNames()) {
+        profile::WriteText(user_ + L"\\zel_morvex.ini", L"Options", L"Language", language);
+        Open();
+        const HDC device = GetDC(window_->Handle());
+        SelectObject(device, reinterpret_cast<HFONT>(SendMessageW(window_->Handle(), WM_GETFONT, 0, 0)));
+        std::wstring keys;
+        for (HWND control = GetWindow(window_->Handle(), GW_CHILD); control;
+             control = GetWindow(control, GW_HWNDNEXT)) {
+            const std::wstring text = Control(control).Text();
+            const int id = GetDlgCtrlID(control);
+            if (text.empty() || id == IDC_INPUT_FORMAT || id == IDC_OUTPUT_FORMAT) continue;
+            RECT room{}, needed{};
+            GetClientRect(control, &room);
+            DrawTextW(device, text.c_str(), -1, &needed, DT_CALCRECT | DT_SINGLELINE);
+            const LONG type = GetWindowLongW(control, GWL_STYLE) & BS_TYPEMASK;
+            const bool box =
+                SendMessageW(control, WM_GETDLGCODE, 0, 0) & DLGC_BUTTON && type == BS_AUTOCHECKBOX;
+            const int margin = Scaled(control, box ? 18 : 0);
+            EXPECT_LE(needed.right + margin, room.right) << id << " in language " << LanguageOffset(language);
+            const size_t mark = text.find(L'&');
+            if (mark != text.npos && text[mark + 1] != L'&') keys += text[mark + 1];
+        }
+        ReleaseDC(window_->Handle(), device);
+        CharUpperW(keys.data());
+        std::sort(keys.begin(), keys.end());
+        EXPECT_EQ(std::adjacent_find(keys.begin(), keys.end()), keys.end());
+        EXPECT_GE(keys.size(), 12u);
+    }
+}
+
+TEST_F(MainWindowTest, LanguageChangesWhileOpen) {
+    Open();
+    Drive([&] { Command(IDS_OPTIONS); },
+          [](const ShownDialog& options) {
+              ASSERT_TRUE(ComboBox(options.Item(1030)).SelectText(L"Deutsch"));
+              SendMessageW(options.Window(), WM_COMMAND, MAKEWPARAM(1030, CBN_SELCHANGE),
+                           reinterpret_cast<LPARAM>(options.Item(1030)));
+          });
+    TextCatalogue german;
+    german.SetLanguage(L"Deutsch");
+    const auto shown = [&](int id) {
+        std::wstring text = Text(id);
+        std::erase(text, L'&');
+        return text;
+    };
+    for (const int id : {IDS_ADD_FILES, IDS_RUN_CONVERSION, IDS_INPUT_FORMAT, IDS_WRITE_INTO_INPUT_FOLDER}) {
+        EXPECT_EQ(shown(id), german(id));
+    }
+    EXPECT_EQ(HeaderTitle(View(), 0), german(IDS_FILENAME));
+    EXPECT_EQ(HeaderTitle(View(), 3), german(IDS_STATUS));
+    EXPECT_EQ(ComboBox(Item(IDC_INPUT_FORMAT)).SelectedText(), kStepIn);
+}
+
+TEST_F(MainWindowTest, ListTakesTheRoomOfALargerWindow) {
+    Open();
+    RECT before{}, window{}, after{}, quit{};
+    GetWindowRect(Item(IDC_LIST), &before);
+    GetWindowRect(window_->Handle(), &window);
+    SetWindowPos(window_->Handle(), nullptr, 0, 0, window.right - window.left + 200,
+                 window.bottom - window.top + 100, SWP_NOMOVE | SWP_NOZORDER);
+    GetWindowRect(Item(IDC_LIST), &after);
+    GetWindowRect(Item(IDS_QUIT), &quit);
+    EXPECT_EQ(after.right - after.left, before.right - before.left + 200);
+    EXPECT_EQ(after.bottom - after.top, before.bottom - before.top + 100);
+    EXPECT_GT(quit.top, after.bottom);
+    int columns = 0;
+    for (int i = 0; i < kListColumns; ++i) columns += View().ColumnWidth(i);
+    EXPECT_EQ(columns, Scaled(Item(IDC_LIST), 415 + 76 + 268 + 162) + 200);
+}
+
+TEST_F(MainWindowTest, EscapeDoesNotCloseAndQuitDoes) {
+    Open();
+    PostMessageW(Item(IDC_LIST), WM_KEYDOWN, VK_ESCAPE, 0);
+    PostMessageW(window_->Handle(), WM_APP + 100, 0, 0);
+    int seen = 0;
+    WaitFor([&] { return ++seen > 3; });
+    ASSERT_TRUE(window_->Handle());
+    Click(IDS_QUIT);
+    EXPECT_FALSE(window_->Handle());
+}
+
+TEST_F(MainWindowTest, ChoosingFormats) {
+    Open();
+    AddFiles({L"a.stp"});
+    ChooseFormat(IDC_INPUT_FORMAT, kStepIn);
+    EXPECT_EQ(Names(), Texts{L"a.stp"});  // the same format again keeps the list
+    ChooseFormat(IDC_OUTPUT_FORMAT, L"VDAFS (*.vda)");
+    EXPECT_EQ(Chosen(L"Format_out"), L"VDAFS (*.vda)");
+    ChooseFormat(IDC_INPUT_FORMAT, kIgesIn);
+    EXPECT_TRUE(List().Empty());
+    EXPECT_EQ(FormatsOnOffer(IDC_OUTPUT_FORMAT), (Texts{L"OBJ (*.obj)", L"STL (*.stl)"}));
+    EXPECT_EQ(ComboBox(Item(IDC_OUTPUT_FORMAT)).SelectedText(), L"OBJ (*.obj)");  // repaired
+    EXPECT_EQ(Chosen(L"Format_in"), kIgesIn);
+    EXPECT_EQ(Chosen(L"Format_out"), L"OBJ (*.obj)");
+}
+
+TEST_F(MainWindowTest, SameFormatIsNotWrittenBesideItsInput) {
+    Choose(L"Output_folder", L"C:\\no such folder");
+    Open();
+    ChooseFormat(IDC_OUTPUT_FORMAT, L"STEP (*.stp)");
+    EXPECT_FALSE(CheckBox(Item(IDS_WRITE_INTO_INPUT_FOLDER)).Checked());
+    EXPECT_EQ(Text(IDC_OUTPUT_FOLDER), L"C:\\no such folder");
+    EXPECT_EQ(Chosen(L"SameFolderAsInput"), L"0");
+    EXPECT_EQ(messages_, Texts{L"Output folder is not valid!"});
+}
+
+TEST_F(MainWindowTest, OutputFolderIsChosenTypedAndSwitchedOff) {
+    Open();
+    ShowWindow(window_->Handle(), SW_SHOW);
+    chosenFolder_ = parts_;
+    Click(IDC_BROWSE);
+    EXPECT_EQ(Text(IDC_OUTPUT_FOLDER), parts_);
+    EXPECT_EQ(Chosen(L"Output_folder"), parts_);
+    EXPECT_EQ(Chosen(L"SameFolderAsInput"), L"0");
+
+    SetFocus(Item(IDC_OUTPUT_FOLDER));
+    SendMessageW(Item(IDC_OUTPUT_FOLDER), EM_SETSEL, 0, -1);
+    SendMessageW(Item(IDC_OUTPUT_FOLDER), EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>(L"C:\\nowhere"));
+    PostMessageW(Item(IDC_OUTPUT_FOLDER), WM_KEYDOWN, VK_RETURN, 0);  // moves on, presses no button
+    ASSERT_TRUE(WaitFor([&] { return !messages_.empty(); }));
+    EXPECT_EQ(messages_, Texts{L"Output folder is not valid!"});
+    EXPECT_EQ(GetFocus(), Item(IDC_BROWSE));
+    EXPECT_EQ(Chosen(L"Output_folder"), L"C:\\nowhere");
+
+    Click(IDS_WRITE_INTO_INPUT_FOLDER);
+    EXPECT_EQ(Text(IDC_OUTPUT_FOLDER), L" ");
+    EXPECT_EQ(Chosen(L"SameFolderAsInput"), L"1");
+    Click(IDS_WRITE_INTO_INPUT_FOLDER);
+    EXPECT_EQ(Text(IDC_OUTPUT_FOLDER), L"C:\\nowhere");
+    EXPECT_EQ(messages_.size(), 2u);
+}
+
+}  // namespace
+}  // namespace morvex::test
