@@ -1,6 +1,6 @@
 #include "convert/child_process.h"
 
-#include "win/paths.h"
+#include <utility>
 
 namespace morvex {
 namespace {
@@ -15,9 +15,10 @@ std::wstring Quoted(const std::wstring& text) {
 }
 
 // 259 means "still running", but a process may also end with it: then only its handle tells.
-bool StillRunning(HANDLE process, DWORD& exitCode) {
-    if (!GetExitCodeProcess(process, &exitCode)) return false;
-    return exitCode == STILL_ACTIVE && WaitForSingleObject(process, 0) == WAIT_TIMEOUT;
+bool StillRunning(HANDLE process) {
+    DWORD exitCode = 0;
+    return GetExitCodeProcess(process, &exitCode) && exitCode == STILL_ACTIVE &&
+           WaitForSingleObject(process, 0) == WAIT_TIMEOUT;
 }
 
 }  // namespace
@@ -31,8 +32,8 @@ std::wstring ChildCommandLine(const std::wstring& program, const ChildArguments&
     return line;
 }
 
-ChildRunner::ChildRunner(const std::wstring& formatIn, const std::wstring& formatOut)
-    : program_(ModulePath()), job_(CreateJobObjectW(nullptr, nullptr)) {
+ChildRunner::ChildRunner(std::wstring program, const std::wstring& formatIn, const std::wstring& formatOut)
+    : program_(std::move(program)), job_(CreateJobObjectW(nullptr, nullptr)) {
     SetEnvironmentVariableW(kFormatInVariable, formatIn.c_str());
     SetEnvironmentVariableW(kFormatOutVariable, formatOut.c_str());
     JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
@@ -55,8 +56,9 @@ int ChildRunner::Run(const ChildArguments& arguments) const {
     AssignProcessToJobObject(job_.get(), process.get());
     ResumeThread(thread.get());
 
+    while (StillRunning(process.get())) Sleep(kPollMilliseconds);
     DWORD exitCode = 0;
-    while (StillRunning(process.get(), exitCode)) Sleep(kPollMilliseconds);
+    GetExitCodeProcess(process.get(), &exitCode);
     return static_cast<int>(exitCode);
 }
 

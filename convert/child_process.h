@@ -28,7 +28,8 @@ inline constexpr wchar_t kFormatOutVariable[] = L"MORVEX_FORMAT_OUT";
 // this process however it ends. Run may be called from several threads at once.
 class ChildRunner {
   public:
-    ChildRunner(const std::wstring& formatIn, const std::wstring& formatOut);
+    // `program` is this program's own file, started anew for each conversion.
+    ChildRunner(std::wstring program, const std::wstring& formatIn, const std::wstring& formatOut);
 
     // Converts one file in a child and returns its exit code. A child that cannot be started counts as 0:
     // that is this program's long-standing rule, which scripts around it rely on.

@@ -4,6 +4,7 @@
 #include "formats/input_formats.h"
 #include "formats/output_formats.h"
 #include "settings/conversion_config.h"
+#include "win/paths.h"
 
 namespace morvex {
 
@@ -37,6 +38,7 @@ ConversionJob MakeJob(AppContext& context, std::vector<SourceFile> files) {
     job.outputCode = rules.outputCode;
     job.schemaFolder = context.folders.schema;
     job.libraryPath = context.folders.library;
+    job.program = ModulePath();
     if (settings.CrashLogOn()) job.crashLog = context.folders.crashLog;
     job.guarded = !settings.disableGuard.Get();
     job.developerMode = settings.developerMode.Get();

@@ -19,6 +19,7 @@ struct ConversionJob {
     std::wstring configFile;
     std::wstring schemaFolder;
     std::wstring libraryPath;
+    std::wstring program;   // started for each file of a multiprocess run
     std::wstring crashLog;  // empty: none is kept
     bool guarded = true;    // library faults are caught
     bool developerMode = false;

@@ -49,7 +49,8 @@ class Run {
   public:
     Run(const ConversionJob& job, RunObserver& observer)
         : job_(job), observer_(observer), count_(job.files.size()), log_(job.crashLog) {
-        if (job.multiprocess) children_ = std::make_unique<ChildRunner>(job.formatIn, job.formatOut);
+        if (job.multiprocess)
+            children_ = std::make_unique<ChildRunner>(job.program, job.formatIn, job.formatOut);
     }
 
     RunOutcome ConvertAll() {

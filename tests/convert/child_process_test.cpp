@@ -42,6 +42,7 @@ ConversionJob Job(const std::vector<std::wstring>& names) {
     job.formatOut = L"STL (*.stl)";
     job.configFile = L"C:\\my config\\c.zel";
     job.schemaFolder = L"C:\\schema";
+    job.program = ModulePath();
     job.multiprocess = true;
     return job;
 }
