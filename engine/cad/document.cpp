@@ -19,6 +19,13 @@ struct ShapeCounts {
     std::int64_t solids = 0, faces = 0, triangles = 0, edges = 0;
 };
 
+// "12", "NAUO12": what systems write that give their instances no names.
+bool IsRunningNumber(const TCollection_ExtendedString& name) {
+    std::string text = TCollection_AsciiString(name).ToCString();
+    if (text.starts_with("NAUO")) text.erase(0, 4);
+    return text.find_first_not_of("0123456789") == std::string::npos;
+}
+
 ShapeCounts CountShape(const TopoDS_Shape& shape) {
     ShapeCounts counts;
     for (TopExp_Explorer solid(shape, TopAbs_SOLID); solid.More(); solid.Next()) ++counts.solids;
@@ -51,6 +58,26 @@ TDF_Label Document::AddPart(const TopoDS_Shape& shape, const std::string& name) 
     TDataStd_Name::Set(shapes_->AddComponent(assembly, part, location), title);
     shapes_->UpdateAssemblies();
     return part;
+}
+
+void Document::NameInstances() {
+    TDF_LabelSequence shapes;
+    shapes_->GetShapes(shapes);
+    for (const TDF_Label& shape : shapes) {
+        TDF_LabelSequence components;
+        XCAFDoc_ShapeTool::GetComponents(shape, components);
+        for (const TDF_Label& component : components) {
+            TDF_Label part;
+            Handle(TDataStd_Name) own, partName;
+            if (!XCAFDoc_ShapeTool::GetReferredShape(component, part) ||
+                !part.FindAttribute(TDataStd_Name::GetID(), partName)) {
+                continue;
+            }
+            if (!component.FindAttribute(TDataStd_Name::GetID(), own) || IsRunningNumber(own->Get())) {
+                TDataStd_Name::Set(component, partName->Get());
+            }
+        }
+    }
 }
 
 bool Document::ColourOf(const TDF_Label& label, Quantity_ColorRGBA& colour) const {

@@ -34,6 +34,9 @@ class Document {
     // located by itself loses name and colour in several writers.
     TDF_Label AddPart(const TopoDS_Shape& shape, const std::string& name);
 
+    // Gives instances that carry no more than a running number the name of the part they show.
+    void NameInstances();
+
     // The colour that the label itself has; false when it has none.
     bool ColourOf(const TDF_Label& label, Quantity_ColorRGBA& colour) const;
 

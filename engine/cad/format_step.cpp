@@ -61,6 +61,7 @@ extern "C" Outcome ReadStep(JobContext& context) {
     if (status != IFSelect_RetDone) return Damaged("The file is no valid STEP file");
     Handle(TDocStd_Document) document = context.document.Data();
     const bool transferred = reader.Transfer(document, context.progress);
+    context.document.NameInstances();
     const TransferLoss loss = CountLoss(reader.Reader().WS(), STANDARD_TYPE(StepShape_FaceSurface));
     return JudgeTransfer(context, transferred, loss);
 }

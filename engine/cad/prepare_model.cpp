@@ -170,8 +170,7 @@ void Flatten(Document& document, const std::string& name) {
         }
     }
     if (leaves.empty()) return;
-    for (const TDF_Label& root : document.Roots()) document.Shapes()->RemoveShape(root);
-    for (const TDF_Label& part : document.Parts()) document.Shapes()->RemoveShape(part);
+    document = Document();
     const TDF_Label part = document.AddPart(whole, name);
     for (const Leaf& leaf : leaves) {
         if (!leaf.style.IsSetColorSurf()) continue;

@@ -296,7 +296,7 @@ extern "C" Outcome ReadIfc(JobContext& context) {
 
 extern "C" Outcome ReadDxf(JobContext& context) {
     const double unit = DxfUnit(context.file);
-    return Read(context, [unit](const aiScene&) { return Scaling(unit); });
+    return Read(context, [unit](const aiScene&) { return Scaling(unit) * YUpToZUp(); });
 }
 
 }  // namespace morvex

@@ -41,7 +41,7 @@ Outcome Version(string_view what) {
 }
 
 bool IsText(const Excerpt& file) {
-    return file.head.find('\0') == std::string::npos;
+    return std::ranges::none_of(file.head, [](char c) { return c >= 0 && c < '\t'; });
 }
 
 Outcome CheckStep(const Excerpt& file) {

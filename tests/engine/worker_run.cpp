@@ -3,13 +3,16 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <zlib.h>
 
 namespace morvex::test {
 namespace {
@@ -76,6 +79,29 @@ std::string ReadWhole(const std::filesystem::path& path) {
 
 void WriteWhole(const std::filesystem::path& path, const std::string& bytes) {
     std::ofstream(path, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+}
+
+std::string ReadZipMember(const std::filesystem::path& path, const std::string& name) {
+    const std::string zip = ReadWhole(path);
+    const std::size_t at =
+        zip.find(name);  // the first is that of the member, the second that of the directory
+    constexpr std::size_t kHeader = 30, kPackedSize = 18, kUnpackedSize = 22;
+    if (at == std::string::npos || at < kHeader) return {};
+    const auto number = [&](std::size_t offset) {
+        std::uint32_t value = 0;
+        std::memcpy(&value, zip.data() + at - kHeader + offset, sizeof value);
+        return value;
+    };
+    std::string contents(number(kUnpackedSize), '\0');
+    z_stream stream{};
+    inflateInit2(&stream, -MAX_WBITS);
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(zip.data() + at + name.size()));
+    stream.avail_in = number(kPackedSize);
+    stream.next_out = reinterpret_cast<Bytef*>(contents.data());
+    stream.avail_out = static_cast<uInt>(contents.size());
+    const bool done = inflate(&stream, Z_FINISH) == Z_STREAM_END;
+    inflateEnd(&stream);
+    return done ? contents : "";
 }
 
 std::string Sample(const std::string& name) {

@@ -36,6 +36,8 @@ class ScratchFolder {
 
 std::string ReadWhole(const std::filesystem::path& path);
 void WriteWhole(const std::filesystem::path& path, const std::string& bytes);
-std::string Sample(const std::string& name);  // a part of the sample set, by its path in it
+std::string ReadZipMember(const std::filesystem::path& path,
+                          const std::string& name);  // empty when there is none
+std::string Sample(const std::string& name);         // a part of the sample set, by its path in it
 
 }  // namespace morvex::test

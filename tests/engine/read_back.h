@@ -1,0 +1,27 @@
+// What a file holds, as libraries other than the engine's own code read it.
+#pragma once
+
+#include <array>
+#include <set>
+#include <string>
+
+namespace morvex::test {
+
+struct Facts {
+    bool read = false;
+    std::array<double, 3> low{1e300, 1e300, 1e300}, high{-1e300, -1e300, -1e300};  // millimetres, Z up
+    double area = 0, volume = 0;  // of the triangles; the volume is signed
+    long triangles = 0, solids = 0, faces = 0;
+    std::set<std::string> names;
+    std::set<std::string> colours;  // "rrggbbaa", sRGB, in steps of 1/16 so that rounding does not matter
+
+    double Diagonal() const;
+};
+
+// By the suffix: B-rep formats, STL, OBJ and glTF by Open CASCADE, Collada, FBX and 3MF by assimp.
+Facts ReadBack(const std::string& path);
+
+// Any mesh format by assimp.
+Facts ReadByAssimp(const std::string& path);
+
+}  // namespace morvex::test

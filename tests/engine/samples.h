@@ -1,0 +1,23 @@
+// Inputs that the tests make themselves.
+#pragma once
+
+#include <string>
+
+namespace morvex::test {
+
+// A box from (1, 2, 3) to (11, 22, 33) millimetres.
+constexpr double kBoxLow[] = {1, 2, 3}, kBoxHigh[] = {11, 22, 33};
+
+// An assembly of two levels: twice a pair of a red box with one blue face and a half transparent green
+// cylinder, the second pair turned and moved. Names are not ASCII; one layer; one dimension with a tolerance.
+constexpr char kBoxName[] = "Коробка <1> & \"2\"", kCylinderName[] = "圆柱", kPairName[] = "пара",
+               kTopName[] = "сборка";
+void WriteAssembly(const std::string& stepPath);
+
+// The same box in formats written by hand: FBX as text in centimetres and Y up, IFC in millimetres, DXF in
+// inches.
+std::string FbxBox();
+std::string IfcBox();
+std::string DxfBox();
+
+}  // namespace morvex::test
