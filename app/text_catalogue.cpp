@@ -10,11 +10,16 @@
 namespace morvex {
 namespace {
 
+// String tables come in blocks of 16 texts, each its length followed by its units. Read here and not with
+// LoadStringW, which lives in the window library: a child process would load that for nothing else.
 std::wstring LoadText(int id) {
-    const wchar_t* text = nullptr;  // size 0: a pointer into the resource itself, not terminated
-    const int length =
-        LoadStringW(GetModuleHandleW(nullptr), static_cast<UINT>(id), reinterpret_cast<wchar_t*>(&text), 0);
-    return length > 0 ? std::wstring(text, static_cast<size_t>(length)) : std::wstring();
+    constexpr int kBlock = 16;
+    const HRSRC found = FindResourceW(nullptr, MAKEINTRESOURCEW(id / kBlock + 1), RT_STRING);
+    const HGLOBAL loaded = found ? LoadResource(nullptr, found) : nullptr;
+    const auto* text = loaded ? static_cast<const wchar_t*>(LockResource(loaded)) : nullptr;
+    if (!text) return {};
+    for (int skip = id % kBlock; skip > 0; --skip) text += 1 + *text;
+    return {text + 1, static_cast<size_t>(*text)};
 }
 
 }  // namespace
