@@ -3,20 +3,94 @@
 #include <BRep_Builder.hxx>
 #include <BRep_Tool.hxx>
 #include <Poly_Triangulation.hxx>
+#include <TDF_Tool.hxx>
 #include <TDataStd_Name.hxx>
 #include <TDocStd_Application.hxx>
 #include <TopExp_Explorer.hxx>
 #include <TopoDS.hxx>
 #include <TopoDS_Compound.hxx>
+#include <TopoDS_Iterator.hxx>
 #include <XCAFApp_Application.hxx>
 #include <XCAFDoc_DocumentTool.hxx>
+#include <algorithm>
 #include <cmath>
+#include <unordered_map>
 
 namespace morvex {
 namespace {
 
+// Sums that stop at a number far above what any limit allows: nested references multiply beyond all bounds.
+constexpr std::int64_t kCountless = std::int64_t{1} << 40;
+std::int64_t Plus(std::int64_t a, std::int64_t b) {
+    return std::min(a + b, kCountless);
+}
+std::int64_t Times(std::int64_t a, std::int64_t b) {
+    return b != 0 && a > kCountless / b ? kCountless : a * b;
+}
+
 struct ShapeCounts {
     std::int64_t solids = 0, faces = 0, triangles = 0, edges = 0;
+
+    void Add(const ShapeCounts& other) {
+        solids = Plus(solids, other.solids);
+        faces = Plus(faces, other.faces);
+        triangles = Plus(triangles, other.triangles);
+        edges = Plus(edges, other.edges);
+    }
+};
+
+// Counts each shape once and remembers it, however often it is used.
+class ShapeCounter {
+  public:
+    const ShapeCounts& Count(const TopoDS_Shape& shape) {
+        const auto known = known_.find(shape.TShape().get());
+        if (known != known_.end()) return known->second;
+        ShapeCounts counts;
+        switch (shape.ShapeType()) {
+            case TopAbs_FACE: {
+                TopLoc_Location location;
+                const auto triangles = BRep_Tool::Triangulation(TopoDS::Face(shape), location);
+                counts.faces = 1;
+                if (!triangles.IsNull()) counts.triangles = triangles->NbTriangles();
+                break;
+            }
+            case TopAbs_EDGE:
+                counts.edges = 1;
+                break;
+            case TopAbs_VERTEX:
+                break;
+            default:
+                counts.solids = shape.ShapeType() == TopAbs_SOLID;
+                for (TopoDS_Iterator child(shape); child.More(); child.Next())
+                    counts.Add(Count(child.Value()));
+        }
+        return known_[shape.TShape().get()] = counts;
+    }
+
+  private:
+    std::unordered_map<const TopoDS_TShape*, ShapeCounts> known_;
+};
+
+// In how many places a part or an assembly stands.
+class PlaceCounter {
+  public:
+    std::int64_t Count(const TDF_Label& shape) {
+        TCollection_AsciiString entry;
+        TDF_Tool::Entry(shape, entry);
+        const auto [place, isNew] = known_.try_emplace(entry.ToCString(), 0);
+        if (!isNew) return place->second;
+        if (XCAFDoc_ShapeTool::IsFree(shape)) return place->second = 1;
+        TDF_LabelSequence users;
+        XCAFDoc_ShapeTool::GetUsers(shape, users, Standard_False);
+        std::int64_t number = 0;
+        for (const TDF_Label& user : users) {
+            number = Plus(number, Count(XCAFDoc_ShapeTool::IsComponent(user) ? user.Father() : user));
+        }
+        return known_[entry.ToCString()] = number;
+    }
+
+  private:
+    std::unordered_map<std::string, std::int64_t> known_;
 };
 
 // "12", "NAUO12": what systems write that give their instances no names.
@@ -24,19 +98,6 @@ bool IsRunningNumber(const TCollection_ExtendedString& name) {
     std::string text = TCollection_AsciiString(name).ToCString();
     if (text.starts_with("NAUO")) text.erase(0, 4);
     return text.find_first_not_of("0123456789") == std::string::npos;
-}
-
-ShapeCounts CountShape(const TopoDS_Shape& shape) {
-    ShapeCounts counts;
-    for (TopExp_Explorer solid(shape, TopAbs_SOLID); solid.More(); solid.Next()) ++counts.solids;
-    for (TopExp_Explorer face(shape, TopAbs_FACE); face.More(); face.Next()) {
-        ++counts.faces;
-        TopLoc_Location location;
-        const auto triangles = BRep_Tool::Triangulation(TopoDS::Face(face.Current()), location);
-        if (!triangles.IsNull()) counts.triangles += triangles->NbTriangles();
-    }
-    for (TopExp_Explorer edge(shape, TopAbs_EDGE, TopAbs_FACE); edge.More(); edge.Next()) ++counts.edges;
-    return counts;
 }
 
 }  // namespace
@@ -120,26 +181,17 @@ ModelCounts Document::Count() const {
     TDF_LabelSequence colours;
     colours_->GetColors(colours);
     counts.colours = colours.Length();
+    PlaceCounter places;
+    ShapeCounter shapes;
     for (const TDF_Label& part : Parts()) {
-        // The number of roads from a root down to the part.
-        const std::function<std::int64_t(const TDF_Label&)> uses = [&](const TDF_Label& label) {
-            if (XCAFDoc_ShapeTool::IsFree(label)) return std::int64_t{1};
-            TDF_LabelSequence users;
-            XCAFDoc_ShapeTool::GetUsers(label, users, Standard_False);
-            std::int64_t number = 0;
-            for (const TDF_Label& user : users) {
-                number += uses(XCAFDoc_ShapeTool::IsComponent(user) ? user.Father() : user);
-            }
-            return number;
-        };
-        const std::int64_t instances = uses(part);
-        const ShapeCounts shape = CountShape(XCAFDoc_ShapeTool::GetShape(part));
+        const std::int64_t instances = places.Count(part);
+        const ShapeCounts& shape = shapes.Count(XCAFDoc_ShapeTool::GetShape(part));
         ++counts.parts;
-        counts.instances += instances;
-        counts.solids += shape.solids * instances;
-        counts.faces += shape.faces * instances;
-        counts.triangles += shape.triangles * instances;
-        counts.edges += shape.edges * instances;
+        counts.instances = Plus(counts.instances, instances);
+        counts.solids = Plus(counts.solids, Times(shape.solids, instances));
+        counts.faces = Plus(counts.faces, Times(shape.faces, instances));
+        counts.triangles = Plus(counts.triangles, Times(shape.triangles, instances));
+        counts.edges = Plus(counts.edges, Times(shape.edges, instances));
     }
     return counts;
 }

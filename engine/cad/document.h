@@ -8,7 +8,6 @@
 #include <XCAFDoc_ColorTool.hxx>
 #include <XCAFDoc_ShapeTool.hxx>
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <vector>
 

@@ -22,9 +22,15 @@ void SendCounts(Journal& journal, const char* side, const ModelCounts& counts) {
     journal.Count(side, "colours", counts.colours);
 }
 
+constexpr std::int64_t kMostFaces = 50'000'000;
+
 Outcome CheckModel(JobContext& context) {
     const ModelCounts counts = context.document.Count();
     SendCounts(context.journal, "read", counts);
+    if (counts.faces > kMostFaces || counts.triangles > 10 * kMostFaces) {
+        return Outcome::Fail(ZEL_FAILED,
+                             "The parts of the model, each in all its places, have too many faces");
+    }
     if (counts.faces > 0) {
         return context.document.IsFinite() ? Outcome::Ok()
                                            : Damaged("A coordinate of the input is no number");

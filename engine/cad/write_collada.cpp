@@ -1,4 +1,6 @@
 // Collada.
+#include <functional>
+
 #include "engine/cad/context.h"
 #include "engine/cad/mesh_scene.h"
 #include "engine/cad/text_file.h"

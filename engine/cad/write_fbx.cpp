@@ -1,5 +1,6 @@
 // FBX, binary.
 #include <cmath>
+#include <functional>
 #include <gp_Quaternion.hxx>
 
 #include "engine/cad/context.h"

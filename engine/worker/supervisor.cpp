@@ -163,11 +163,10 @@ Outcome OutcomeOfDeath(int status, Phase phase) {
         ZEL_FAILED, std::string("The conversion crashed in the phase \"") + PhaseName(phase) + "\"" + how);
 }
 
-Outcome RunJobProcess(const JobOrder& order, const SupervisorOptions& options, JournalRecord& record,
-                      std::int64_t& peakMemory) {
+Outcome RunJobProcess(const JobOrder& order, const SupervisorOptions& options, const EndSignals& signals,
+                      JournalRecord& record, std::int64_t& peakMemory) {
     int pipe[2];
     if (pipe2(pipe, O_CLOEXEC) != 0) return Outcome::Fail(ZEL_FAILED, "No pipe could be made");
-    const EndSignals signals;
     const pid_t self = getpid();
     const pid_t job = fork();
     if (job == 0) {
@@ -203,6 +202,8 @@ bool WorthReport(int result) {
 Outcome Supervise(const Request& request, const SupervisorOptions& options) {
     const auto start = Clock::now();
     Outcome outcome = CheckInput(request);
+    // Held until all is tidy; only then does a signal that has come in end this process as well.
+    const EndSignals signals;
     Staging staging;
     if (outcome.IsOk()) outcome = staging.Open(request);
     if (!outcome.IsOk()) return outcome;
@@ -215,7 +216,8 @@ Outcome Supervise(const Request& request, const SupervisorOptions& options) {
     ReportFacts facts;
     const std::uint64_t memory =
         options.memoryAllowed != 0 ? options.memoryAllowed : MemoryShare(request.parallel);
-    outcome = RunJobProcess({request, settings, staging.File(), memory}, options, record, facts.peakMemory);
+    outcome = RunJobProcess({request, settings, staging.File(), memory}, options, signals, record,
+                            facts.peakMemory);
     record.Enter(Phase::Publish);
     if (outcome.IsOk()) outcome = staging.Publish();
     staging.Discard();

@@ -63,7 +63,7 @@ TEST_F(Fidelity, NamesAndColours) {
 // The second reader takes one colour a mesh and no names, so this looks into the package.
 TEST_F(Fidelity, NamesAndColoursOf3mf) {
     const std::string model = ReadZipMember(Convert(assembly_, "out.3mf"), "3D/3dmodel.model");
-    for (const char* colour : {"#CC1A1AFF", "#1A33E6FF", "#1AB33380"})
+    for (const char* colour : {"#CC1919FF", "#1933E5FF", "#19B33380"})
         EXPECT_EQ(CountOf(model, colour), 1u) << colour;
     for (const char* name : {"Коробка &lt;1&gt; &amp; &quot;2&quot;", kCylinderName, kPairName, kTopName}) {
         EXPECT_GE(CountOf(model, std::string("name=\"") + name), 1u) << name;
