@@ -1,7 +1,6 @@
 #include "ui/conversion_list.h"
 
 #include <algorithm>
-#include <iterator>
 #include <utility>
 
 #include "formats/file_recognition.h"
@@ -20,7 +19,7 @@ bool ConversionList::AppendPickedFile(const std::wstring& path) {
 
 bool ConversionList::AddRecentPath(const std::wstring& path, std::wstring_view inputFilterText) {
     if (!IsFileOfInputFormat(path, inputFilterText)) return false;
-    // The system takes either slash, but for the last one before the name the list shows neither.
+    // Long paths are asked for with backslashes only; the Folder text keeps the slashes.
     std::wstring native = path;
     std::ranges::replace(native, L'/', L'\\');
     std::optional<ListRow> row = MakeRow(native, FileSizeOf(native));
@@ -29,24 +28,19 @@ bool ConversionList::AddRecentPath(const std::wstring& path, std::wstring_view i
 }
 
 bool ConversionList::AppendRow(std::optional<ListRow> row) {
-    if (row) rows_.push_back(std::move(*row));
-    return row.has_value();
+    if (!row) return false;
+    const std::uint64_t sizeNumber = SizeNumber(row->size);
+    rows_.push_back({std::make_unique<ListRow>(std::move(*row)), sizeNumber});
+    return true;
 }
 
 void ConversionList::Append(std::vector<ListRow> rows) {
-    rows_.insert(rows_.end(), std::move_iterator(rows.begin()), std::move_iterator(rows.end()));
+    for (ListRow& row : rows) AppendRow(std::move(row));
 }
 
 void ConversionList::RemoveRows(const std::vector<size_t>& selected) {
-    std::vector<bool> removed(rows_.size());
-    for (const size_t index : selected) removed[index] = true;
-    size_t kept = 0;
-    for (size_t i = 0; i < rows_.size(); ++i) {
-        if (removed[i]) continue;
-        if (kept != i) rows_[kept] = std::move(rows_[i]);
-        ++kept;
-    }
-    rows_.resize(kept);
+    for (const size_t index : selected) rows_[index].texts.reset();
+    std::erase_if(rows_, [](const Entry& row) { return !row.texts; });
 }
 
 bool ConversionList::MoveRow(size_t index, bool up) {
@@ -58,29 +52,40 @@ bool ConversionList::MoveRow(size_t index, bool up) {
 void ConversionList::SortByColumn(ListColumn column) {
     ascending_ = column == sortedColumn_ ? !ascending_ : true;
     sortedColumn_ = column;
-    std::vector<ListRow> sorted;
+    std::vector<Entry> sorted;
     sorted.reserve(rows_.size());
-    for (const size_t index : CSortClass(rows_, column).Order(ascending_)) {
-        sorted.push_back(std::move(rows_[index]));
-    }
+    for (const size_t index : SortedOrder()) sorted.push_back(std::move(rows_[index]));
     rows_ = std::move(sorted);
 }
 
+std::vector<std::uint32_t> ConversionList::SortedOrder() const {
+    if (sortedColumn_ == ListColumn::Size) {
+        std::vector<std::uint64_t> numbers;
+        numbers.reserve(rows_.size());
+        for (const Entry& row : rows_) numbers.push_back(row.sizeNumber);
+        return OrderOfNumbers(numbers, ascending_);
+    }
+    std::vector<std::wstring_view> texts;
+    texts.reserve(rows_.size());
+    for (const Entry& row : rows_) texts.push_back(row.texts->Text(sortedColumn_));
+    return OrderOfTexts(texts, ascending_);
+}
+
 void ConversionList::ResetStatuses() {
-    for (ListRow& row : rows_) {
-        row.status = kStatusNone;
-        row.outputPath.clear();
+    for (const Entry& row : rows_) {
+        row.texts->status = kStatusNone;
+        row.texts->outputPath.clear();
     }
 }
 
 void ConversionList::SetOutputPaths(const std::vector<std::wstring>& paths) {
-    for (size_t i = 0; i < rows_.size(); ++i) rows_[i].outputPath = paths[i];
+    for (size_t i = 0; i < rows_.size(); ++i) rows_[i].texts->outputPath = paths[i];
 }
 
 std::vector<SourceFile> ConversionList::Sources() const {
     std::vector<SourceFile> sources;
     sources.reserve(rows_.size());
-    for (const ListRow& row : rows_) sources.push_back({row.folder, row.name});
+    for (const Entry& row : rows_) sources.push_back({row.texts->folder, row.texts->name});
     return sources;
 }
 

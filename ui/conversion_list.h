@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -19,10 +21,9 @@ class ConversionList {
   public:
     size_t Count() const { return rows_.size(); }
     bool Empty() const { return rows_.empty(); }
-    const std::vector<ListRow>& Rows() const { return rows_; }
-    const ListRow& Row(size_t index) const { return rows_[index]; }
-    const std::wstring& Text(size_t row, ListColumn column) const { return rows_[row].Text(column); }
-    std::wstring FullPath(size_t row) const { return rows_[row].FullPath(); }
+    const ListRow& Row(size_t index) const { return *rows_[index].texts; }
+    const std::wstring& Text(size_t row, ListColumn column) const { return rows_[row].texts->Text(column); }
+    std::wstring FullPath(size_t row) const { return rows_[row].texts->FullPath(); }
 
     // Each appends one row and returns whether it did. AddFileRow tests the path (IsAcceptedFile);
     // AppendPickedFile takes any path that has a folder; AddRecentPath tests the format and splits at the
@@ -48,7 +49,7 @@ class ConversionList {
     ListColumn SortedColumn() const { return sortedColumn_; }
     bool Ascending() const { return ascending_; }
 
-    void SetStatus(size_t row, std::wstring text) { rows_[row].status = std::move(text); }
+    void SetStatus(size_t row, std::wstring text) { rows_[row].texts->status = std::move(text); }
 
     // Makes every row as it was before a run: status "-", no output path.
     void ResetStatuses();
@@ -60,9 +61,17 @@ class ConversionList {
     std::vector<SourceFile> Sources() const;
 
   private:
-    bool AppendRow(std::optional<ListRow> row);
+    // Sorting and removing move no texts; the size is at hand as a number because, in a large list sorted
+    // before, looking at every row again takes longer than the sort.
+    struct Entry {
+        std::unique_ptr<ListRow> texts;
+        std::uint64_t sizeNumber;
+    };
 
-    std::vector<ListRow> rows_;
+    bool AppendRow(std::optional<ListRow> row);
+    std::vector<std::uint32_t> SortedOrder() const;
+
+    std::vector<Entry> rows_;
     ListColumn sortedColumn_ = ListColumn::Filename;
     bool ascending_ = true;
 };

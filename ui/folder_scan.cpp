@@ -40,9 +40,9 @@ class FolderScan {
             if (stop.stop_requested()) return;
             OpenFolder& folder = open_.back();
             const WIN32_FIND_DATAW entry = folder.entry;
-            const std::wstring path = folder.path + L"\\" + entry.cFileName;
+            std::wstring path = folder.path + L"\\" + entry.cFileName;
             if (!FindNextFileW(folder.find.get(), &folder.entry)) open_.pop_back();
-            TakeEntry(path, entry);
+            TakeEntry(std::move(path), entry);
         }
         if (!rows_.empty()) Report(root_);
     }
@@ -66,7 +66,7 @@ class FolderScan {
         open_.push_back(std::move(opened));
     }
 
-    void TakeEntry(const std::wstring& path, const WIN32_FIND_DATAW& entry) {
+    void TakeEntry(std::wstring path, const WIN32_FIND_DATAW& entry) {
         if (GetTickCount64() - reported_ >= kReportMs) Report(std::wstring(FolderOf(path)));
         if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
             const std::wstring_view name = entry.cFileName;
@@ -74,7 +74,8 @@ class FolderScan {
             if (!(entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) || LeadsSomewhereNew(path))
                 Enter(path);
         } else if (IsAcceptedFile(path, inputFilterText_)) {
-            rows_.push_back(*MakeRow(path, std::uint64_t{entry.nFileSizeHigh} << 32 | entry.nFileSizeLow));
+            rows_.push_back(
+                *MakeRow(std::move(path), std::uint64_t{entry.nFileSizeHigh} << 32 | entry.nFileSizeLow));
         }
     }
 

@@ -17,11 +17,9 @@ constexpr std::wstring_view kHeader = L"morvex_list";
 
 // The lines that may hold a path. No path ends in a blank: the system drops it.
 std::vector<std::wstring_view> PathLines(std::wstring_view text) {
-    std::vector<std::wstring_view> lines;
-    for (std::wstring_view line : SplitLines(text)) {
-        line = line.substr(0, line.find_last_not_of(L" \t") + 1);
-        if (!line.empty() && line.size() <= kLongestPath) lines.push_back(line);
-    }
+    std::vector<std::wstring_view> lines = SplitLines(text);
+    for (std::wstring_view& line : lines) line = line.substr(0, line.find_last_not_of(L" \t") + 1);
+    std::erase_if(lines, [](std::wstring_view line) { return line.empty() || line.size() > kLongestPath; });
     return lines;
 }
 
@@ -55,7 +53,7 @@ std::string ToUtf8(std::wstring_view text) {
 
 bool SaveListFile(const std::wstring& path, const ConversionList& list, const ChosenFormats& formats) {
     std::wstring content = std::wstring(kHeader) + L"\n" + formats.input + L"\n" + formats.output + L"\n";
-    for (const ListRow& row : list.Rows()) content += row.FullPath() + L"\n";
+    for (size_t i = 0; i < list.Count(); ++i) content += list.FullPath(i) + L"\n";
     return WriteTextFile(path, content);
 }
 
@@ -65,8 +63,9 @@ bool SaveResultsReport(const std::wstring& path, const ConversionList& list, con
                            text(IDS_OUTPUT_FORMAT) + L"\n" + formats.output + L"\n\n";
     if (outputFolder) content += text(IDS_OUTPUT_FOLDER) + L"\n" + *outputFolder + L"\n\n";
     content += text(IDS_FILENAME) + L";" + text(IDS_SIZE) + L";" + text(IDS_STATUS) + L"\n";
-    for (const ListRow& row : list.Rows())
-        content += row.FullPath() + L";" + row.size + L";" + row.status + L"\n";
+    for (size_t i = 0; i < list.Count(); ++i) {
+        content += list.FullPath(i) + L";" + list.Row(i).size + L";" + list.Row(i).status + L"\n";
+    }
     return WriteTextFile(path, content);
 }
 

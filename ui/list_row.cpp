@@ -1,9 +1,17 @@
 #include "ui/list_row.h"
 
+#include <new>
+#include <utility>
+
 #include "formats/file_recognition.h"
 #include "win/paths.h"
 
 namespace morvex {
+namespace {
+
+constexpr int kSizesAskedAtOnce = 8;
+
+}  // namespace
 
 const std::wstring& ListRow::Text(ListColumn column) const {
     switch (column) {
@@ -35,17 +43,37 @@ bool IsAcceptedFile(std::wstring_view path, std::wstring_view inputFilterText) {
            !path.starts_with(L"//") && path.find(L'\\') != path.npos;
 }
 
-std::optional<ListRow> MakeRow(std::wstring_view path, std::optional<std::uint64_t> size) {
-    if (path.find(L'\\') == path.npos) return std::nullopt;
-    return ListRow{.name = std::wstring(FileNameOf(path)),
-                   .size = size ? FormatFileSize(*size) : L"-",
-                   .folder = std::wstring(FolderOf(path)),
-                   .outputPath = {}};
+std::optional<ListRow> MakeRow(std::wstring path, std::optional<std::uint64_t> size) {
+    const size_t slash = path.rfind(L'\\');
+    if (slash == path.npos) return std::nullopt;
+    ListRow row;
+    row.name = path.substr(slash + 1);
+    row.size = size ? FormatFileSize(*size) : L"-";
+    path.resize(slash);
+    row.folder = std::move(path);
+    return row;
 }
 
 std::optional<ListRow> MakeAcceptedRow(const std::wstring& path, std::wstring_view inputFilterText) {
     if (!IsAcceptedFile(path, inputFilterText)) return std::nullopt;
     return MakeRow(path, FileSizeOf(path));
+}
+
+std::vector<ListRow> MakeAcceptedRows(std::vector<std::wstring> paths, std::wstring_view inputFilterText) {
+    std::erase_if(paths, [&](const std::wstring& path) { return !IsAcceptedFile(path, inputFilterText); });
+    std::vector<std::optional<std::uint64_t>> sizes(paths.size());
+#pragma omp parallel for schedule(dynamic, 64) num_threads(kSizesAskedAtOnce)
+    for (size_t i = 0; i < paths.size(); ++i) {
+        try {
+            sizes[i] = FileSizeOf(paths[i]);
+        } catch (const std::bad_alloc&) {
+            // The size stays unknown: no exception may leave the parallel region.
+        }
+    }
+    std::vector<ListRow> rows;
+    rows.reserve(paths.size());
+    for (size_t i = 0; i < paths.size(); ++i) rows.push_back(*MakeRow(std::move(paths[i]), sizes[i]));
+    return rows;
 }
 
 }  // namespace morvex

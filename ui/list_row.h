@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace morvex {
 
@@ -39,9 +40,13 @@ bool IsAcceptedFile(std::wstring_view path, std::wstring_view inputFilterText);
 
 // A row of a path split at its last backslash, untested; nothing when it has none. `size` is what the file
 // system says, or nothing when it could not be read. Any thread; touches no file.
-std::optional<ListRow> MakeRow(std::wstring_view path, std::optional<std::uint64_t> size);
+std::optional<ListRow> MakeRow(std::wstring path, std::optional<std::uint64_t> size);
 
 // The row of an accepted path, its size asked from the file system; nothing for a refused path. Any thread.
 std::optional<ListRow> MakeAcceptedRow(const std::wstring& path, std::wstring_view inputFilterText);
+
+// The same for many paths, in their order; asks several sizes at a time, since each may travel over a
+// network.
+std::vector<ListRow> MakeAcceptedRows(std::vector<std::wstring> paths, std::wstring_view inputFilterText);
 
 }  // namespace morvex

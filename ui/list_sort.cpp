@@ -3,57 +3,59 @@
 #include <windows.h>
 
 #include <algorithm>
-
-#include "win/paths.h"
+#include <string>
 
 namespace morvex {
 namespace {
 
-// "12 KB" is 12000, "12 b" is 12 and "-" is 0.
-std::uint64_t SizeNumber(std::wstring_view text) {
-    const size_t blank = text.rfind(L' ');
-    if (blank == text.npos) return 0;
-    std::uint64_t number = 0;
-    for (size_t i = 0; i < blank && text[i] >= L'0' && text[i] <= L'9'; ++i) {
-        number = number * 10 + (text[i] - L'0');
-    }
-    return SameText(text.substr(blank), L" KB") ? number * 1000 : number;
+// A sort key beside the place it came from: sorting touches nothing else.
+template <class Key>
+struct CSortClass {
+    Key key;
+    std::uint32_t index;
+};
+
+template <class Key>
+std::vector<std::uint32_t> Order(const std::vector<Key>& keys, bool ascending) {
+    std::vector<CSortClass<Key>> sorted;
+    sorted.reserve(keys.size());
+    for (const Key& key : keys) sorted.push_back({key, static_cast<std::uint32_t>(sorted.size())});
+    std::ranges::stable_sort(
+        sorted, [ascending](const Key& a, const Key& b) { return ascending ? a < b : b < a; },
+        &CSortClass<Key>::key);
+    std::vector<std::uint32_t> order;
+    order.reserve(sorted.size());
+    for (const auto& entry : sorted) order.push_back(entry.index);
+    return order;
 }
 
 }  // namespace
 
-CSortClass::CSortClass(const std::vector<ListRow>& rows, ListColumn column)
-    : byNumber_(column == ListColumn::Size) {
-    keys_.reserve(rows.size());
-    if (byNumber_) {
-        for (const ListRow& row : rows) keys_.push_back({{}, SizeNumber(row.size)});
-        return;
-    }
-    // One letter case for all texts in one call, and no allocation per row.
-    for (const ListRow& row : rows) texts_ += row.Text(column);
-    CharLowerBuffW(texts_.data(), static_cast<DWORD>(texts_.size()));
-    std::wstring_view rest = texts_;
-    for (const ListRow& row : rows) {
-        const size_t length = row.Text(column).size();
-        keys_.push_back({rest.substr(0, length), 0});
-        rest.remove_prefix(length);
-    }
+std::vector<std::uint32_t> OrderOfNumbers(const std::vector<std::uint64_t>& numbers, bool ascending) {
+    return Order(numbers, ascending);
 }
 
-std::vector<std::uint32_t> CSortClass::Order(bool ascending) const {
-    std::vector<std::uint32_t> order(keys_.size());
-    for (std::uint32_t i = 0; i < order.size(); ++i) order[i] = i;
-    const auto sort = [&](auto less) {
-        std::ranges::stable_sort(order, [&](std::uint32_t a, std::uint32_t b) {
-            return ascending ? less(keys_[a], keys_[b]) : less(keys_[b], keys_[a]);
-        });
-    };
-    if (byNumber_) {
-        sort([](const Key& a, const Key& b) { return a.number < b.number; });
-    } else {
-        sort([](const Key& a, const Key& b) { return a.text < b.text; });
+std::vector<std::uint32_t> OrderOfTexts(const std::vector<std::wstring_view>& texts, bool ascending) {
+    std::wstring
+        lower;  // all of them, one after the other: one call for the letter case, no allocation per text
+    for (const std::wstring_view text : texts) lower += text;
+    CharLowerBuffW(lower.data(), static_cast<DWORD>(lower.size()));
+    std::vector<std::wstring_view> keys;
+    keys.reserve(texts.size());
+    std::wstring_view rest = lower;
+    for (const std::wstring_view text : texts) {
+        keys.push_back(rest.substr(0, text.size()));
+        rest.remove_prefix(text.size());
     }
-    return order;
+    return Order(keys, ascending);
+}
+
+std::uint64_t SizeNumber(std::wstring_view sizeText) {
+    const size_t blank = sizeText.rfind(L' ');
+    if (blank == sizeText.npos) return 0;
+    std::uint64_t number = 0;
+    for (const wchar_t digit : sizeText.substr(0, blank)) number = number * 10 + (digit - L'0');
+    return sizeText.substr(blank) == L" KB" ? number * 1000 : number;
 }
 
 }  // namespace morvex

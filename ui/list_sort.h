@@ -1,32 +1,19 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 #include <string_view>
 #include <vector>
 
-#include "ui/list_row.h"
-
+// Sorting of the list's columns. Both functions answer the indices of what they are given in sorted order;
+// equal entries stay in the order they had, descending too.
 namespace morvex {
 
-// The sort keys of all rows for one column. Texts compare without regard to letter case; sizes by their
-// number, in which a "KB" counts as 1000.
-class CSortClass {
-  public:
-    CSortClass(const std::vector<ListRow>& rows, ListColumn column);
+std::vector<std::uint32_t> OrderOfNumbers(const std::vector<std::uint64_t>& numbers, bool ascending);
 
-    // The rows' indices in sorted order; rows with equal keys stay in the order they had, descending too.
-    std::vector<std::uint32_t> Order(bool ascending) const;
+// Without regard to letter case.
+std::vector<std::uint32_t> OrderOfTexts(const std::vector<std::wstring_view>& texts, bool ascending);
 
-  private:
-    struct Key {
-        std::wstring_view text;  // a piece of texts_; empty in the Size column
-        std::uint64_t number;    // 0 in the other columns
-    };
-
-    std::wstring texts_;     // all texts in one letter case, one after the other
-    std::vector<Key> keys_;  // one a row
-    bool byNumber_;
-};
+// What a Size text sorts as: "12 b" is 12, "12 KB" is 12000 and "-" is 0.
+std::uint64_t SizeNumber(std::wstring_view sizeText);
 
 }  // namespace morvex

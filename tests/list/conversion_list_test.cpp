@@ -18,7 +18,7 @@ constexpr const wchar_t* kJt = L"JT (*.jt)";
 
 std::vector<std::wstring> Column(const ConversionList& list, ListColumn column) {
     std::vector<std::wstring> texts;
-    for (const ListRow& row : list.Rows()) texts.push_back(row.Text(column));
+    for (size_t i = 0; i < list.Count(); ++i) texts.push_back(list.Text(i, column));
     return texts;
 }
 
