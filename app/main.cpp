@@ -11,8 +11,8 @@ LONG WINAPI EndOnFault(EXCEPTION_POINTERS* fault) {
     return EXCEPTION_EXECUTE_HANDLER;
 }
 
-// Before anything else: no box of the system and no debugger on a fault or a missing disk (a child has nobody to
-// close it), and no library is ever taken from the current folder or the path.
+// Before anything else: no box of the system and no debugger on a fault or a missing disk (a child has nobody
+// to close it), and no library is ever taken from the current folder or the path.
 void HardenProcess() {
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
     SetUnhandledExceptionFilter(EndOnFault);

@@ -5,6 +5,7 @@ speed meets both; the medians are printed. Wall times in milliseconds.
 """
 import os
 import pathlib
+import re
 import shutil
 import statistics
 import subprocess
@@ -45,8 +46,7 @@ def row(what, ours, baseline, ratio, bound):
 def values(command, environment):
     done = subprocess.run(command, env={**os.environ, **environment}, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
                           text=True)
-    pairs = (line.split() for line in done.stdout.splitlines())
-    return {pair[0]: float(pair[1]) for pair in pairs if len(pair) == 2 and pair[1].replace(".", "").isdigit()}
+    return {name: float(value) for name, value in re.findall(r"^([a-z_]+) (-?[0-9.]+)\r?$", done.stdout, re.M)}
 
 
 def main():
