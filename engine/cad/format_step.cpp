@@ -15,6 +15,7 @@
 #include <XSControl_WorkSession.hxx>
 
 #include "engine/cad/context.h"
+#include "engine/cad/expansion.h"
 #include "engine/cad/transfer_check.h"
 
 namespace morvex {
@@ -59,6 +60,12 @@ extern "C" Outcome ReadStep(JobContext& context) {
     const IFSelect_ReturnStatus status = reader.ReadFile(context.file.c_str());
     if (status == IFSelect_RetVoid) return Outcome::Fail(ZEL_EMPTY, "There is no entity in the file");
     if (status != IFSelect_RetDone) return Damaged("The file is no valid STEP file");
+    const std::int64_t places = CountPlaces(*reader.Reader().WS()->Model());
+    if (places < 0) return Damaged("An assembly of the file contains itself");
+    if (places > kMostPlaces) {
+        return Outcome::Fail(ZEL_FAILED, "The parts of the file are in too many places (more than " +
+                                             std::to_string(kMostPlaces) + ")");
+    }
     Handle(TDocStd_Document) document = context.document.Data();
     const bool transferred = reader.Transfer(document, context.progress);
     context.document.NameInstances();

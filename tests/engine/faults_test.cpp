@@ -1,8 +1,11 @@
 // Whatever goes wrong: the right code, the old output intact, nothing left behind.
 #include <csignal>
+#include <cstdint>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
+#include "tests/engine/samples.h"
 #include "tests/engine/worker_run.h"
 
 namespace morvex::test {
@@ -76,6 +79,75 @@ TEST(Faults, PlacesThatCannotBeReadOrWritten) {
     EXPECT_EQ(RunWorker({folder / "self.step", folder / "twin.step"}).code, 23);
     EXPECT_EQ(ReadWhole(folder / "self.step"), ReadWhole(screw));
     EXPECT_EQ(folder.Names(), before);
+}
+
+// Puts more levels on top of an assembly, each with two instances of what is below.
+std::string Doubled(std::string step, int levels) {
+    // The top of the assembly as the writer numbers it: its definition, its representation, two axes and the
+    // context.
+    const std::string top = "#10 = SHAPE_REPRESENTATION('',(#11,#15,#19),#23);";
+    EXPECT_NE(step.find(top), std::string::npos);
+    std::string added, definition = "#5", representation = "#10";
+    for (int level = 0; level < levels; ++level) {
+        const auto id = [level](int at) { return "#" + std::to_string(100000 + level * 20 + at); };
+        const auto entity = [&](int at, const std::string& text) { added += id(at) + "=" + text + ";\n"; };
+        entity(1, "SHAPE_DEFINITION_REPRESENTATION(" + id(2) + "," + id(6) + ")");
+        entity(2, "PRODUCT_DEFINITION_SHAPE('',''," + id(3) + ")");
+        entity(3, "PRODUCT_DEFINITION('',''," + id(4) + ",#9)");
+        entity(4, "PRODUCT_DEFINITION_FORMATION('',''," + id(5) + ")");
+        entity(5, "PRODUCT('level','level','',(#8))");
+        entity(6, "SHAPE_REPRESENTATION('',(#11,#15,#19),#23)");
+        for (int at : {7, 12}) {
+            entity(at, "CONTEXT_DEPENDENT_SHAPE_REPRESENTATION(" + id(at + 1) + "," + id(at + 3) + ")");
+            entity(at + 1, "(REPRESENTATION_RELATIONSHIP('',''," + representation + "," + id(6) +
+                               ")REPRESENTATION_RELATIONSHIP_WITH_TRANSFORMATION(" + id(at + 2) +
+                               ")SHAPE_REPRESENTATION_RELATIONSHIP())");
+            entity(at + 2,
+                   std::string("ITEM_DEFINED_TRANSFORMATION('','',#11,") + (at == 7 ? "#15)" : "#19)"));
+            entity(at + 3, "PRODUCT_DEFINITION_SHAPE('',''," + id(at + 4) + ")");
+            entity(at + 4, "NEXT_ASSEMBLY_USAGE_OCCURRENCE('" + std::to_string(at) + "','x',''," + id(3) +
+                               "," + definition + ",$)");
+        }
+        definition = id(3), representation = id(6);
+    }
+    return step.insert(step.rfind("ENDSEC;"), added);
+}
+
+TEST(Faults, NestedReferencesMultiplyInVain) {
+    const ScratchFolder folder;
+    WriteAssembly(folder / "asm.step");
+    const std::string step = ReadWhole(folder / "asm.step");
+    WriteWhole(folder / "few.step", Doubled(step, 3));
+    EXPECT_EQ(RunWorker({folder / "few.step", folder / "few.glb"}).code, 0);
+    EXPECT_NE(ReadWhole(folder / "few.glb-zel.xml").find("instances=\"32\""), std::string::npos);
+    WriteWhole(folder / "many.step", Doubled(step, 60));
+    const WorkerRun run = RunWorker({folder / "many.step", folder / "many.stl"});
+    EXPECT_EQ(run.code, 1);
+    EXPECT_NE(run.errors.find("too many"), std::string::npos) << run.errors;
+}
+
+TEST(Faults, MemoryAndTimeAreLimited) {
+    const ScratchFolder folder;
+    const std::string head = Sample("stl/head.stl");
+    constexpr std::uint32_t kTriangles = 1'000'000;
+    std::string large(84 + 50 * std::size_t{kTriangles}, '\0');
+    std::memcpy(large.data() + 80, &kTriangles, sizeof kTriangles);
+    for (std::size_t triangle = 0; triangle < kTriangles; ++triangle) {
+        for (std::size_t corner = 0; corner < 9; ++corner) {
+            const auto value = static_cast<float>(triangle * 9 + corner);
+            std::memcpy(large.data() + 84 + triangle * 50 + 12 + corner * 4, &value, sizeof value);
+        }
+    }
+    WriteWhole(folder / "large.stl", large);
+    const WorkerRun small = RunWorker({"--memory", "200", folder / "large.stl", folder / "a.obj"});
+    EXPECT_EQ(small.code, 1);
+    EXPECT_NE(small.errors.find("memory"), std::string::npos) << small.errors;
+    EXPECT_EQ(RunWorker({folder / "large.stl", folder / "b.stl"}).code, 0);
+    for (const char* name : {"large.stl", "b.stl"}) std::filesystem::remove(folder / name);
+    const WorkerRun slow = RunWorker({"--seconds", "0.05", head, folder / "a.3mf"});
+    EXPECT_EQ(slow.code, 1);
+    EXPECT_NE(slow.errors.find("longer than it may"), std::string::npos);
+    for (const std::string& name : folder.Names()) EXPECT_TRUE(name.ends_with("-zel.xml")) << name;
 }
 
 // A limit on the size of files stands for the full disk.

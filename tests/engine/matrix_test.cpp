@@ -32,15 +32,11 @@ void ExpectSameExtent(const Facts& in, const Facts& out) {
     EXPECT_NEAR(in.volume, out.volume, std::abs(in.volume) * 0.03 + slack);
 }
 
-struct Input {
-    std::string path;
-    bool closed;  // its triangles enclose a volume
-};
-
 class Matrix : public testing::Test {
   protected:
     static void SetUpTestSuite() {
         folder_ = new ScratchFolder;
+        setenv("LD_BIND_NOW", "1", 1);  // a function that a module lacks shows at once
         WriteAssembly(*folder_ / "asm.step");
         for (const char* suffix : {"igs", "stl", "obj", "gltf", "glb", "fbx"}) {
             ASSERT_EQ(RunWorker({*folder_ / "asm.step", *folder_ / (std::string("asm.") + suffix)}).code, 0);
@@ -49,7 +45,10 @@ class Matrix : public testing::Test {
         WriteWhole(*folder_ / "box.ifc", IfcBox());
         WriteWhole(*folder_ / "box.dxf", DxfBox());
     }
-    static void TearDownTestSuite() { delete folder_; }
+    static void TearDownTestSuite() {
+        unsetenv("LD_BIND_NOW");
+        delete folder_;
+    }
     static inline ScratchFolder* folder_ = nullptr;
 };
 
