@@ -15,7 +15,7 @@ bool UsesSharedConfig(const AppContext& context) {
 }
 
 std::wstring GetConfigFilePath(AppContext& context) {
-    const std::wstring chosen = context.settings.configFilePath.Get();
+    std::wstring chosen = context.settings.configFilePath.Get();
     if (!chosen.empty() && FileExists(chosen)) return chosen;
     context.settings.configFilePath.Set(L"");
     if (context.settings.developerMode.Get() || UsesSharedConfig(context))

@@ -1,6 +1,7 @@
 #include "settings/tessellation_dialog.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "app/text_catalogue.h"
 #include "res/settings_ids.h"
@@ -65,7 +66,7 @@ void TessellationDialog::ShowState() {
 
 void TessellationDialog::ShowSlider() {
     const double degrees = ToReal(Control(Item(IDC_ANGULAR_VALUE)).Text());
-    const int position = static_cast<int>(std::clamp<double>(degrees, 0, kLargestAngle) + 0.5);
+    const int position = static_cast<int>(std::lround(std::clamp<double>(degrees, 0, kLargestAngle)));
     Slider(Item(IDC_ANGULAR_SLIDER))
         .SetPosition(Checked(IDC_ANGULAR_DISABLE) ? kSliderWhenDisabled : position);
 }
