@@ -1,5 +1,7 @@
 #include "ui/file_adder.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <iterator>
 #include <new>
 #include <utility>
@@ -10,7 +12,7 @@
 namespace morvex {
 namespace {
 
-constexpr size_t kFilesPerBatch = 256;
+constexpr std::ptrdiff_t kFilesPerBatch = 512;
 
 }  // namespace
 
@@ -33,25 +35,43 @@ FileAdder::Found FileAdder::Take() {
 }
 
 void FileAdder::Run(const std::stop_token& stop, const Request& request) {
-    std::vector<ListRow> batch;
     try {
-        for (const std::wstring& path : request.paths) {
-            if (stop.stop_requested()) break;
-            if (FolderExists(path)) {
-                Tell(std::exchange(batch, {}), path, false);  // keeps the order
-                ScanFolder(path, request.recursive, request.inputFormat, stop,
-                           [this](std::vector<ListRow> rows, const std::wstring& folder) {
-                               Tell(std::move(rows), folder, false);
-                           });
-                continue;
-            }
-            if (auto row = MakeAcceptedRow(path, request.inputFormat)) batch.push_back(std::move(*row));
-            if (batch.size() >= kFilesPerBatch) Tell(std::exchange(batch, {}), {}, false);
-        }
+        if (request.filesOnly)
+            TellFiles(stop, request);
+        else
+            TellFilesAndFolders(stop, request);
     } catch (const std::bad_alloc&) {
-        batch.clear();  // the rows found so far stay
+        // The rows found so far stay.
     }
-    Tell(std::move(batch), {}, true);
+    Tell({}, {}, true);
+}
+
+void FileAdder::TellFilesAndFolders(const std::stop_token& stop, const Request& request) {
+    std::vector<ListRow> batch;
+    for (const std::wstring& path : request.paths) {
+        if (stop.stop_requested()) break;
+        if (FolderExists(path)) {
+            Tell(std::exchange(batch, {}), path, false);  // keeps the order
+            ScanFolder(path, request.recursive, request.inputFormat, stop,
+                       [this](std::vector<ListRow> rows, const std::wstring& folder) {
+                           Tell(std::move(rows), folder, false);
+                       });
+            continue;
+        }
+        if (auto row = MakeAcceptedRow(path, request.inputFormat)) batch.push_back(std::move(*row));
+        if (std::ssize(batch) >= kFilesPerBatch) Tell(std::exchange(batch, {}), {}, false);
+    }
+    Tell(std::move(batch), {}, false);
+}
+
+// Each file's attributes are asked once, and several at a time.
+void FileAdder::TellFiles(const std::stop_token& stop, const Request& request) {
+    const auto end = request.paths.end();
+    for (auto first = request.paths.begin(); first != end && !stop.stop_requested();) {
+        const auto last = first + std::min<std::ptrdiff_t>(kFilesPerBatch, end - first);
+        Tell(MakeAcceptedRows({first, last}, request.inputFormat), {}, false);
+        first = last;
+    }
 }
 
 void FileAdder::Tell(std::vector<ListRow> rows, const std::wstring& folder, bool ended) {

@@ -21,6 +21,7 @@ class FileAdder {
     struct Request {
         std::vector<std::wstring> paths;  // files and folders, in the order in which they are to be listed
         bool recursive = false;
+        bool filesOnly = false;    // no path is a folder to search: the lines of a list file
         std::wstring inputFormat;  // filter text that the files must belong to
     };
     struct Found {
@@ -39,6 +40,8 @@ class FileAdder {
 
   private:
     void Run(const std::stop_token& stop, const Request& request);
+    void TellFilesAndFolders(const std::stop_token& stop, const Request& request);
+    void TellFiles(const std::stop_token& stop, const Request& request);
     void Tell(std::vector<ListRow> rows, const std::wstring& folder, bool ended);
 
     std::function<void()> notify_;

@@ -36,8 +36,10 @@ void CmorvexDlg::AddPaths(std::vector<std::wstring> paths, bool recursive, Sourc
     addingSource_ = source;
     addingStopped_ = false;
     rowsBeforeAdding_ = list_.Count();
-    adder_.Start(
-        {.paths = std::move(paths), .recursive = recursive, .inputFormat = settings_.formatIn.Get()});
+    adder_.Start({.paths = std::move(paths),
+                  .recursive = recursive,
+                  .filesOnly = source == Source::ListFile,
+                  .inputFormat = settings_.formatIn.Get()});
     EnableControls(false);
     ShowStatus(context_.text(IDS_ADDING_FILES));
 }
