@@ -152,7 +152,7 @@ void CDragListCtrl::DrawCell(HDC device, const RECT& cell, const std::wstring& t
     }
     SetBkColor(device, colours.background);
     SetTextColor(device, colours.text);
-    const RECT filled{cell.left, cell.top, cell.right - 1, cell.bottom};  // leaves the grid line
+    const RECT filled{cell.left, cell.top, cell.right - 1, cell.bottom - 1};  // leaves the grid lines
     ExtTextOutW(device, 0, 0, ETO_OPAQUE | ETO_CLIPPED, &filled, nullptr, 0, nullptr);
     RECT place = filled;
     DrawTextW(device, shown.c_str(), static_cast<int>(shown.size()), &place, flags);

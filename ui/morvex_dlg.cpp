@@ -99,7 +99,8 @@ bool CmorvexDlg::OnInit() {
         runWhenAdded_ = runAtOnce;
     else if (runAtOnce)
         PostMessageW(Handle(), kStartRunMessage, 0, 0);
-    return true;
+    SetFocus(Item(IDC_LIST));
+    return false;
 }
 
 void CmorvexDlg::SetUpWindow() {
@@ -143,12 +144,16 @@ void CmorvexDlg::SetUpSize() {
 
     const SIZE window = OuterSize(Handle()), list = OuterSize(Item(IDC_LIST)),
                wanted = listControl_.NaturalSize();
+    RECT client{};
+    GetClientRect(Handle(), &client);
     MONITORINFO monitor{};
     monitor.cbSize = sizeof monitor;
     GetMonitorInfoW(MonitorFromWindow(Handle(), MONITOR_DEFAULTTOPRIMARY), &monitor);
     const RECT& area = monitor.rcWork;
-    smallest_.cx = std::min(window.cx + wanted.cx - list.cx, area.right - area.left);
-    smallest_.cy = std::min(window.cy + wanted.cy - list.cy, area.bottom - area.top);
+    smallest_.cx =
+        std::min(layout_.Size().cx + wanted.cx - list.cx + window.cx - client.right, area.right - area.left);
+    smallest_.cy =
+        std::min(layout_.Size().cy + wanted.cy - list.cy + window.cy - client.bottom, area.bottom - area.top);
     smallestDpi_ = GetDpiForWindow(Handle());
     SetWindowPos(Handle(), nullptr, (area.left + area.right - smallest_.cx) / 2,
                  (area.top + area.bottom - smallest_.cy) / 2, smallest_.cx, smallest_.cy,

@@ -5,10 +5,11 @@
 namespace morvex {
 namespace {
 
-SIZE ClientSize(HWND window) {
-    RECT client{};
-    GetClientRect(window, &client);
-    return {client.right, client.bottom};
+RECT PlaceOf(HWND control) {
+    RECT place{};
+    GetWindowRect(control, &place);
+    MapWindowPoints(nullptr, GetParent(control), reinterpret_cast<POINT*>(&place), 2);
+    return place;
 }
 
 }  // namespace
@@ -16,22 +17,26 @@ SIZE ClientSize(HWND window) {
 void AnchorLayout::Attach(HWND dialog) {
     dialog_ = dialog;
     dpi_ = GetDpiForWindow(dialog);
-    size_ = ClientSize(dialog);
+    RECT all{};
+    for (HWND control = GetWindow(dialog, GW_CHILD); control; control = GetWindow(control, GW_HWNDNEXT)) {
+        const RECT place = PlaceOf(control), before = all;
+        UnionRect(&all, &before, &place);
+    }
+    size_ = {all.right + all.left, all.bottom + all.left};
 }
 
 void AnchorLayout::Add(int controlId, unsigned anchors) {
-    Entry entry{GetDlgItem(dialog_, controlId), anchors, {}};
-    GetWindowRect(entry.control, &entry.place);
-    MapWindowPoints(nullptr, dialog_, reinterpret_cast<POINT*>(&entry.place), 2);
-    entries_.push_back(entry);
+    const HWND control = GetDlgItem(dialog_, controlId);
+    entries_.push_back({control, anchors, PlaceOf(control)});
 }
 
 void AnchorLayout::Apply() const {
     const auto scale = [from = static_cast<int>(dpi_), to = static_cast<int>(GetDpiForWindow(dialog_))](
                            LONG value) { return MulDiv(static_cast<int>(value), to, from); };
-    const SIZE size = ClientSize(dialog_);
-    const LONG wider = size.cx - scale(size_.cx);
-    const LONG higher = size.cy - scale(size_.cy);
+    RECT client{};
+    GetClientRect(dialog_, &client);
+    const LONG wider = client.right - scale(size_.cx);
+    const LONG higher = client.bottom - scale(size_.cy);
     HDWP moves = BeginDeferWindowPos(static_cast<int>(entries_.size()));
     for (const auto& [control, anchors, place] : entries_) {
         LONG left = scale(place.left), right = scale(place.right);

@@ -11,8 +11,10 @@ class AnchorLayout {
   public:
     enum Anchor : unsigned { kLeft = 1, kTop = 2, kRight = 4, kBottom = 8 };
 
-    // Takes the dialog's size and scaling now as those for which its controls are placed.
+    // Takes the places of the dialog's controls as right for its scaling now and for the size that leaves the
+    // same margin on all sides. (The window may be smaller already, where the screen is.)
     void Attach(HWND dialog);
+    SIZE Size() const { return size_; }  // that size, of the client area
     // Anchored to both opposite edges a control grows; to one of them, or none, it moves with it or stays.
     void Add(int controlId, unsigned anchors);
     // Places all controls for the dialog's size now.

@@ -13,10 +13,11 @@ COLORREF ReadableOn(COLORREF background) {
     return brightness < 140 ? RGB(255, 255, 255) : RGB(0, 0, 0);
 }
 
-bool IsEdit(HWND control) {
+// Edits and lists ask too while they are read-only or disabled; they keep the look that says so.
+bool HasField(HWND control) {
     wchar_t name[16] = L"";
     GetClassNameW(control, name, 16);
-    return lstrcmpiW(name, L"Edit") == 0;
+    return lstrcmpiW(name, L"Edit") == 0 || lstrcmpiW(name, L"ComboBox") == 0;
 }
 
 }  // namespace
@@ -27,7 +28,7 @@ WindowTheme::WindowTheme(COLORREF background)
 HBRUSH WindowTheme::Answer(UINT message, WPARAM wParam, LPARAM lParam) const {
     if (message != WM_CTLCOLORDLG && message != WM_CTLCOLORSTATIC && message != WM_CTLCOLORBTN)
         return nullptr;
-    if (HighContrast() || IsEdit(reinterpret_cast<HWND>(lParam))) return nullptr;
+    if (HighContrast() || HasField(reinterpret_cast<HWND>(lParam))) return nullptr;
     const auto device = reinterpret_cast<HDC>(wParam);
     SetTextColor(device, text_);
     SetBkColor(device, background_);
