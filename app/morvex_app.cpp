@@ -9,6 +9,7 @@
 #include "convert/conversion_run.h"
 #include "ui/main_window.h"
 #include "win/command_line.h"
+#include "win/unique_handle.h"
 
 namespace morvex {
 namespace {
@@ -25,6 +26,16 @@ void Print(DWORD stream, const std::wstring& text) {
     WriteFile(GetStdHandle(stream), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
 }
 
+// Children inherit this process's output. Nobody may be reading what whoever started the window gave it, and
+// a full pipe would stop them all.
+void SilenceOutput() {
+    SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
+    static const UniqueHandle nowhere = OwnFile(CreateFileW(
+        L"NUL", GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited, OPEN_EXISTING, 0, nullptr));
+    SetStdHandle(STD_OUTPUT_HANDLE, nowhere.get());
+    SetStdHandle(STD_ERROR_HANDLE, nowhere.get());
+}
+
 }  // namespace
 
 CmorvexApp::CmorvexApp() : context_(PrepareProgramFolders()) {}
@@ -38,6 +49,7 @@ bool CmorvexApp::InitInstance() {
         MessageBoxW(nullptr, L"AfxOleInit Error!", kTitle, MB_OK | MB_ICONEXCLAMATION);
         return false;
     }
+    SilenceOutput();
     RunMainWindow(context_);
     OleUninitialize();
     return false;

@@ -57,10 +57,19 @@ void AppSettings::Load() {
         &disableGuard,    &developerMode,   &multiprocess,  &convertAtStartup, &loadLastState,
         &addNativeFormat, &defaultTheme,    &developerTheme};
     for (Setting* setting : beforeConfiguration) setting->Load();
-    configuration_ = configFilePath.Get().empty() ? sharedConfig_ : configFilePath.Get();
+    FindConfiguration();
     fillOverride.Load();
     language.Load();
     startedMultiprocess_ = multiprocess.Get();
+}
+
+void AppSettings::SetFillOverride(bool on) {
+    FindConfiguration();
+    fillOverride.Set(on);
+}
+
+void AppSettings::FindConfiguration() {
+    configuration_ = configFilePath.Get().empty() ? sharedConfig_ : configFilePath.Get();
 }
 
 }  // namespace morvex

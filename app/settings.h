@@ -123,12 +123,16 @@ class AppSettings {
     TextSetting   language          {user_, L"Options", L"Language", L"English"};            // name of the interface language
     // clang-format on
 
+    // Stores the switch in the configuration file that is chosen now, whichever it was at the start.
+    void SetFillOverride(bool on);
     bool UseOutputFolder() const { return !besideInput.Get(); }
     Colour Theme() const { return developerMode.Get() ? developerTheme.Get() : defaultTheme.Get(); }
     // Multiprocess at start-up turns the crash log off for the life of the process.
     bool CrashLogOn() const { return writeCrashLog.Get() && !startedMultiprocess_; }
 
   private:
+    void FindConfiguration();
+
     bool startedMultiprocess_ = false;
 };
 

@@ -50,8 +50,20 @@ need_wine() {
     mkdir -p "$build"
     say "Preparing Wine"
     wineboot --init >/dev/null 2>&1
+    link_fonts >/dev/null 2>&1
+    wineserver -k || true
   fi
   wineserver -p >/dev/null 2>&1 || true
+}
+
+# Wine's interface font has no Chinese, Japanese and Korean letters; name one that has.
+link_fonts() {
+  local font='Noto Sans CJK JP' script
+  wine reg add 'HKLM\Software\Microsoft\Windows NT\CurrentVersion\FontLink\SystemLink' /v 'DejaVu Sans' \
+    /t REG_MULTI_SZ /d "NotoSansCJK-Regular.ttc,$font" /f
+  for script in 616e616b 696e6168 676e6168; do
+    wine reg add 'HKCU\Software\Wine\Uniscribe\Fallback' /v $script /d "$font" /f
+  done
 }
 
 stop_wine() {

@@ -125,7 +125,7 @@ void CmorvexDlg::OnSwitch(int id) {
             settings_.multiprocess.Set(on);
             break;
         case IDS_OVERRIDE:
-            settings_.fillOverride.Set(on);
+            settings_.SetFillOverride(on);
             break;
         case IDS_CONVERT_AT_STARTUP:
             settings_.convertAtStartup.Set(on);
