@@ -59,7 +59,6 @@ const Key kKeys[] = {
     {"COLLADA CONF", "VERSION", Choice{&Settings::colladaVersion, {140, 141, 150}}},
     {"COLLADA CONF", "USE_VERTEX_COLOR", Switch{&Settings::vertexColours}},
     {"TOLERANCE", "NB_DECIMALE", Count{&Settings::decimals, 0, 15}},
-    {"TOLERANCE", "TOL_CONTINUITE", Number{&Settings::joinTolerance, 1e-7, 1e3}},
 };
 
 template <class T>

@@ -41,8 +41,7 @@ struct Settings {
     int colladaVersion = 141;
     bool vertexColours = false;
 
-    int decimals = 10;            // most decimals of the numbers in text formats
-    double joinTolerance = 0.01;  // mm; how far apart the edges of neighbouring faces may lie
+    int decimals = 10;  // most decimals of the numbers in text formats
     bool writeReport = true;
 };
 
