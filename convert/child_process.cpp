@@ -1,6 +1,8 @@
 #include "convert/child_process.h"
 
+#include <cstddef>
 #include <utility>
+#include <vector>
 
 namespace morvex {
 namespace {
@@ -20,6 +22,31 @@ bool StillRunning(HANDLE process) {
     return GetExitCodeProcess(process, &exitCode) && exitCode == STILL_ACTIVE &&
            WaitForSingleObject(process, 0) == WAIT_TIMEOUT;
 }
+
+// Has a process born into a job. Put in afterwards, it could start something outside of the job first, or,
+// held back until then, stay behind asleep if this process died in between.
+class JobAttribute {
+  public:
+    explicit JobAttribute(HANDLE job) : job_(job) {
+        SIZE_T size = 0;
+        InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
+        memory_.resize(size);
+        InitializeProcThreadAttributeList(List(), 1, 0, &size);
+        UpdateProcThreadAttribute(List(), 0, PROC_THREAD_ATTRIBUTE_JOB_LIST, &job_, sizeof job_, nullptr,
+                                  nullptr);
+    }
+    ~JobAttribute() { DeleteProcThreadAttributeList(List()); }
+    JobAttribute(const JobAttribute&) = delete;
+    JobAttribute& operator=(const JobAttribute&) = delete;
+
+    LPPROC_THREAD_ATTRIBUTE_LIST List() const {
+        return reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(memory_.data());
+    }
+
+  private:
+    HANDLE job_;  // the list refers to it
+    mutable std::vector<std::byte> memory_;
+};
 
 }  // namespace
 
@@ -43,19 +70,18 @@ ChildRunner::ChildRunner(std::wstring program, const std::wstring& formatIn, con
 
 int ChildRunner::Run(const ChildArguments& arguments) const {
     std::wstring line = ChildCommandLine(program_, arguments);
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
+    const JobAttribute attribute(job_.get());
+    STARTUPINFOEXW startup{};
+    startup.StartupInfo.cb = sizeof startup;
+    startup.lpAttributeList = attribute.List();
     PROCESS_INFORMATION created{};
-    // Suspended until it is in the job, so that it cannot start anything outside of it.
     if (!CreateProcessW(program_.c_str(), line.data(), nullptr, nullptr, TRUE,
-                        NORMAL_PRIORITY_CLASS | CREATE_SUSPENDED, nullptr, nullptr, &startup, &created)) {
+                        NORMAL_PRIORITY_CLASS | EXTENDED_STARTUPINFO_PRESENT, nullptr, nullptr,
+                        &startup.StartupInfo, &created)) {
         return 0;
     }
     const UniqueHandle process(created.hProcess);
     const UniqueHandle thread(created.hThread);
-    AssignProcessToJobObject(job_.get(), process.get());
-    ResumeThread(thread.get());
-
     while (StillRunning(process.get())) Sleep(kPollMilliseconds);
     DWORD exitCode = 0;
     GetExitCodeProcess(process.get(), &exitCode);

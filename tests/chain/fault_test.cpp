@@ -98,19 +98,31 @@ void PrepareSelfStartingRun(const Program& program, const Folder& out, const std
 constexpr char kStep[] = "STEP (*.step;*.stp;*.stpz;*.stpx;*.stpxz;*.stpnc;*.stpa)";
 constexpr char kIges[] = "IGES 3D (*.igs;*.iges)";
 
+std::vector<fs::path> PartsIn(const char* folder) {
+    std::vector<fs::path> parts;
+    for (const auto& entry : fs::directory_iterator(kParts / folder)) parts.push_back(entry.path());
+    return parts;
+}
+
 TEST(Multiprocess, GivesTheSameFilesAsOneByOne) {
-    for (const auto& [from, name, inputs] :
-         {std::tuple{kStep, "STEP",
-                     std::vector<fs::path>{kParts / "step/screw.step", kParts / "step/linkrods.step"}},
-          std::tuple{kIges, "IGES 3D",
-                     std::vector<fs::path>{kParts / "iges/bearing.iges", kParts / "iges/hammer.iges"}}}) {
+    const struct {
+        const char *folder, *from, *fromName, *to, *toName, *suffix;
+    } runs[] = {
+        {"step", kStep, "STEP", "STL (*.stl)", "STL", ".stl"},
+        {"iges", kIges, "IGES 3D", "glTF Binary (*.glb)", "glTF Binary", ".glb"},
+        {"stl", "STL (*.stl)", "STL", "OBJ (*.obj)", "OBJ", ".obj"},
+    };
+    for (const auto& run : runs) {
         const Program program;
         const Folder one, many;
-        for (const fs::path& input : inputs) program.Convert(name, "STL", input, one.Path().string() + "/");
-        PrepareSelfStartingRun(program, many, from, "STL (*.stl)", inputs);
+        const std::vector<fs::path> inputs = PartsIn(run.folder);
+        for (const fs::path& input : inputs) {
+            EXPECT_EQ(program.Convert(run.fromName, run.toName, input, one.Path().string() + "/"), 0);
+        }
+        PrepareSelfStartingRun(program, many, run.from, run.to, inputs);
         Process process(program.Start({}, {}));
         for (const fs::path& input : inputs) {
-            const std::string output = input.stem().string() + ".stl";
+            const std::string output = input.stem().string() + run.suffix;
             ASSERT_TRUE(Eventually(60, [&] { return fs::exists(many / (output + "-zel.xml")); })) << output;
             EXPECT_EQ(ReadBytes(many / output), ReadBytes(one / output)) << output;
         }
@@ -118,21 +130,24 @@ TEST(Multiprocess, GivesTheSameFilesAsOneByOne) {
 }
 
 TEST(Multiprocess, NothingOutlivesAKilledParent) {
-    const Program program;
-    const Folder in, out;
-    std::vector<fs::path> inputs;
-    for (int i = 0; i < 40; ++i) {
-        inputs.push_back(in / (std::to_string(i) + ".step"));
-        fs::copy_file(kParts / "step/linkrods.step", inputs.back());
-    }
-    PrepareSelfStartingRun(program, out, kStep, "STL (*.stl)", inputs);
-    Process process(program.Start({}, {}));
-    const std::string input = in.Path().filename().string();
-    ASSERT_TRUE(Eventually(60, [&] { return ProcessesWith(input).size() >= 2; }));
-    process.Kill();
-    EXPECT_TRUE(Eventually(20, [&] { return ProcessesWith(input).empty(); }));
-    for (const std::string& name : out.Names()) {
-        EXPECT_TRUE(name.ends_with(".stl") || name.ends_with("-zel.xml")) << name << " left behind";
+    for (const size_t finished : {0u, 1u, 3u}) {  // killed at once, and at other moments
+        const Program program;
+        const Folder in, out;
+        std::vector<fs::path> inputs;
+        for (int i = 0; i < 20; ++i) {
+            inputs.push_back(in / (std::to_string(i) + ".step"));
+            fs::copy_file(kParts / "step/linkrods.step", inputs.back());
+        }
+        PrepareSelfStartingRun(program, out, kStep, "STL (*.stl)", inputs);
+        Process process(program.Start({}, {}));
+        const std::string input = in.Path().filename().string();
+        ASSERT_TRUE(
+            Eventually(60, [&] { return !ProcessesWith(input).empty() && out.Names().size() >= finished; }));
+        process.Kill();
+        EXPECT_TRUE(Eventually(20, [&] { return ProcessesWith(input).empty(); }));
+        for (const std::string& name : out.Names()) {
+            EXPECT_TRUE(name.ends_with(".stl") || name.ends_with("-zel.xml")) << name << " left behind";
+        }
     }
 }
 

@@ -13,6 +13,7 @@
 
 #include "convert/conversion_run.h"
 #include "tests/support/library_log.h"
+#include "win/text_file.h"
 
 namespace morvex {
 namespace {
@@ -141,6 +142,32 @@ TEST(ChildProcess, ExitCodesAndDeathsBecomeTheRowsText) {
     LastStatus status;
     RunConversions(Job(names), status);
     for (size_t i = 0; i < names.size(); ++i) EXPECT_EQ(status.texts[i], cases[i].second) << i;
+
+    ConversionJob unstartable = Job({L"a.stp", L"b.stp"});
+    unstartable.program = L"C:\\no such program.exe";
+    RunConversions(unstartable, status);
+    EXPECT_EQ(status.texts[0] + status.texts[1], L"OKOK");  // the program's rule
+}
+
+TEST(ChildProcess, WorkersKeepTheLogAndTheTimesApart) {
+    const LibraryLog log(L"sleep=1100");
+    const test::TempFolder folder;
+    LastStatus status;
+    ConversionJob job = Job({L"a.stp", L"b.stp", L"c.stp", L"d.stp", L"e.stp", L"f.stp"});
+    job.crashLog = folder / L"log.txt";
+    job.developerMode = true;
+    omp_set_num_threads(6);
+    RunConversions(job, status);
+    std::wstring text;
+    ASSERT_TRUE(ReadTextFile(job.crashLog, text));
+    for (size_t row = 0; row < job.files.size(); ++row) {
+        EXPECT_EQ(status.texts[row], L"OK [1 sec]");
+        EXPECT_NE(
+            text.find(L"C:\\in dir\\" + job.files[row].name + L"\nD\u00EF\u00BF\u00BDbut de traitement..."),
+            text.npos);
+    }
+    EXPECT_EQ(status.texts[job.files.size()], L"- [6]");
+    EXPECT_TRUE(text.ends_with(L"\nFin des conversions"));
 }
 
 TEST(ChildProcess, NothingItStartedOutlivesTheRun) {
