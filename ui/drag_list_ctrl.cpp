@@ -1,7 +1,6 @@
 #include "ui/drag_list_ctrl.h"
 
 #include <algorithm>
-#include <utility>
 
 #include "res/string_ids.h"
 #include "win/theme.h"
@@ -12,13 +11,14 @@ namespace {
 struct ColumnLayout {
     int title;
     int format;
-    int width;  // pixels at 96 dpi
+    int width;   // pixels at 96 dpi
+    bool grows;  // with the control, in proportion to its width
 };
 constexpr ColumnLayout kColumns[kListColumns] = {
-    {IDS_FILENAME, LVCFMT_LEFT, 415},
-    {IDS_SIZE, LVCFMT_CENTER, 76},
-    {IDS_FOLDER, LVCFMT_LEFT, 268},
-    {IDS_STATUS, LVCFMT_CENTER, 162},
+    {IDS_FILENAME, LVCFMT_LEFT, 415, true},
+    {IDS_SIZE, LVCFMT_CENTER, 76, false},
+    {IDS_FOLDER, LVCFMT_LEFT, 268, true},
+    {IDS_STATUS, LVCFMT_CENTER, 162, true},
 };
 constexpr int kRowsInSight = 22;
 constexpr int kScrollBarRoom = 17;  // pixels at 96 dpi, as the scroll bar's width is
@@ -76,11 +76,17 @@ void CDragListCtrl::FitColumnsToRows() {
 void CDragListCtrl::FitColumnsToWidth() {
     RECT outer{};
     GetWindowRect(view_.Handle(), &outer);
-    const int extra = static_cast<int>(outer.right - outer.left - NaturalSize().cx);
-    const int name = Scaled(kColumns[0].width), folder = Scaled(kColumns[2].width);
-    const int nameExtra = MulDiv(extra, name, name + folder);
-    view_.SetColumnWidth(0, std::max(name + nameExtra, Scaled(60)));
-    view_.SetColumnWidth(2, std::max(folder + extra - nameExtra, Scaled(60)));
+    int extra = static_cast<int>(outer.right - outer.left - NaturalSize().cx);
+    int shares = 0;
+    for (const ColumnLayout& column : kColumns) shares += column.grows ? column.width : 0;
+    for (int i = 0; i < kListColumns; ++i) {
+        const ColumnLayout& column = kColumns[i];
+        const int share = column.grows ? MulDiv(extra, column.width, shares) : 0;
+        const bool narrowed = roomForScrollBar_ && i == static_cast<int>(ListColumn::Status);
+        view_.SetColumnWidth(i, Scaled(column.width) + share - (narrowed ? Scaled(kScrollBarRoom) : 0));
+        extra -= share;
+        shares -= column.grows ? column.width : 0;
+    }
 }
 
 SIZE CDragListCtrl::NaturalSize() const {
@@ -105,8 +111,7 @@ void CDragListCtrl::Rescale() {
     SelectObject(device, old);
     ReleaseDC(view_.Handle(), device);
     view_.SetRowHeight(static_cast<int>(metrics.tmHeight) + Scaled(kRowPadding));
-    for (int i = 0; i < kListColumns; ++i) view_.SetColumnWidth(i, Scaled(kColumns[i].width));
-    if (std::exchange(roomForScrollBar_, false)) FitColumnsToRows();
+    FitColumnsToWidth();
 }
 
 void CDragListCtrl::Draw(const DRAWITEMSTRUCT& item) const {

@@ -33,7 +33,7 @@ class CDragListCtrl {
     void RedrawVisible() const;
     // Once, when the list has more rows than fit: makes room for the vertical scroll bar.
     void FitColumnsToRows();
-    // The Filename and Folder columns share what the control's width leaves for them.
+    // All columns but Size share what the control's width has beyond, or lacks of, its natural size.
     void FitColumnsToWidth();
     // The outer size at which all columns and kRowsInSight rows fit exactly.
     SIZE NaturalSize() const;

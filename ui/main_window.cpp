@@ -14,8 +14,10 @@ int RunMainWindow(AppContext& context) {
         TranslateMessage(&message);
         DispatchMessageW(&message);
     }
-    // A library call cannot be taken back, and waiting for it would leave an invisible program behind.
-    if (window.Converting()) TerminateProcess(GetCurrentProcess(), 0);
+    // A library call cannot be taken back, nor a question to a dead network share; waiting for them would
+    // leave an invisible program behind.
+    if (window.Converting() || window.Adding())
+        TerminateProcess(GetCurrentProcess(), window.Failure() ? 1 : 0);
     if (window.Failure()) std::rethrow_exception(window.Failure());
     return 0;
 }

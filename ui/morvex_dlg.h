@@ -119,7 +119,7 @@ class CmorvexDlg : public ModelessDialog {
         return {context_.settings.formatIn.Get(), context_.settings.formatOut.Get()};
     }
     void LoadList();
-    bool OpenListFile(const std::wstring& path);
+    void OpenListFile(const std::wstring& path);
     void TakeListFile(ListFile file);
     void SaveList();
     void SaveResultsReport();

@@ -16,17 +16,15 @@ void CmorvexDlg::LoadList() {
         prompts_.openFiles(Handle(), {.filter = context_.text(IDS_CSV_FILE) + L" (*.csv)|*.csv|",
                                       .flags = OFN_FILEMUSTEXIST | OFN_PATHMUSTEXIST | OFN_HIDEREADONLY,
                                       .bufferCharacters = kNameBuffer});
-    if (!paths.empty() && OpenListFile(paths.front())) state_ = RunState::Idle;
+    if (!paths.empty()) OpenListFile(paths.front());
 }
 
-// False, after a message if the file could be read, when it is no list file.
-bool CmorvexDlg::OpenListFile(const std::wstring& path) {
+void CmorvexDlg::OpenListFile(const std::wstring& path) {
     ListFile file = ReadListFile(path, context_.pairs, settings_.developerMode.Get());
     if (file.kind == ListFileKind::NotValid) Warn(context_.text(IDS_LIST_FILE_NOT_VALID));
-    if (file.kind == ListFileKind::NotValid || file.kind == ListFileKind::CannotOpen) return false;
+    if (file.kind == ListFileKind::NotValid || file.kind == ListFileKind::CannotOpen) return;
     if (file.kind == ListFileKind::PlainPaths) file.formats = {kAnyFile, settings_.formatOut.Get()};
     TakeListFile(std::move(file));
-    return true;
 }
 
 // Replaces formats and rows. The files' sizes are asked on another thread: they may lie on a slow share.

@@ -1,0 +1,146 @@
+// How quick the real window is: adding a folder against the least that could do it, and how soon it answers
+// while a run is going on. Prints one line a figure; ends with 1 when one is above its limit.
+#include <windows.h>
+
+#include <ole2.h>
+#include <shellapi.h>
+
+#include <atomic>
+#include <cstdio>
+#include <thread>
+#include <vector>
+
+#include "app/start_up.h"
+#include "bench/list/baseline.h"
+#include "bench/list/many_files.h"
+#include "convert/child_road.h"
+#include "convert/conversion_run.h"
+#include "res/string_ids.h"
+#include "tests/support/temp_folder.h"
+#include "ui/morvex_dlg.h"
+#include "win/paths.h"
+#include "win/profile.h"
+
+namespace morvex::bench {
+namespace {
+
+constexpr double kLatencyLimit = 50;  // milliseconds, for 99 of 100 messages
+
+// The program with the library that does nothing and its settings in a folder of their own.
+ProgramFolders Folders(const std::wstring& folder) {
+    ProgramFolders folders = MakeProgramFolders(folder, folder);
+    folders.library = JoinPath(FolderOf(ModulePath()), L"Polyvane_x64.dll");
+    return folders;
+}
+
+// The real window, shown, with one pair of formats; the folder dialog answers with the folder.
+class Window {
+  public:
+    explicit Window(const std::wstring& folder) : context_(Folders(home_.Path())) {
+        const std::wstring& file = context_.folders.installationSettings;
+        profile::WriteText(file, L"General", L"Multiprocess", L"1");
+        profile::WriteText(file, L"Parts", L"ZEL_INPUT_FORMAT", L"STEP");
+        profile::WriteText(file, L"Parts", L"ZEL_OUTPUT_FORMAT", L"STL");
+        LoadState(context_);
+        MainPrompts prompts;
+        prompts.browseFolder = [folder](HWND, const std::wstring&, const std::wstring&) { return folder; };
+        window_ = std::make_unique<CmorvexDlg>(context_, prompts);
+        window_->Open();
+        ShowWindow(window_->Handle(), SW_SHOW);
+    }
+
+    HWND Handle() const { return window_->Handle(); }
+    void AddFolder() {
+        SendMessageW(Handle(), WM_COMMAND, IDS_ADD_FOLDER, 0);
+        WorkWhile([this] { return window_->Adding(); });
+    }
+    void Run() {
+        SendMessageW(Handle(), WM_COMMAND, IDS_RUN_CONVERSION, 0);
+        WorkWhile([this] { return window_->State() == RunState::Running; });
+    }
+    size_t Rows() const { return window_->List().Count(); }
+
+  private:
+    template <class Condition>
+    void WorkWhile(Condition condition) {
+        MSG message;
+        while (condition() && GetMessageW(&message, nullptr, 0, 0) > 0) {
+            if (!window_->PreTranslate(message)) DispatchMessageW(&message);
+        }
+    }
+
+    test::TempFolder home_;
+    AppContext context_;
+    std::unique_ptr<CmorvexDlg> window_;
+};
+
+bool AddingAFolder(int rows) {
+    const ManyFiles files(rows);
+    const auto ours = [&] {
+        Window window(files.Folder());
+        return Milliseconds([&] {
+            window.AddFolder();
+            sink = window.Rows();
+        });
+    };
+    const auto bare = [&] {
+        PlainListView view;
+        return Milliseconds([&] {
+            int row = 0;
+            WalkFolder(files.Folder(), [&](const WIN32_FIND_DATAW& entry) {
+                view.AddRow(row++, entry.cFileName, std::to_wstring(entry.nFileSizeLow).c_str(),
+                            files.Folder().c_str());
+            });
+        });
+    };
+    return Compare("add a folder to the window / plain list view", rows, 2.0, ours, bare, 1);
+}
+
+// Sends the window a message every few milliseconds while it makes a run over the rows.
+bool AnsweringInARun(int rows) {
+    const ManyFiles files(rows);
+    Window window(files.Folder());
+    window.AddFolder();
+    std::vector<double> times;
+    std::atomic<bool> running = true, ended = false;
+    const HWND handle = window.Handle();
+    std::thread probe([&] {
+        while (running) {
+            times.push_back(
+                Milliseconds([handle] { SendMessageTimeoutW(handle, WM_NULL, 0, 0, 0, 10'000, nullptr); }));
+            Sleep(5);
+        }
+        ended = true;
+    });
+    window.Run();
+    running = false;
+    MSG message;  // the probe may wait for an answer still
+    while (!ended) PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE);
+    probe.join();
+    std::sort(times.begin(), times.end());
+    const auto percentile = [&](size_t part) { return times[times.size() * part / 1000]; };
+    std::printf("%7d rows: answer in a run, ms: median %.2f, 99 %% %.2f, worst %.2f of %zu   <= %.0f\n", rows,
+                percentile(500), percentile(990), times.back(), times.size(), kLatencyLimit);
+    return percentile(990) <= kLatencyLimit;
+}
+
+// The run's child processes are this program again.
+int ConvertAsChild(const std::vector<std::wstring>& arguments) {
+    AppContext context(Folders(std::wstring(FolderOf(ModulePath()))));
+    RunObserver nobody;
+    return RunConversions(MakeChildJob(context, arguments), nobody).lastResult;
+}
+
+}  // namespace
+}  // namespace morvex::bench
+
+int wmain(int argc, wchar_t** argv) {
+    using namespace morvex::bench;
+    if (argc == 5) return ConvertAsChild({argv, argv + argc});
+    OleInitialize(nullptr);
+    bool good = true;
+    for (const int rows : {25'000, 50'000, 100'000}) good &= AddingAFolder(rows);
+    good &= AnsweringInARun(1'000);
+    OleUninitialize();
+    return good ? 0 : 1;
+}
