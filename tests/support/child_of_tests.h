@@ -1,0 +1,29 @@
+#pragma once
+
+#include <windows.h>
+
+#include <optional>
+
+#include "convert/child_road.h"
+#include "convert/conversion_run.h"
+#include "tests/support/library_log.h"
+#include "win/command_line.h"
+
+namespace morvex::test {
+
+// A test program is its own child: multiprocess runs start the program that runs them, with five arguments.
+// Call this first thing in main; with a value, the process is such a child, has converted its file with the
+// recording library, and ends with that value.
+inline std::optional<int> ConvertAsChild() {
+    // A child that dies of a scripted fault must not open the system's box.
+    SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
+    const std::vector<std::wstring> arguments = SplitCommandLine(GetCommandLineW());
+    if (arguments.size() != 5) return std::nullopt;
+    const std::wstring folder(FolderOf(ModulePath()));
+    AppContext context(MakeProgramFolders(folder, folder));
+    context.folders.library = LibraryLog::LibraryPath();
+    RunObserver nobody;
+    return RunConversions(MakeChildJob(context, arguments), nobody).lastResult;
+}
+
+}  // namespace morvex::test
