@@ -18,10 +18,10 @@ class TempFolder {
         static std::atomic<int> count = 0;
         path_ = std::filesystem::temp_directory_path().wstring();
         path_ += L"morvex-test-" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++count);
-        Remove();  // a program that crashed may have left one of that name
+        RemoveTree(path_);  // a program that crashed may have left one of that name
         std::filesystem::create_directories(path_);
     }
-    ~TempFolder() { Remove(); }
+    ~TempFolder() { RemoveTree(path_); }
     TempFolder(const TempFolder&) = delete;
     TempFolder& operator=(const TempFolder&) = delete;
 
@@ -48,11 +48,6 @@ class TempFolder {
         }
         if (find != INVALID_HANDLE_VALUE) FindClose(find);
         RemoveDirectoryW(WithLongPrefix(folder).c_str());
-    }
-
-    void Remove() const {
-        std::error_code ignored;
-        std::filesystem::remove_all(L"\\\\?\\" + path_, ignored);
     }
 
     std::wstring path_;
