@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <algorithm>
+
 namespace morvex {
 namespace {
 
@@ -48,6 +50,7 @@ bool SameText(std::wstring_view a, std::wstring_view b) {
 
 std::wstring WithLongPrefix(std::wstring path) {
     if (path.size() <= kLongestPlainPath || path.starts_with(L"\\\\?\\")) return path;
+    std::replace(path.begin(), path.end(), L'/', L'\\');  // behind the prefix a slash would be part of a name
     if (path.starts_with(L"\\\\")) return L"\\\\?\\UNC\\" + path.substr(2);
     return L"\\\\?\\" + path;
 }

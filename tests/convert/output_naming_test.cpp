@@ -64,6 +64,9 @@ TEST(OutputNaming, PrefixesPathsOfMoreThan259Characters) {
     const std::wstring prefixed =
         OutputPath({L"\\\\?\\C:\\in", std::wstring(300, L'x') + L".stp"}, Rules(L".stl"));
     EXPECT_TRUE(prefixed.starts_with(L"\\\\?\\C:\\in\\x"));
+    const std::wstring slashes =
+        OutputPath({L"C:/in/sub", std::wstring(300, L'x') + L".stp"}, Rules(L".stl"));
+    EXPECT_TRUE(slashes.starts_with(L"\\\\?\\C:\\in\\sub\\x"));
 }
 
 TEST(OutputNaming, KeepsOutputsOfOneRunApart) {
