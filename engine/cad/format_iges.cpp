@@ -15,7 +15,8 @@ namespace morvex {
 extern "C" Outcome ReadIges(JobContext& context) {
     IGESControl_Controller::Init();
     Interface_Static::SetCVal("xstep.cascade.unit", "MM");
-    IGESCAFControl_Reader reader;
+    // Not freed: taking its entities apart one by one takes longer than the process has left.
+    IGESCAFControl_Reader& reader = *new IGESCAFControl_Reader;
     reader.SetColorMode(Standard_True);
     reader.SetNameMode(Standard_True);
     reader.SetLayerMode(Standard_True);

@@ -50,7 +50,8 @@ int Schema(const JobContext& context, bool annotations) {
 extern "C" Outcome ReadStep(JobContext& context) {
     STEPCAFControl_Controller::Init();
     Interface_Static::SetCVal("xstep.cascade.unit", "MM");
-    STEPCAFControl_Reader reader;
+    // Not freed: taking its entities apart one by one takes longer than the process has left.
+    STEPCAFControl_Reader& reader = *new STEPCAFControl_Reader;
     reader.SetColorMode(Standard_True);
     reader.SetNameMode(Standard_True);
     reader.SetLayerMode(Standard_True);

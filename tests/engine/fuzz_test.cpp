@@ -1,4 +1,5 @@
 // Damaged files, made with fixed seeds: a code, no hang, no process and no file left.
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
@@ -92,6 +93,12 @@ void RunCase(const Seed& seed, unsigned number, std::mutex& mutex, std::map<int,
     ++codes[run.code];
 }
 
+// Whether a sanitizer's report is about the engine's own code, not about a library that it called.
+bool IsOurs(const std::string& report) {
+    const std::size_t library = std::min(report.find("/libTK"), report.find("/libassimp"));
+    return report.find("/engine/") < library;
+}
+
 // MORVEX_FUZZ_ROUNDS sets the mutations for each seed file; the usual ones give more than 500.
 TEST(Fuzz, DamagedFiles) {
     const ScratchFolder made;
@@ -132,7 +139,10 @@ TEST(Fuzz, DamagedFiles) {
     for (std::thread& thread : threads) thread.join();
     for (const auto& [code, count] : codes) std::printf("code %d: %d\n", code, count);
     EXPECT_GT(codes[5], 0);
-    for (const std::string& name : findings.Names()) ADD_FAILURE() << ReadWhole(findings / name);
+    for (const std::string& name : findings.Names()) {
+        const std::string report = ReadWhole(findings / name);
+        EXPECT_FALSE(IsOurs(report)) << report;
+    }
 }
 
 }  // namespace

@@ -1,0 +1,184 @@
+#!/usr/bin/env python3
+"""Times the engine's worker against other converters on the same files, and its start against a program that links
+every library. Prints tables in Markdown. Installs the other converters from Debian when they are missing.
+
+The programs take turns within each round, so that other load on the machine meets all of them alike; the figures are
+medians over the rounds, and the ratios are those of the medians."""
+import argparse
+import os
+import shutil
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+
+ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+SAMPLES = "/usr/share/opencascade/data"
+LIBRARIES = "/usr/lib/x86_64-linux-gnu"
+FREECAD = "/usr/lib/freecad/bin/freecadcmd-python3"
+DRAW = "/usr/bin/occt-draw-7.6"
+PACKAGES = {FREECAD: "freecad-python3", DRAW: "occt-draw", "/usr/bin/assimp": "assimp-utils"}
+QUALITY = ["--set", "STL CONF/LINEAR_DIS=0", "--set", "STL CONF/LINEAR_TOL=0.005",
+           "--set", "STL CONF/ANGULAR_DIS=0", "--set", "STL CONF/ANGULAR_TOL=0.5"]
+
+
+def need_programs():
+    missing = [package for path, package in PACKAGES.items() if not os.path.exists(path)]
+    if missing:
+        sudo = [] if os.geteuid() == 0 else ["sudo"]
+        subprocess.run(sudo + ["apt-get", "install", "-y", "-q", "--no-install-recommends"] + missing,
+                       check=True, stdout=sys.stderr)
+
+
+class Run:
+    """One program on one task: seconds and peak memory of each round, and what it left."""
+
+    def __init__(self, name, command, output=None, environment=None):
+        self.name, self.command, self.output = name, command, output
+        self.environment = {**os.environ, **(environment or {})}
+        self.seconds, self.megabytes = [], []
+
+    def once(self):
+        if self.output and os.path.exists(self.output):
+            os.remove(self.output)
+        start = time.perf_counter()
+        process = subprocess.Popen(self.command, env=self.environment, stdin=subprocess.DEVNULL,
+                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        _, status, usage = os.wait4(process.pid, 0)
+        self.seconds.append(time.perf_counter() - start)
+        self.megabytes.append(usage.ru_maxrss / 1024)
+        process.returncode = os.waitstatus_to_exitcode(status)
+        if self.output and not os.path.exists(self.output):
+            sys.exit(f"{self.name} wrote nothing: {self.command}")
+
+
+def measure(runs, rounds):
+    for run in runs:
+        run.once()
+        run.seconds.clear(), run.megabytes.clear()
+    for _ in range(rounds):
+        for run in runs:
+            run.once()
+
+
+def print_table(title, runs, rounds):
+    measure(runs, rounds)
+    ours = statistics.median(runs[0].seconds)
+    print(f"\n{title}\n\n| Program | seconds | ours / theirs | peak MB | output bytes |\n|---|---|---|---|---|")
+    for run in runs:
+        seconds = statistics.median(run.seconds)
+        size = os.path.getsize(run.output) if run.output else "-"
+        print(f"| {run.name} | {seconds:.3f} | {ours / seconds:.2f} | {statistics.median(run.megabytes):.0f} | {size} |")
+
+
+class Bench:
+    def __init__(self, worker, folder, rounds):
+        self.worker, self.folder, self.rounds = worker, folder, rounds
+        links = os.path.join(folder, "links")  # Draw looks for its plugins under names that Debian does not install
+        os.mkdir(links)
+        for name in os.listdir(LIBRARIES):
+            if name.startswith("libTK") and name.endswith(".so.7"):
+                os.symlink(os.path.join(LIBRARIES, name), os.path.join(links, name[:-2]))
+        resources = "/usr/share/opencascade/resources"
+        draw = resources + "/DrawResources"
+        self.draw_environment = {"LD_LIBRARY_PATH": links, "CASROOT": "/usr/share/opencascade", "DRAWHOME": draw,
+                                 "CSF_OCCTResourcePath": resources, "CSF_DrawPluginDefaults": draw,
+                                 "DRAWDEFAULT": draw + "/DrawDefault"}
+
+    def path(self, name):
+        return os.path.join(self.folder, name)
+
+    def script(self, name, text):
+        with open(self.path(name), "w", encoding="utf-8") as file:
+            file.write(text)
+        return self.path(name)
+
+    def ours(self, source, name, options=()):
+        output = self.path(name)
+        return Run("morvex-engine", [self.worker, *options, source, output], output)
+
+    def draw(self, name, lines):
+        output = self.path(name)
+        text = "pload MODELING XDE\n" + lines.replace("OUT", output) + "\nexit\n"
+        return Run("occt-draw", [DRAW, "-b", "-f", self.script(name + ".tcl", text)], output, self.draw_environment)
+
+    def freecad(self, name, lines):
+        output = self.path(name)
+        return Run("FreeCAD", [FREECAD, self.script(name + ".py", lines.replace("OUT", output))], output,
+                   {"QT_QPA_PLATFORM": "offscreen"})
+
+    def conversions(self):
+        rods, bearing = SAMPLES + "/step/linkrods.step", SAMPLES + "/iges/bearing.iges"
+        head = SAMPLES + "/stl/head.stl"
+        mesh = "incmesh s 0.005 -a 28.6478897565\n"
+        freecad_mesh = (f"import Part, MeshPart\nshape = Part.read('{rods}')\n"
+                        "MeshPart.meshFromShape(Shape=shape, LinearDeflection=0.005, AngularDeflection=0.5,"
+                        " Relative=False).write('OUT')\n")
+        print_table("linkrods.step to STL, deflection 0.005 mm, 0.5 rad", [
+            self.ours(rods, "ours.stl", QUALITY),
+            self.draw("draw.stl", f"ReadStep D {rods}\nXGetOneShape s D\n{mesh}writestl s OUT 1"),
+            self.freecad("freecad.stl", freecad_mesh)], self.rounds)
+        print_table("linkrods.step to glb (FreeCAD: to OBJ, it writes no glb), same deflection", [
+            self.ours(rods, "ours.glb", QUALITY),
+            self.draw("draw.glb", f"ReadStep D {rods}\nXGetOneShape s D\n{mesh}WriteGltf D OUT"),
+            self.freecad("freecad.obj", freecad_mesh)], self.rounds)
+        print_table("bearing.iges to STEP", [
+            self.ours(bearing, "ours.stp"),
+            self.draw("draw.stp", f"ReadIges D {bearing}\nWriteStep D OUT"),
+            self.freecad("freecad.step", f"import Part\nPart.read('{bearing}').exportStep('OUT')\n")], self.rounds)
+        print_table("head.stl to OBJ", [
+            self.ours(head, "ours.obj"),
+            Run("assimp", ["/usr/bin/assimp", "export", head, self.path("assimp.obj")], self.path("assimp.obj"))],
+            self.rounds)
+
+    def start(self):
+        everything = self.compile("everything", "int main(void) { return 0; }", [
+            "-Wl,--no-as-needed", "-lTKXDESTEP", "-lTKXDEIGES", "-lTKRWMesh", "-lTKSTL", "-lTKXCAF", "-lTKMesh", "-lassimp"])
+        loader = self.compile("loader", """#include <dlfcn.h>
+#include <unistd.h>
+int main(int count, char** modules) {
+    for (int at = 1; at < count; ++at) if (!dlopen(modules[at], RTLD_LAZY)) return 1;
+    _exit(0);
+}
+""", ["-Wl,--no-as-needed", "-lstdc++", "-Wl,--unresolved-symbols=ignore-all"])
+        modules = os.path.join(os.path.dirname(self.worker), "engine")
+        # The modules find the worker's own functions in the worker only; bound lazily, they load without it.
+        load = {name: Run(f"loading the modules for {name}", [loader, *[f"{modules}/{m}.so" for m in parts]])
+                for name, parts in (("STEP to STL", ("core", "step", "mesh")), ("STL to OBJ", ("core", "mesh")))}
+        nothing = Run("worker that does nothing (--list)", [self.worker, "--list"])
+        linked = Run("program linked to everything, does nothing", [everything])
+        screw = self.ours(SAMPLES + "/step/screw.step", "screw.stl")
+        runs = [nothing, linked, *load.values(), screw]
+        screw.name = "screw.step to STL, whole"
+        measure(runs, self.rounds * 8)
+        print("\nStart\n\n| What | ms |\n|---|---|")
+        for run in runs:
+            print(f"| {run.name} | {statistics.median(run.seconds) * 1000:.1f} |")
+        share = statistics.median(load["STEP to STL"].seconds) / statistics.median(screw.seconds)
+        print(f"\nShare of loading libraries in screw.step to STL ({self.rounds * 8} runs, one after another): {share:.0%}")
+
+    def compile(self, name, source, options):
+        path = self.path(name)
+        subprocess.run(["cc", self.script(name + ".c", source), "-o", path, *options], check=True)
+        return path
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--worker", default=os.path.join(ROOT, "build/bin/Plugins/morvex-engine"))
+    parser.add_argument("--rounds", type=int, default=5)
+    arguments = parser.parse_args()
+    need_programs()
+    folder = tempfile.mkdtemp(prefix="engine-bench-")
+    try:
+        bench = Bench(os.path.abspath(arguments.worker), folder, arguments.rounds)
+        print(f"Processors: {os.cpu_count()}, load before: {os.getloadavg()[0]:.1f}, rounds: {arguments.rounds}")
+        bench.conversions()
+        bench.start()
+    finally:
+        shutil.rmtree(folder)
+
+
+if __name__ == "__main__":
+    main()
