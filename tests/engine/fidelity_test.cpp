@@ -164,6 +164,24 @@ TEST_F(Fidelity, SettingsThatChangeTheModel) {
     }
 }
 
+TEST_F(Fidelity, HiddenPartsAndCurves) {
+    const std::string input = folder_ / "hidden.step";
+    WriteHiddenAndWire(input);
+    const auto width = [](const Facts& facts) { return facts.high[0]; };
+    EXPECT_NEAR(width(ReadBack(Convert(input, "seen.stl"))), 10, 1e-3);
+    EXPECT_NEAR(width(ReadBack(Convert(input, "all.stl", {"MODIFICATION D'ATTRIBUT/VISIBILITY=0"}))), 110,
+                1e-3);
+    EXPECT_EQ(CountOf(ReadWhole(Convert(input, "kept.stp")), "INVISIBILITY("), 1u);
+    EXPECT_EQ(CountOf(ReadWhole(Convert(input, "shown.stp", {"MODIFICATION D'ATTRIBUT/VISIBILITY=0"})),
+                      "INVISIBILITY("),
+              0u);
+
+    EXPECT_NE(Report("kept.stp").find("free-edges=\"1\""), std::string::npos);
+    EXPECT_EQ(CountOf(Report("kept.stp"), "free-edges=\"1\""), 1u) << "read, but not written";
+    Convert(input, "wire.stp", {"FILTRAGE DE DOMAINE/FILAIRE=1"});
+    EXPECT_EQ(CountOf(Report("wire.stp"), "free-edges=\"1\""), 2u);
+}
+
 TEST_F(Fidelity, ReportTellsWhatHappened) {
     Convert(assembly_, "a&b.glb", {"STL CONF/LINEAR_TOL=much", "STL CONF/WRITE_ASCII=2"});
     const std::string report = Report("a&b.glb");

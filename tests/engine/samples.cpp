@@ -1,5 +1,6 @@
 #include "tests/engine/samples.h"
 
+#include <BRepBuilderAPI_MakeEdge.hxx>
 #include <BRepPrimAPI_MakeBox.hxx>
 #include <BRepPrimAPI_MakeCylinder.hxx>
 #include <Interface_Static.hxx>
@@ -43,11 +44,38 @@ std::vector<Corner> Corners(double unit) {
 constexpr int kSides[6][4] = {{0, 2, 3, 1}, {4, 5, 7, 6}, {0, 1, 5, 4},
                               {2, 6, 7, 3}, {0, 4, 6, 2}, {1, 3, 7, 5}};
 
-}  // namespace
-
-void WriteAssembly(const std::string& stepPath) {
+Handle(TDocStd_Document) NewDocument() {
     Handle(TDocStd_Document) document;
     XCAFApp_Application::GetApplication()->NewDocument("BinXCAF", document);
+    return document;
+}
+
+void WriteStep(const Handle(TDocStd_Document) & document, const std::string& path) {
+    STEPCAFControl_Controller::Init();
+    Interface_Static::SetIVal("write.step.schema", 5);
+    STEPCAFControl_Writer writer;
+    writer.SetDimTolMode(Standard_True);
+    ASSERT_TRUE(writer.Transfer(document, STEPControl_AsIs));
+    ASSERT_EQ(writer.Write(path.c_str()), IFSelect_RetDone);
+}
+
+}  // namespace
+
+void WriteHiddenAndWire(const std::string& stepPath) {
+    const Handle(TDocStd_Document) document = NewDocument();
+    const auto shapes = XCAFDoc_DocumentTool::ShapeTool(document->Main());
+    for (const double x : {0, 100}) {
+        const TDF_Label part =
+            shapes->AddShape(BRepPrimAPI_MakeBox(gp_Pnt(x, 0, 0), 10, 10, 10).Shape(), Standard_False);
+        Name(part, x > 0 ? "hidden" : "shown");
+        XCAFDoc_DocumentTool::ColorTool(document->Main())->SetVisibility(part, x == 0);
+    }
+    shapes->AddShape(BRepBuilderAPI_MakeEdge(gp_Pnt(0, 50, 0), gp_Pnt(10, 50, 0)).Edge(), Standard_False);
+    WriteStep(document, stepPath);
+}
+
+void WriteAssembly(const std::string& stepPath) {
+    const Handle(TDocStd_Document) document = NewDocument();
     const auto shapes = XCAFDoc_DocumentTool::ShapeTool(document->Main());
     const auto colours = XCAFDoc_DocumentTool::ColorTool(document->Main());
 
@@ -87,12 +115,7 @@ void WriteAssembly(const std::string& stepPath) {
     XCAFDoc_Dimension::Set(label)->SetObject(object);
     dimensions->SetDimension(shapes->AddSubShape(box, side), label);
 
-    STEPCAFControl_Controller::Init();
-    Interface_Static::SetIVal("write.step.schema", 5);
-    STEPCAFControl_Writer writer;
-    writer.SetDimTolMode(Standard_True);
-    ASSERT_TRUE(writer.Transfer(document, STEPControl_AsIs));
-    ASSERT_EQ(writer.Write(stepPath.c_str()), IFSelect_RetDone);
+    WriteStep(document, stepPath);
 }
 
 std::string FbxBox() {

@@ -14,7 +14,10 @@ constexpr char kBoxName[] = "Коробка <1> & \"2\"", kCylinderName[] = "圆
                kTopName[] = "сборка";
 void WriteAssembly(const std::string& stepPath);
 
-// The same box in formats written by hand: FBX as text in centimetres and Y up, IFC in millimetres, DXF in
+// Two boxes of 10 mm side by side, the second one hidden, and beside them a curve that bounds no face.
+void WriteHiddenAndWire(const std::string& stepPath);
+
+// The box above in formats written by hand: FBX as text in centimetres and Y up, IFC in millimetres, DXF in
 // inches.
 std::string FbxBox();
 std::string IfcBox();
