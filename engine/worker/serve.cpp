@@ -3,8 +3,10 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <unistd.h>
 
 #include "engine/worker/formats.h"
@@ -50,10 +52,18 @@ double SecondsFromEnvironment() {
     return text == nullptr ? 0 : std::atof(text);
 }
 
+// The path with the links in its folder resolved. Wine's drives are links called "c:", and a writer of the
+// geometry library takes what stands before a ":" for a drive of its own.
+std::filesystem::path ThroughLinks(const std::filesystem::path& path) {
+    std::error_code error;
+    const std::filesystem::path folder = std::filesystem::canonical(path.parent_path(), error);
+    return error ? path : folder / path.filename();
+}
+
 Outcome Convert(const std::string& job) {
     Request request;
-    request.input = Field(job, MORVEX_JOB_INPUT);
-    request.output = Field(job, MORVEX_JOB_OUTPUT);
+    request.input = ThroughLinks(Field(job, MORVEX_JOB_INPUT));
+    request.output = ThroughLinks(Field(job, MORVEX_JOB_OUTPUT));
     request.config = Field(job, MORVEX_JOB_CONFIG);
     request.parallel = Field(job, MORVEX_JOB_PARALLEL) == "1";
     request.trace = std::atoi(Field(job, MORVEX_JOB_TRACE).c_str()) < 0;
