@@ -110,7 +110,7 @@ Document::Document() {
 
 TDF_Label Document::AddPart(const TopoDS_Shape& shape, const std::string& name) {
     const TCollection_ExtendedString title(name.c_str(), Standard_True);
-    const TopLoc_Location location = shape.Location();
+    const TopLoc_Location& location = shape.Location();
     const TDF_Label part = shapes_->AddShape(shape.Located(TopLoc_Location()), Standard_False);
     TDataStd_Name::Set(part, title);
     if (location.IsIdentity()) return part;

@@ -30,9 +30,10 @@ std::string NameOf(const TDF_Label& label) {
 
 std::array<double, 12> Matrix(const gp_Trsf& transform) {
     std::array<double, 12> matrix{};
+    std::size_t at = 0;
     for (int row = 0; row < 3; ++row) {
         for (int column = 0; column < 4; ++column) {
-            matrix[static_cast<std::size_t>(row * 4 + column)] = transform.Value(row + 1, column + 1);
+            matrix[at++] = transform.Value(row + 1, column + 1);
         }
     }
     return matrix;

@@ -19,7 +19,7 @@ bool HasTrianglesWithoutSurface(const Document& document) {
 
 Outcome GiveSurfaces(JobContext& context) {
     if (HasTrianglesWithoutSurface(context.document)) {
-        const Outcome outcome = TrianglesToFaces(context);
+        Outcome outcome = TrianglesToFaces(context);
         if (!outcome.IsOk()) return outcome;
         context.facets = true;
     }

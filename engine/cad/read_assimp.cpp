@@ -145,7 +145,7 @@ class SceneReader {
         for (unsigned at = 0; at < mesh.mNumFaces; ++at) count += mesh.mFaces[at].mNumIndices == 3;
         if (count == 0 || mesh.mNumVertices == 0) return {};
         const bool normals = mesh.HasNormals() && IsIdentity(rest);
-        const Handle(Poly_Triangulation) triangles =
+        Handle(Poly_Triangulation) triangles =
             new Poly_Triangulation(static_cast<int>(mesh.mNumVertices), count, Standard_False, normals);
         for (unsigned at = 0; at < mesh.mNumVertices; ++at) {
             const aiVector3D point = rest * mesh.mVertices[at];
@@ -242,7 +242,7 @@ aiMatrix4x4 FbxToOurs(const aiScene& scene) {
 
 // The drawing's unit from its header; millimetres when it names none.
 double DxfUnit(const std::filesystem::path& path) {
-    std::string head(64 * 1024, '\0');
+    std::string head(64u << 10, '\0');
     std::ifstream file(path, std::ios::binary);
     file.read(head.data(), static_cast<std::streamsize>(head.size()));
     auto at = head.find("$INSUNITS");

@@ -106,10 +106,9 @@ class ModelWriter {
         }
         TextFile text(0);
         text << "<" << element << " objectid=\"" << object << "\" transform=\"";
-        for (int column = 0; column < 4; ++column) {
-            for (int row = 0; row < 3; ++row) {
-                text << (column + row == 0 ? "" : " ")
-                     << node.matrix[static_cast<std::size_t>(row * 4 + column)];
+        for (std::size_t column = 0; column < 4; ++column) {
+            for (std::size_t row = 0; row < 3; ++row) {
+                text << (column + row == 0 ? "" : " ") << node.matrix[row * 4 + column];
             }
         }
         text << "\"/>\n";

@@ -144,8 +144,8 @@ class ColladaWriter {
         for (const auto& patch : scene_.meshes[static_cast<std::size_t>(number)].patches) {
             if (patch.material < 0) continue;
             const std::string material = std::to_string(patch.material);
-            bindings +=
-                "<instance_material symbol=\"m" + material + "\" target=\"#material" + material + "\"/>";
+            bindings.append("<instance_material symbol=\"m").append(material);
+            bindings.append("\" target=\"#material").append(material).append("\"/>");
         }
         if (!bindings.empty()) {
             file_ << "<bind_material><technique_common>" << bindings << "</technique_common></bind_material>";

@@ -28,7 +28,7 @@ struct Excerpt {
     }
 };
 
-constexpr std::size_t kHeadSize = 64 * 1024, kTailSize = 16 * 1024;
+constexpr std::size_t kHeadSize = 64u << 10, kTailSize = 16u << 10;
 
 Outcome Unknown(string_view format) {
     return Outcome::Fail(ZEL_UNKNOWN_TYPE, "The file is no " + std::string(format) + " file");
