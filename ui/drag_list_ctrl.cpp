@@ -47,7 +47,7 @@ void CDragListCtrl::Attach(HWND control) {
 void CDragListCtrl::Localise() {
     for (int i = 0; i < kListColumns; ++i)
         view_.SetColumnTitle(i, text_(kColumns[i].title), kColumns[i].format);
-    view_.ShowSortArrow(static_cast<int>(model_.SortedColumn()), model_.Ascending());
+    ShowSorted(sorted_);  // titles take the arrow along
     ok_ = text_(IDS_RESULT_OK);
     ko_ = text_(IDS_RESULT_KO);
     inProgress_ = text_(IDS_IN_PROGRESS);
@@ -59,6 +59,11 @@ void CDragListCtrl::Refresh() {
     const bool emptiness = (view_.RowCount() == 0) != model_.Empty();
     view_.SetRowCount(model_.Count());
     if (emptiness) InvalidateRect(view_.Handle(), nullptr, TRUE);
+}
+
+void CDragListCtrl::ShowSorted(bool sorted) {
+    sorted_ = sorted;
+    view_.ShowSortArrow(sorted ? static_cast<int>(model_.SortedColumn()) : -1, model_.Ascending());
 }
 
 void CDragListCtrl::RedrawVisible() const {

@@ -29,6 +29,8 @@ class CDragListCtrl {
     void Localise();
     // After rows came or went: shows the model's number of rows, nothing selected that is not there any more.
     void Refresh();
+    // Whether the rows stand in the model's order of sorting now: its arrow shows in the header.
+    void ShowSorted(bool sorted);
     // After the texts of rows changed.
     void RedrawVisible() const;
     // Once, when the list has more rows than fit: makes room for the vertical scroll bar.
@@ -65,6 +67,7 @@ class CDragListCtrl {
     ListView view_{nullptr};
     CListOleDropTarget dropTarget_;
     bool roomForScrollBar_ = false;
+    bool sorted_ = false;
     std::wstring ok_, ko_, inProgress_, hint_;
 };
 

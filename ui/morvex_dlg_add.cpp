@@ -69,6 +69,7 @@ void CmorvexDlg::OnAddingEnded() {
 
 void CmorvexDlg::RowsAdded() {
     listControl_.Refresh();
+    listControl_.ShowSorted(false);
     if (!list_.Empty() && state_ == RunState::Finished) state_ = RunState::Idle;
     EnableListButtons();
     listControl_.FitColumnsToRows();

@@ -140,6 +140,7 @@ void CmorvexDlg::MoveRow(bool up) {
     const ListView& view = listControl_.View();
     if (Busy() || view.SelectedCount() != 1) return;
     if (!list_.MoveRow(static_cast<size_t>(view.FirstSelected()), up)) return;
+    listControl_.ShowSorted(false);
     view.SelectAll(false);
     listControl_.RedrawVisible();
 }
@@ -154,7 +155,7 @@ void CmorvexDlg::SortByColumn(ListColumn column) {
     for (size_t row = 0; row < list_.Count() && selected.size() < list_.Count(); ++row) {
         if (selected.contains(&list_.Row(row))) view.Select(row);
     }
-    view.ShowSortArrow(static_cast<int>(column), list_.Ascending());
+    listControl_.ShowSorted(true);
     listControl_.RedrawVisible();
 }
 

@@ -14,6 +14,7 @@ void CmorvexDlg::LoadList() {
     if (Busy()) return;
     const auto paths =
         prompts_.openFiles(Handle(), {.filter = context_.text(IDS_CSV_FILE) + L" (*.csv)|*.csv|",
+                                      .initialFolder = settings_.inputFolder.Get(),
                                       .flags = OFN_FILEMUSTEXIST | OFN_PATHMUSTEXIST | OFN_HIDEREADONLY,
                                       .bufferCharacters = kNameBuffer});
     if (!paths.empty()) OpenListFile(paths.front());
@@ -40,6 +41,7 @@ void CmorvexDlg::TakeListFile(ListFile file) {
 std::optional<std::wstring> CmorvexDlg::AskWhereToSave() {
     return prompts_.saveFile(Handle(), {.filter = context_.text(IDS_CSV_FILE) + L" (*.csv)|*.csv|" +
                                                   context_.text(IDS_ALL_FILES) + L" (*.*)|*.*||",
+                                        .initialFolder = settings_.inputFolder.Get(),
                                         .defaultExtension = L"csv",
                                         .flags = OFN_HIDEREADONLY,
                                         .bufferCharacters = kNameBuffer});
