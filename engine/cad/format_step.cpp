@@ -16,6 +16,7 @@
 
 #include "engine/cad/context.h"
 #include "engine/cad/expansion.h"
+#include "engine/cad/step_text.h"
 #include "engine/cad/transfer_check.h"
 
 namespace morvex {
@@ -100,7 +101,9 @@ extern "C" Outcome WriteStep(JobContext& context) {
         Handle(StepData_StepModel)::DownCast(writer.ChangeWriter().WS()->Model()));
     header.SetName(new TCollection_HAsciiString(name.c_str()));
     header.SetOriginatingSystem(new TCollection_HAsciiString("Morvex"));
-    return writer.Write(context.file.c_str()) == IFSelect_RetDone ? Outcome::Ok() : NotWritten();
+    if (writer.Write(context.file.c_str()) != IFSelect_RetDone) return NotWritten();
+    // The writer puts UTF-8 into its texts as it is, which only some other systems read.
+    return EscapeStepFile(context.file) ? Outcome::Ok() : NotWritten();
 }
 
 }  // namespace morvex

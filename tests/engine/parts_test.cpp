@@ -1,12 +1,12 @@
 // The parts of the worker that need no large library.
-#include <chrono>
-#include <cmath>
 #include <gtest/gtest.h>
 
+#include "engine/cad/step_text.h"
 #include "engine/worker/formats.h"
 #include "engine/worker/ini_file.h"
 #include "engine/worker/settings.h"
 #include "engine/worker/text.h"
+#include "tests/engine/worker_run.h"
 
 namespace morvex::test {
 namespace {
@@ -70,6 +70,20 @@ TEST(Text, XmlIsWellFormedWhateverTheBytes) {
     EXPECT_EQ(XmlText("\xed\xa0\x80"), mark + mark + mark);  // a surrogate
     EXPECT_EQ(XmlText("\xc0\x80\xff"), mark + mark + mark);  // overlong, no lead
     EXPECT_EQ(CleanUtf8("ok\xe6\x97"), "ok" + mark + mark);
+}
+
+TEST(StepText, LettersBeyondAscii) {
+    EXPECT_EQ(EscapeStepText("a 'b' \\"), "a 'b' \\");
+    EXPECT_EQ(EscapeStepText("x\u0416\u6f22y\U0001F600\u0416"),
+              "x\\X2\\04166F22\\X0\\y\\X4\\0001F600\\X0\\\\X2\\0416\\X0\\");
+    EXPECT_EQ(EscapeStepText("\xff"), "\\X2\\FFFD\\X0\\");
+    // Letters across the places where a large file is cut.
+    const ScratchFolder folder;
+    std::string large = "'", expected = "'";
+    for (int count = 0; count < 700'000; ++count) large += "\u00e9a", expected += "\\X2\\00E9\\X0\\a";
+    WriteWhole(folder / "f.stp", large);
+    EXPECT_TRUE(EscapeStepFile(folder / "f.stp"));
+    EXPECT_TRUE(ReadWhole(folder / "f.stp") == expected);
 }
 
 TEST(Formats, NumbersAndSuffixes) {

@@ -11,7 +11,7 @@ constexpr double kBoxLow[] = {1, 2, 3}, kBoxHigh[] = {11, 22, 33};
 // An assembly of two levels: twice a pair of a red box with one blue face and a half transparent green
 // cylinder, the second pair turned and moved. Names are not ASCII; one layer; one dimension with a tolerance.
 constexpr char kBoxName[] = "Коробка <1> & \"2\"", kCylinderName[] = "圆柱", kPairName[] = "пара",
-               kTopName[] = "сборка";
+               kTopName[] = "сборка 😀";
 void WriteAssembly(const std::string& stepPath);
 
 // Two boxes of 10 mm side by side, the second one hidden, and beside them a curve that bounds no face.
