@@ -202,5 +202,68 @@ TEST_F(MainWindowTest, CommandsOnTheSelectedRow) {
     CloseClipboard();
 }
 
+// Colours of a row's cells as the window draws them: left edges of Filename and Status.
+struct Drawn {
+    COLORREF name, status;
+};
+
+Drawn Draw(HWND window, const ListView& view, int row, bool selected) {
+    const RECT place{0, 0, 2000, 30};
+    const HDC screen = GetDC(nullptr), device = CreateCompatibleDC(screen);
+    const HBITMAP bitmap = CreateCompatibleBitmap(screen, place.right, place.bottom);
+    SelectObject(device, bitmap);
+    DRAWITEMSTRUCT item{};
+    item.CtlType = ODT_LISTVIEW;
+    item.CtlID = IDC_LIST;
+    item.itemID = static_cast<UINT>(row);
+    item.itemState = selected ? ODS_SELECTED : 0u;
+    item.hDC = device;
+    item.rcItem = place;
+    SendMessageW(window, WM_DRAWITEM, IDC_LIST, reinterpret_cast<LPARAM>(&item));
+    const int status = view.ColumnWidth(0) + view.ColumnWidth(1) + view.ColumnWidth(2);
+    const Drawn drawn{GetPixel(device, 1, 1), GetPixel(device, status + 1, 1)};
+    DeleteDC(device);
+    DeleteObject(bitmap);
+    ReleaseDC(nullptr, screen);
+    return drawn;
+}
+
+TEST_F(MainWindowTest, StatusCellsHaveTheirColours) {
+    const LibraryLog log(L"sleep=300");
+    Open();
+    AddFiles({L"ok.stp", L"ko{result=1}.stp", L"bad{result=-5}.stp"});
+    const COLORREF window = GetSysColor(COLOR_WINDOW), highlight = GetSysColor(COLOR_HIGHLIGHT);
+    EXPECT_EQ(Draw(window_->Handle(), View(), 0, false).status, window);
+    Click(IDS_RUN_CONVERSION);
+    ASSERT_TRUE(WaitFor([&] { return Statuses().front() == L"In progress..."; }));
+    EXPECT_EQ(Draw(window_->Handle(), View(), 0, false).status, RGB(236, 241, 255));
+    ASSERT_TRUE(WaitForState(RunState::Finished));
+    const COLORREF expected[] = {RGB(232, 253, 227), RGB(255, 234, 234), RGB(255, 234, 234)};
+    for (int row = 0; row < 3; ++row) {
+        EXPECT_EQ(Draw(window_->Handle(), View(), row, false).status, expected[row]) << row;
+        EXPECT_EQ(Draw(window_->Handle(), View(), row, false).name, window);
+        EXPECT_EQ(Draw(window_->Handle(), View(), row, true).status, highlight);
+    }
+}
+
+TEST_F(MainWindowTest, ListAnswersTheKeyboard) {
+    Open();
+    AddFiles({L"axle.stp", L"Bolt.stp", L"bush.stp"});
+    BYTE keys[256]{};
+    keys[VK_CONTROL] = 0x80;
+    SetKeyboardState(keys);
+    PressInList('A');
+    EXPECT_EQ(View().SelectedCount(), 3u);
+    keys[VK_CONTROL] = 0;
+    SetKeyboardState(keys);
+    LVFINDINFOW typed{};
+    typed.flags = LVFI_STRING | LVFI_PARTIAL | LVFI_WRAP;
+    typed.psz = L"BU";
+    const auto find = [&] { return View().Send(LVM_FINDITEMW, 0, reinterpret_cast<LPARAM>(&typed)); };
+    EXPECT_EQ(find(), 2);
+    typed.psz = L"x";
+    EXPECT_EQ(find(), -1);
+}
+
 }  // namespace
 }  // namespace morvex::test
