@@ -40,6 +40,8 @@ need_display() {
   xvfb_pid=$!
   export DISPLAY=":$number"
   until [ -e "/tmp/.X11-unix/X$number" ] || [ $tries -ge 200 ]; do sleep 0.05; tries=$((tries + 1)); done
+  # Without a window manager Wine waits two seconds for one whenever a window goes. It ends with the display.
+  openbox >/dev/null 2>&1 &
 }
 
 # Makes the Wine prefix on first use and keeps one wineserver alive until the script ends.
