@@ -49,6 +49,8 @@ double LinearDeflection(const Settings& settings, const TopoDS_Shape& shape) {
 }  // namespace
 
 Outcome MeshFaces(JobContext& context) {
+    if (context.document.Count().faces == 0)
+        return Outcome::Fail(ZEL_EMPTY, "There is no face to make triangles of");
     // Each part once, whatever the number of its instances.
     TopoDS_Compound parts;
     const BRep_Builder builder;
@@ -59,7 +61,7 @@ Outcome MeshFaces(JobContext& context) {
         if (!context.settings.keepMeshes) BRepTools::Clean(shape);
         if (!context.settings.keepMeshes || Survey(shape).unmeshed > 0) builder.Add(parts, shape);
     }
-    if (parts.NbChildren() == 0) return Outcome::Ok();
+    if (parts.NbChildren() == 0) return Outcome::Ok();  // there are triangles already
 
     IMeshTools_Parameters parameters;
     parameters.Deflection = LinearDeflection(context.settings, context.document.WholeShape());

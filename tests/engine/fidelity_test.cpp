@@ -181,6 +181,10 @@ TEST_F(Fidelity, HiddenPartsAndCurves) {
     EXPECT_EQ(CountOf(Report("kept.stp"), "free-edges=\"1\""), 1u) << "read, but not written";
     Convert(input, "wire.stp", {"FILTRAGE DE DOMAINE/FILAIRE=1"});
     EXPECT_EQ(CountOf(Report("wire.stp"), "free-edges=\"1\""), 2u);
+    const std::string curves = Sample("occ/edge.brep"), keep = "FILTRAGE DE DOMAINE/FILAIRE=1";
+    EXPECT_EQ(RunWorker({curves, folder_ / "edge.igs"}).code, 32);
+    EXPECT_EQ(RunWorker({"--set", keep, curves, folder_ / "edge.igs"}).code, 0);
+    EXPECT_EQ(RunWorker({"--set", keep, curves, folder_ / "edge.stl"}).code, 32);
 }
 
 TEST_F(Fidelity, ReportTellsWhatHappened) {
