@@ -11,9 +11,9 @@ namespace morvex {
 
 struct ReportFacts {
     Outcome outcome;
-    const JournalRecord* journal = nullptr;
-    double seconds = 0;
-    std::int64_t peakMemory = 0;  // bytes, of the job process
+    const JournalRecord* journal;
+    double seconds;
+    std::int64_t peakMemory;  // bytes, of the job process
 };
 
 // The output's path with "-zel.xml" after it.

@@ -135,8 +135,14 @@ class JournalReader {
     std::string pending_;
 };
 
-// Follows the job until it has said its last word. A text other than null is why it has to be ended.
-const char* Follow(int pipe, JournalRecord& record, const SupervisorOptions& options, int endSignals) {
+// Why a job has to be ended before its time; abandoned when nobody is left who wants to know.
+struct Stop {
+    const char* why = nullptr;
+    bool abandoned = false;
+};
+
+// Follows the job until it has said its last word, or a reason has come up to end it.
+Stop Follow(int pipe, JournalRecord& record, const SupervisorOptions& options, int endSignals) {
     const auto deadline =
         Clock::now() + std::chrono::milliseconds(static_cast<long>(options.secondsAllowed * 1000));
     JournalReader reader(pipe, record);
@@ -146,31 +152,39 @@ const char* Follow(int pipe, JournalRecord& record, const SupervisorOptions& opt
         if (options.secondsAllowed > 0) {
             const auto left =
                 std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
-            if (left <= 0) return "The conversion took longer than it may";
+            if (left <= 0) return {"The conversion took longer than it may"};
             wait = static_cast<int>(std::min<long>(left + 1, 1'000'000));
         }
-        if (poll(files, 3, wait) < 0 && errno != EINTR) return "The conversion could not be followed";
+        if (poll(files, 3, wait) < 0 && errno != EINTR) return {"The conversion could not be followed"};
         const int before = record.percent;
-        if (files[0].revents != 0 && !reader.ReadSome()) return nullptr;
+        if (files[0].revents != 0 && !reader.ReadSome()) return {};
         if (record.percent != before && options.onProgress) options.onProgress(record.percent);
-        if (files[1].revents != 0) return "The conversion was stopped";
-        if ((files[2].revents & (POLLHUP | POLLERR)) != 0) return "The caller is gone";
+        if (files[1].revents != 0) return {"The conversion was stopped", true};
+        if ((files[2].revents & (POLLHUP | POLLERR)) != 0) return {"The caller is gone", true};
     }
 }
 
 Outcome OutcomeOfDeath(int status, Phase phase) {
     if (!WIFSIGNALED(status)) return Outcome::Fail(ZEL_FAILED, "The conversion ended without a result");
     const std::string how = std::string(" (") + strsignal(WTERMSIG(status)) + ")";
+    if (WTERMSIG(status) == SIGKILL)
+        return Outcome::Fail(ZEL_FAILED, "The conversion was ended from outside" + how);
     // A reader that falls over does so over its input.
     if (phase == Phase::Read) return Outcome::Fail(ZEL_CORRUPTED, "Reading the input crashed" + how);
     return Outcome::Fail(
         ZEL_FAILED, std::string("The conversion crashed in the phase \"") + PhaseName(phase) + "\"" + how);
 }
 
-Outcome RunJobProcess(const JobOrder& order, const SupervisorOptions& options, const EndSignals& signals,
-                      JournalRecord& record, std::int64_t& peakMemory) {
+struct JobEnd {
+    Outcome outcome;
+    std::int64_t peakMemory = 0;
+    bool abandoned = false;
+};
+
+JobEnd RunJobProcess(const JobOrder& order, const SupervisorOptions& options, const EndSignals& signals,
+                     JournalRecord& record) {
     int pipe[2];
-    if (pipe2(pipe, O_CLOEXEC) != 0) return Outcome::Fail(ZEL_FAILED, "No pipe could be made");
+    if (pipe2(pipe, O_CLOEXEC) != 0) return {Outcome::Fail(ZEL_FAILED, "No pipe could be made")};
     const pid_t self = getpid();
     const pid_t job = fork();
     if (job == 0) {
@@ -181,19 +195,19 @@ Outcome RunJobProcess(const JobOrder& order, const SupervisorOptions& options, c
     close(pipe[1]);
     if (job < 0) {
         close(pipe[0]);
-        return Outcome::Fail(ZEL_FAILED, "No process could be started");
+        return {Outcome::Fail(ZEL_FAILED, "No process could be started")};
     }
     record.Enter(Phase::Read);
-    const char* const stop = Follow(pipe[0], record, options, signals.File());
+    const Stop stop = Follow(pipe[0], record, options, signals.File());
     close(pipe[0]);
-    if (stop != nullptr) kill(job, SIGKILL);
+    if (stop.why != nullptr) kill(job, SIGKILL);
     int status = 0;
     rusage usage{};
     while (wait4(job, &status, 0, &usage) < 0 && errno == EINTR) {
     }
-    peakMemory = usage.ru_maxrss * 1024;
-    if (stop != nullptr) return Outcome::Fail(ZEL_FAILED, stop);
-    return record.finished ? record.outcome : OutcomeOfDeath(status, record.phase);
+    const std::int64_t peakMemory = usage.ru_maxrss * 1024;
+    if (stop.why != nullptr) return {Outcome::Fail(ZEL_FAILED, stop.why), peakMemory, stop.abandoned};
+    return {record.finished ? record.outcome : OutcomeOfDeath(status, record.phase), peakMemory};
 }
 
 // A result whose status text says all leaves no report: a damaged input shall leave nothing behind.
@@ -217,21 +231,18 @@ Outcome Supervise(const Request& request, const SupervisorOptions& options) {
     for (const std::string& setting : request.settings) file.Override(setting);
     const Settings settings = ReadSettings(file, record.warnings);
 
-    ReportFacts facts;
     const std::uint64_t memory =
         options.memoryAllowed != 0 ? options.memoryAllowed : MemoryShare(request.parallel);
-    outcome = RunJobProcess({request, settings, staging.File(), memory}, options, signals, record,
-                            facts.peakMemory);
+    const JobEnd end = RunJobProcess({request, settings, staging.File(), memory}, options, signals, record);
+    outcome = end.outcome;
     record.Enter(Phase::Publish);
     if (outcome.IsOk()) outcome = staging.Publish();
     staging.Discard();
     record.Enter(Phase::Publish);
 
-    if (settings.writeReport && WorthReport(outcome.result)) {
-        facts.outcome = outcome;
-        facts.journal = &record;
-        facts.seconds = std::chrono::duration<double>(Clock::now() - start).count();
-        WriteReport(request, facts);
+    if (settings.writeReport && !end.abandoned && WorthReport(outcome.result)) {
+        const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+        WriteReport(request, {outcome, &record, seconds, end.peakMemory});
     }
     return outcome;
 }

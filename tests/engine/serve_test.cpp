@@ -141,7 +141,7 @@ TEST(Serve, NothingOutlivesTheCaller) {
         }
         EXPECT_TRUE(Within(20s, [&] { return !Exists(job); }));
         EXPECT_TRUE(Within(20s, [&] { return waitpid(service.Process(), nullptr, WNOHANG) != 0; }));
-        for (const std::string& name : folder.Names()) EXPECT_EQ(name, "a.3mf-zel.xml");
+        EXPECT_TRUE(folder.Names().empty()) << folder.Names().front();
     }
 }
 
