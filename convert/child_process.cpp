@@ -63,6 +63,7 @@ ChildRunner::ChildRunner(std::wstring program, const std::wstring& formatIn, con
     : program_(std::move(program)), job_(CreateJobObjectW(nullptr, nullptr)) {
     SetEnvironmentVariableW(kFormatInVariable, formatIn.c_str());
     SetEnvironmentVariableW(kFormatOutVariable, formatOut.c_str());
+    SetEnvironmentVariableW(kSideBySideVariable, L"1");
     JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
     limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
     SetInformationJobObject(job_.get(), JobObjectExtendedLimitInformation, &limits, sizeof limits);

@@ -23,6 +23,8 @@ std::wstring ChildCommandLine(const std::wstring& program, const ChildArguments&
 // Without them it takes the settings'.
 inline constexpr wchar_t kFormatInVariable[] = L"MORVEX_FORMAT_IN";
 inline constexpr wchar_t kFormatOutVariable[] = L"MORVEX_FORMAT_OUT";
+// Tells the conversion library in a child that it is not alone on the machine.
+inline constexpr wchar_t kSideBySideVariable[] = L"MORVEX_SIDE_BY_SIDE";
 
 // Starts children of this program and waits for them. Everything they start dies with this object, and with
 // this process however it ends. Run may be called from several threads at once.

@@ -137,6 +137,13 @@ static int RunWorker(const struct Text* job, int showMessages, ProgressCallback 
     return result;
 }
 
+/* A process that converts one file of several is told nothing of the others in the call; whoever runs them
+ * side by side says so in the environment. */
+static int RunsBesideOthers(void) {
+    char value[4];
+    return GetEnvironmentVariableA("MORVEX_SIDE_BY_SIDE", value, sizeof value) != 0;
+}
+
 int __cdecl _zelConvert(int inputFormat, int outputFormat, const WCHAR* inputPath, const WCHAR* outputPath,
                         const WCHAR* configFile, const WCHAR* schemaFolder, ProgressCallback progress,
                         int parallel, void* reserved, int option, int traceLevel, int reserved2,
@@ -151,7 +158,7 @@ int __cdecl _zelConvert(int inputFormat, int outputFormat, const WCHAR* inputPat
     if (result == ZEL_OK) {
         AppendNumber(&job, MORVEX_JOB_INPUT_FORMAT, inputFormat);
         AppendNumber(&job, MORVEX_JOB_OUTPUT_FORMAT, outputFormat);
-        AppendNumber(&job, MORVEX_JOB_PARALLEL, parallel);
+        AppendNumber(&job, MORVEX_JOB_PARALLEL, parallel || RunsBesideOthers());
         AppendNumber(&job, MORVEX_JOB_TRACE, traceLevel);
         Append(&job, "", 1);
         result = job.failed ? ZEL_FAILED : RunWorker(&job, traceLevel < 0, progress);
