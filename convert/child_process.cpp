@@ -69,6 +69,11 @@ ChildRunner::ChildRunner(std::wstring program, const std::wstring& formatIn, con
     SetInformationJobObject(job_.get(), JobObjectExtendedLimitInformation, &limits, sizeof limits);
 }
 
+// Conversions that this process makes itself afterwards have the machine to themselves.
+ChildRunner::~ChildRunner() {
+    SetEnvironmentVariableW(kSideBySideVariable, nullptr);
+}
+
 int ChildRunner::Run(const ChildArguments& arguments) const {
     std::wstring line = ChildCommandLine(program_, arguments);
     const JobAttribute attribute(job_.get());

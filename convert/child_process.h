@@ -32,6 +32,9 @@ class ChildRunner {
   public:
     // `program` is this program's own file, started anew for each conversion.
     ChildRunner(std::wstring program, const std::wstring& formatIn, const std::wstring& formatOut);
+    ChildRunner(const ChildRunner&) = delete;
+    ChildRunner& operator=(const ChildRunner&) = delete;
+    ~ChildRunner();
 
     // Converts one file in a child and returns its exit code. A child that cannot be started counts as 0:
     // that is this program's long-standing rule, which scripts around it rely on.
