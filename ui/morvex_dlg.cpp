@@ -73,8 +73,8 @@ CmorvexDlg::CmorvexDlg(AppContext& context, MainPrompts prompts)
       prompts_(std::move(prompts)),
       theme_(ToColour(settings_.Theme())),
       listControl_(list_, context.text),
-      adder_([this] { PostMessageW(Handle(), kFoundMessage, 0, 0); }),
-      worker_([this] { PostMessageW(Handle(), kRunNewsMessage, 0, 0); }) {}
+      adder_([this] { PostMessageW(receiver_, kFoundMessage, 0, 0); }),
+      worker_([this] { PostMessageW(receiver_, kRunNewsMessage, 0, 0); }) {}
 
 void CmorvexDlg::Open() {
     const INITCOMMONCONTROLSEX controls{sizeof controls,
@@ -84,6 +84,7 @@ void CmorvexDlg::Open() {
 }
 
 bool CmorvexDlg::OnInit() {
+    receiver_ = Handle();
     SetUpWindow();
     ApplyTexts();
     FillFormats();
@@ -176,7 +177,6 @@ void CmorvexDlg::ApplyTexts() {
     for (const auto& tip : kTooltips) tooltip_.SetText(tip.control, text(tip.text));
     listControl_.Localise();
     recentFiles_.Read(context_.folders.recentFiles);
-    ShowStatus(L"");
 }
 
 std::wstring CmorvexDlg::Title() const {

@@ -161,7 +161,8 @@ class CmorvexDlg : public ModelessDialog {
     bool runWhenAdded_ = false;
     std::optional<CProgressDlg> progress_;
 
-    FileAdder adder_;  // these two last: their threads end before what they post to
+    HWND receiver_ = nullptr;  // the window for its threads: written before they start, never changed
+    FileAdder adder_;          // these two last: their threads end before what they post to
     RunWorker worker_;
 };
 

@@ -64,7 +64,7 @@ void CmorvexDlg::OnAddingEnded() {
     const bool none =
         addingSource_ == Source::Folder ? list_.Empty() : addingSource_ == Source::Drop && added == 0;
     if (none && !addingStopped_) ShowOnlyFormatMessage();
-    if (std::exchange(runWhenAdded_, false)) StartRun();
+    if (std::exchange(runWhenAdded_, false) && !addingStopped_) StartRun();
 }
 
 void CmorvexDlg::RowsAdded() {

@@ -198,5 +198,26 @@ TEST_F(MainWindowTest, OutputFolderIsChosenTypedAndSwitchedOff) {
     EXPECT_EQ(messages_.size(), 2u);
 }
 
+// The message about the folder takes the rest of the click that left the edit; the button gets it afterwards.
+TEST_F(MainWindowTest, AClickThatLeavesAWrongFolderStillCounts) {
+    Choose(L"SameFolderAsInput", L"0");
+    Open();
+    ShowWindow(window_->Handle(), SW_SHOW);
+    SetFocus(Item(IDC_OUTPUT_FOLDER));
+    SendMessageW(Item(IDC_OUTPUT_FOLDER), EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>(L"C:\\nowhere\\"));
+    chosenFiles_ = {MakeFile(L"a.stp")};
+    RECT button{};
+    GetWindowRect(Item(IDS_ADD_FILES), &button);
+    SetCursorPos(button.left + 5, button.top + 5);
+    BYTE keys[256]{};
+    keys[VK_LBUTTON] = 0x80;
+    SetKeyboardState(keys);
+    SetFocus(Item(IDS_ADD_FILES));
+    keys[VK_LBUTTON] = 0;
+    SetKeyboardState(keys);
+    EXPECT_TRUE(WaitFor([&] { return !List().Empty(); }));
+    EXPECT_EQ(messages_, Texts{L"Output folder is not valid!"});
+}
+
 }  // namespace
 }  // namespace morvex::test
