@@ -25,6 +25,8 @@ Converts one CAD file. The formats go by the suffixes unless an option says othe
   --set SECTION/KEY=VALUE  one setting of such a file; may be repeated
   --jobs-beside            other conversions run at the same time: keep to one processor
   --seconds N              give up after that time
+  --patience N             give up when the percentage stands still for N seconds of processor time, plus one for
+                           each 100 KB of the input (default: 40)
   --memory MIB             most address space of the conversion (default: half of the machine's memory)
   --progress               print the whole percentage to standard error
   --verbose                let the libraries' own messages through
@@ -92,6 +94,8 @@ Command Parse(const std::vector<std::string>& arguments) {
             }
         } else if (option == "--seconds") {
             command.options.secondsAllowed = Number(option, value());
+        } else if (option == "--patience") {
+            command.options.patience = Number(option, value());
         } else if (option == "--memory") {
             command.options.memoryAllowed = static_cast<std::uint64_t>(Number(option, value()) * 1024 * 1024);
         } else if (option == "--jobs-beside") {

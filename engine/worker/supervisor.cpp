@@ -5,6 +5,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstring>
+#include <ctime>
 #include <dlfcn.h>
 #include <exception>
 #include <fcntl.h>
@@ -135,30 +136,70 @@ class JournalReader {
     std::string pending_;
 };
 
-// Why a job has to be ended before its time; abandoned when nobody is left who wants to know.
+// Why a job has to be ended before its time.
 struct Stop {
     const char* why = nullptr;
-    bool abandoned = false;
+    bool abandoned = false;  // nobody is left who wants to know
+    bool hung = false;
+};
+
+// Watches over the time that a job takes, in all and without getting on.
+class Patience {
+  public:
+    Patience(pid_t job, const SupervisorOptions& options, std::uint64_t inputSize)
+        : options_(options), allowance_(options.patience + static_cast<double>(inputSize) / kBytesPerSecond) {
+        hasClock_ = clock_getcpuclockid(job, &clock_) == 0;
+    }
+
+    void GotOn() { since_ = ProcessorTime(); }
+
+    // Seconds until it is worth asking again, at least one; 0 when patience is at its end.
+    double Left(Stop& stop) const {
+        double left = kNoLimit;
+        if (options_.secondsAllowed > 0) {
+            left = options_.secondsAllowed - std::chrono::duration<double>(Clock::now() - start_).count();
+            if (left <= 0) stop = {"The conversion took longer than it may"};
+        }
+        const double still = allowance_ - (ProcessorTime() - since_);
+        if (still <= 0) stop = {"The conversion does not get on", false, true};
+        // Several threads use up processor time faster than the clock goes.
+        return stop.why != nullptr ? 0 : std::min(left, std::max(still / kThreads, 1.0));
+    }
+
+  private:
+    static constexpr double kBytesPerSecond = 100e3, kNoLimit = 1e6, kThreads = 4;
+
+    double ProcessorTime() const {
+        timespec time{};
+        if (!hasClock_ || clock_gettime(clock_, &time) != 0) return since_;
+        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+    }
+
+    const SupervisorOptions& options_;
+    double allowance_;
+    Clock::time_point start_ = Clock::now();
+    clockid_t clock_{};
+    bool hasClock_ = false;
+    double since_ = 0;
 };
 
 // Follows the job until it has said its last word, or a reason has come up to end it.
-Stop Follow(int pipe, JournalRecord& record, const SupervisorOptions& options, int endSignals) {
-    const auto deadline =
-        Clock::now() + std::chrono::milliseconds(static_cast<long>(options.secondsAllowed * 1000));
+Stop Follow(int pipe, JournalRecord& record, const SupervisorOptions& options, Patience& patience,
+            int endSignals) {
     JournalReader reader(pipe, record);
-    pollfd files[] = {{pipe, POLLIN, 0}, {endSignals, POLLIN, 0}, {options.callerPipe, 0, 0}};
     for (;;) {
-        int wait = -1;
-        if (options.secondsAllowed > 0) {
-            const auto left =
-                std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
-            if (left <= 0) return {"The conversion took longer than it may"};
-            wait = static_cast<int>(std::min<long>(left + 1, 1'000'000));
+        Stop stop;
+        const double left = patience.Left(stop);
+        if (stop.why != nullptr) return stop;
+        pollfd files[] = {{pipe, POLLIN, 0}, {endSignals, POLLIN, 0}, {options.callerPipe, 0, 0}};
+        if (poll(files, 3, static_cast<int>(left * 1000) + 1) < 0 && errno != EINTR) {
+            return {"The conversion could not be followed"};
         }
-        if (poll(files, 3, wait) < 0 && errno != EINTR) return {"The conversion could not be followed"};
-        const int before = record.percent;
+        const int percent = record.percent;
+        const Phase phase = record.phase;
         if (files[0].revents != 0 && !reader.ReadSome()) return {};
-        if (record.percent != before && options.onProgress) options.onProgress(record.percent);
+        if (record.percent != percent || record.phase != phase) patience.GotOn();
+        if (record.percent != percent && options.onProgress) options.onProgress(record.percent);
         if (files[1].revents != 0) return {"The conversion was stopped", true};
         if ((files[2].revents & (POLLHUP | POLLERR)) != 0) return {"The caller is gone", true};
     }
@@ -198,7 +239,10 @@ JobEnd RunJobProcess(const JobOrder& order, const SupervisorOptions& options, co
         return {Outcome::Fail(ZEL_FAILED, "No process could be started")};
     }
     record.Enter(Phase::Read);
-    const Stop stop = Follow(pipe[0], record, options, signals.File());
+    std::error_code error;
+    const auto inputSize = std::filesystem::file_size(order.request.input, error);
+    Patience patience(job, options, error ? 0 : inputSize);
+    const Stop stop = Follow(pipe[0], record, options, patience, signals.File());
     close(pipe[0]);
     if (stop.why != nullptr) kill(job, SIGKILL);
     int status = 0;
@@ -206,7 +250,10 @@ JobEnd RunJobProcess(const JobOrder& order, const SupervisorOptions& options, co
     while (wait4(job, &status, 0, &usage) < 0 && errno == EINTR) {
     }
     const std::int64_t peakMemory = usage.ru_maxrss * 1024;
-    if (stop.why != nullptr) return {Outcome::Fail(ZEL_FAILED, stop.why), peakMemory, stop.abandoned};
+    if (stop.why != nullptr) {
+        const bool overInput = stop.hung && record.phase == Phase::Read;
+        return {Outcome::Fail(overInput ? ZEL_CORRUPTED : ZEL_FAILED, stop.why), peakMemory, stop.abandoned};
+    }
     return {record.finished ? record.outcome : OutcomeOfDeath(status, record.phase), peakMemory};
 }
 

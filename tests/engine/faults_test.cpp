@@ -153,6 +153,22 @@ TEST(Faults, MemoryAndTimeAreLimited) {
     for (const std::string& name : folder.Names()) EXPECT_TRUE(name.ends_with("-zel.xml")) << name;
 }
 
+// A number far out of range, which sends the reader of curves into a loop.
+TEST(Faults, ALoopWithoutEndIsEnded) {
+    const ScratchFolder folder;
+    WriteAssembly(folder / "asm.step");
+    ASSERT_EQ(RunWorker({folder / "asm.step", folder / "asm.igs"}).code, 0);
+    std::string iges = ReadWhole(folder / "asm.igs");
+    const std::string line = "\n110,5.,110.806046117,";
+    const std::size_t at = iges.find(line);
+    ASSERT_NE(at, std::string::npos);
+    iges.replace(at, line.size(), "\n110,5.,11e308806046117,");
+    WriteWhole(folder / "wild.igs", iges);
+    const WorkerRun run = RunWorker({"--patience", "2", folder / "wild.igs", folder / "out.stl"});
+    EXPECT_EQ(run.code, 5);
+    EXPECT_NE(run.errors.find("get on"), std::string::npos) << run.errors;
+}
+
 // A limit on the size of files stands for the full disk.
 TEST(Faults, FullDisk) {
     const BeforeExec limit = [] {
