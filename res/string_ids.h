@@ -81,14 +81,13 @@
 #define IDS_CFG_ADVANCED 3000
 #define IDS_OK_BUTTON 3001
 #define IDS_CANCEL 3002
-#define IDS_CLOSE 3003
-#define IDS_DOTS 3004
-#define IDS_DEFAULT 3005
-#define IDS_VERSION 3006
-#define IDS_LEGAL_NOTICE 3007
-#define IDS_CSV_FILE 3008
-#define IDS_ALL_FILES 3009
-#define IDS_CONFIG_FILE 3010
+#define IDS_DOTS 3003
+#define IDS_DEFAULT 3004
+#define IDS_VERSION 3005
+#define IDS_LEGAL_NOTICE 3006
+#define IDS_CSV_FILE 3007
+#define IDS_ALL_FILES 3008
+#define IDS_CONFIG_FILE 3009
 
 // Messages of the main window. %d and %s keep their order in every language.
 #define IDS_EMPTY_HINT 3020
@@ -98,17 +97,8 @@
 #define IDS_RUN_SUMMARY 3024
 #define IDS_CANNOT_WRITE_FILE 3025
 #define IDS_CANNOT_SAVE_SETTINGS 3026
-#define IDS_LIBRARY_BAD 3027
-#define IDS_NO_SETTINGS 3028
-
-// Status of a row whose conversion was refused before or without the library.
-#define IDS_OUTPUT_FOLDER_MISSING 3040
-#define IDS_OUTPUT_IS_FOLDER 3041
-#define IDS_OUTPUT_IS_INPUT 3042
-#define IDS_OUTPUT_LOCKED 3043
-#define IDS_SOURCE_MISSING 3044
-#define IDS_CHILD_NOT_STARTED 3045
-#define IDS_NOT_CONVERTED 3046
+#define IDS_NO_SETTINGS 3027
+#define IDS_NOT_CONVERTED 3028  // status of a row after an abandoned run
 
 // Captions of the conversion settings dialogs, shared between them.
 #define IDS_CFG_TITLE_WRITE 3100

@@ -187,13 +187,9 @@ TEST(Strings, NoIdOfAGroupLacksItsText) {
         int first;
         int last;
     } kGroups[] = {
-        {IDS_CFG_ADVANCED, IDS_CONFIG_FILE},
-        {IDS_EMPTY_HINT, IDS_LIBRARY_BAD},
-        {IDS_OUTPUT_FOLDER_MISSING, IDS_NOT_CONVERTED},
-        {IDS_CFG_TITLE_WRITE, IDS_UNIT_DEGREE},
-        {IDS_TIP_INPUT_FORMAT, IDS_TIP_LANGUAGE},
-        {IDS_TIP_CFG_FILE, IDS_TIP_CFG_MAX_SAG},
-        {IDS_LEGAL_INTRO, IDS_LEGAL_MINGW},
+        {IDS_CFG_ADVANCED, IDS_CONFIG_FILE},     {IDS_EMPTY_HINT, IDS_NOT_CONVERTED},
+        {IDS_CFG_TITLE_WRITE, IDS_UNIT_DEGREE},  {IDS_TIP_INPUT_FORMAT, IDS_TIP_LANGUAGE},
+        {IDS_TIP_CFG_FILE, IDS_TIP_CFG_MAX_SAG}, {IDS_LEGAL_INTRO, IDS_LEGAL_MINGW},
     };
     for (const auto& group : kGroups) {
         ASSERT_LT(group.first, group.last);
@@ -249,7 +245,7 @@ TEST(Strings, StatusTextsOfALanguageCanBeToldApart) {
         IDS_RESULT_UNKNOWN_TYPE, IDS_RESULT_NO_FILE,        IDS_RESULT_VERSION_NOT_SUPPORTED,
         IDS_RESULT_CANNOT_OPEN,  IDS_RESULT_CORRUPTED,      IDS_RESULT_CANNOT_OPEN_INPUT,
         IDS_RESULT_NO_SCHEMA,    IDS_RESULT_FUTURE_VERSION, IDS_RESULT_CANNOT_WRITE_OUTPUT,
-        IDS_OUTPUT_LOCKED,       IDS_SOURCE_MISSING,        IDS_NOT_CONVERTED};
+        IDS_NOT_CONVERTED};
     for (const Language& language : kLanguages) {
         EXPECT_TRUE(Text(IDS_RESULT_OK + language.offset).starts_with(L"OK")) << language.offset;
         std::vector<std::wstring> texts;
