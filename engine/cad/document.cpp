@@ -196,19 +196,24 @@ ModelCounts Document::Count() const {
     return counts;
 }
 
-bool Document::IsFinite() const {
+std::string Document::MeshFault() const {
     for (const TDF_Label& part : Parts()) {
-        for (TopExp_Explorer face(XCAFDoc_ShapeTool::GetShape(part), TopAbs_FACE); face.More(); face.Next()) {
+        for (TopExp_Explorer explorer(XCAFDoc_ShapeTool::GetShape(part), TopAbs_FACE); explorer.More();
+             explorer.Next()) {
+            const TopoDS_Face& face = TopoDS::Face(explorer.Current());
             TopLoc_Location location;
-            const auto triangles = BRep_Tool::Triangulation(TopoDS::Face(face.Current()), location);
-            if (triangles.IsNull()) continue;
+            const auto triangles = BRep_Tool::Triangulation(face, location);
+            if (triangles.IsNull()) {
+                if (BRep_Tool::Surface(face, location).IsNull()) return "The triangles of a face are missing";
+                continue;
+            }
             for (int node = 1; node <= triangles->NbNodes(); ++node) {
                 const gp_Pnt point = triangles->Node(node);
-                if (!std::isfinite(point.X() + point.Y() + point.Z())) return false;
+                if (!std::isfinite(point.X() + point.Y() + point.Z())) return "A coordinate is no number";
             }
         }
     }
-    return true;
+    return {};
 }
 
 }  // namespace morvex

@@ -46,8 +46,9 @@ class Document {
     TopoDS_Shape WholeShape() const;
 
     ModelCounts Count() const;
-    // False when a node of a mesh is no finite number.
-    bool IsFinite() const;
+    // What is wrong with the geometry of a mesh (a node that is no finite number, a face with nothing in it);
+    // else empty.
+    std::string MeshFault() const;
 
   private:
     Handle(TDocStd_Document) document_;

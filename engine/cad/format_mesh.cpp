@@ -10,6 +10,7 @@
 #include <TopoDS_Face.hxx>
 
 #include "engine/cad/context.h"
+#include "engine/cad/messages.h"
 
 namespace morvex {
 namespace {
@@ -30,7 +31,9 @@ Outcome ReadMesh(JobContext& context, RWMesh_CafReader& reader) {
     }
     if ((reader.ExtraStatus() & RWMesh_CafReaderStatusEx_Partial) != 0)
         return Damaged("Only a part could be read");
-    return Outcome::Ok();
+    // The readers drop what they do not understand, say so, and go on.
+    const std::string failure = FirstFailure();
+    return failure.empty() ? Outcome::Ok() : Damaged(failure);
 }
 
 TColStd_IndexedDataMapOfStringString FileInfo() {

@@ -16,11 +16,13 @@ class JournalPrinter : public Message_Printer {
   public:
     JournalPrinter(Journal& journal, bool echo) : journal_(journal), echo_(echo) {}
     std::size_t Passed() const { return passed_; }
+    const std::string& FirstFailure() const { return failure_; }
 
   protected:
     void send(const TCollection_AsciiString& text, const Message_Gravity gravity) const override {
         const std::lock_guard lock(mutex_);
         if (echo_) std::fprintf(stderr, "%s\n", text.ToCString());
+        if (gravity >= Message_Fail && failure_.empty()) failure_ = text.ToCString();
         if (gravity < Message_Warning || text.IsEmpty() || seen_.contains(text.ToCString())) return;
         if (seen_.size() >= kMostMessages) {
             ++passed_;
@@ -35,6 +37,7 @@ class JournalPrinter : public Message_Printer {
     bool echo_;
     mutable std::mutex mutex_;
     mutable std::set<std::string> seen_;
+    mutable std::string failure_;
     mutable std::size_t passed_ = 0;
 };
 
@@ -54,6 +57,10 @@ void CollectMessages(Journal& journal, bool echo) {
     const Handle(Message_Messenger)& messenger = Message::DefaultMessenger();
     messenger->RemovePrinters(STANDARD_TYPE(Message_Printer));
     messenger->AddPrinter(Printer());
+}
+
+std::string FirstFailure() {
+    return Printer().IsNull() ? std::string() : Printer()->FirstFailure();
 }
 
 void FinishMessages(Journal& journal) {

@@ -3,6 +3,7 @@
 
 #include <Message_Printer.hxx>
 #include <Message_ProgressIndicator.hxx>
+#include <string>
 
 #include "engine/worker/journal.h"
 
@@ -20,6 +21,8 @@ class JournalProgress : public Message_ProgressIndicator {
 // Takes the place of the default messenger's printers, which write to standard output. The first few failures
 // and warnings become warnings of the report; the rest are counted.
 void CollectMessages(Journal& journal, bool echo);
+// The first message since then of something that went wrong for good; empty when there was none.
+std::string FirstFailure();
 // Says how many messages were passed over.
 void FinishMessages(Journal& journal);
 

@@ -32,8 +32,8 @@ Outcome CheckModel(JobContext& context) {
                              "The parts of the model, each in all its places, have too many faces");
     }
     if (counts.faces > 0) {
-        return context.document.IsFinite() ? Outcome::Ok()
-                                           : Damaged("A coordinate of the input is no number");
+        const std::string fault = context.document.MeshFault();
+        return fault.empty() ? Outcome::Ok() : Damaged(fault);
     }
     if (counts.edges == 0) return Outcome::Fail(ZEL_EMPTY, "There is no geometry in the file");
     if (!context.settings.wireframe) {

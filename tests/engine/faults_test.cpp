@@ -46,6 +46,8 @@ TEST(Faults, BadInputs) {
         {"cut2.step", Truncated("step/screw.step", 0.999), 5},
         {"cut1.iges", Truncated("iges/bearing.iges", 0.5), 5},
         {"cut2.iges", Truncated("iges/bearing.iges", 0.999), 5},
+        {"index.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\nf 1 2 9\n", 5},
+        {"nan.obj", "v nan 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n", 5},
         {"cut.stl", Truncated("stl/shape.stl", 0.7), 5},
     };
     for (const BadInput& bad : cases) {
@@ -79,6 +81,17 @@ TEST(Faults, PlacesThatCannotBeReadOrWritten) {
     EXPECT_EQ(RunWorker({folder / "self.step", folder / "twin.step"}).code, 23);
     EXPECT_EQ(ReadWhole(folder / "self.step"), ReadWhole(screw));
     EXPECT_EQ(folder.Names(), before);
+}
+
+TEST(Faults, SideFilesOfGltf) {
+    const ScratchFolder folder;
+    ASSERT_EQ(RunWorker({Sample("step/screw.step"), folder / "a.gltf"}).code, 0);
+    const std::string whole = ReadWhole(folder / "a.bin");
+    EXPECT_EQ(RunWorker({folder / "a.gltf", folder / "o.stl"}).code, 0);
+    WriteWhole(folder / "a.bin", whole.substr(0, whole.size() / 4));
+    EXPECT_EQ(RunWorker({folder / "a.gltf", folder / "o.stl"}).code, 5);
+    std::filesystem::remove(folder / "a.bin");
+    EXPECT_EQ(RunWorker({folder / "a.gltf", folder / "o.stl"}).code, 5);
 }
 
 // Puts more levels on top of an assembly, each with two instances of what is below.
