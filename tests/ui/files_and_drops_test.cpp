@@ -117,6 +117,9 @@ TEST_F(DropTest, AClosedMenuLeavesTheDropForAddFiles) {
     ASSERT_TRUE(WaitForAdded());
     EXPECT_EQ(Names(), Texts{L"a.stp"});
     EXPECT_TRUE(fileDialogs_.empty());
+    Click(IDS_ADD_FILES);  // nothing is pending any more: the dialog
+    EXPECT_EQ(fileDialogs_.size(), 1u);
+    EXPECT_EQ(Names(), Texts{L"a.stp"});
 }
 
 TEST_F(DropTest, ShellMessageEmptiesAFinishedList) {
