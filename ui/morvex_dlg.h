@@ -108,6 +108,7 @@ class CmorvexDlg : public ModelessDialog {
     void RowsAdded();
     void ShowOnlyFormatMessage();
     void FlashInputFormat();
+    bool TakesDrops() const;
     void OnDropped(std::vector<std::wstring> paths, POINT screen);
     void ShowDropMenu(POINT screen);
     void AddDroppedPaths(bool replace, bool recursive);

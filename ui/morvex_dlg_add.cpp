@@ -100,19 +100,24 @@ void CmorvexDlg::FlashInputFormat() {
     }
 }
 
+// Not while a message or a dialog waits for its answer: another program can still drop files then.
+bool CmorvexDlg::TakesDrops() const {
+    return !Busy() && IsWindowEnabled(Handle());
+}
+
 void CmorvexDlg::OnDropped(std::vector<std::wstring> paths, POINT screen) {
     POINT inside = screen;
     RECT client{};
     ScreenToClient(Handle(), &inside);
     GetClientRect(Handle(), &client);
-    if (Busy() || !IsWindowEnabled(Handle()) || !PtInRect(&client, inside)) return;
+    if (!TakesDrops() || !PtInRect(&client, inside)) return;
     pendingDrop_ = std::move(paths);
     dropPoint_ = screen;
     PostMessageW(Handle(), kDropMessage, 0, 0);
 }
 
 void CmorvexDlg::ShowDropMenu(POINT screen) {
-    if (Busy()) return;
+    if (!TakesDrops()) return;
     PopupMenu menu;
     const auto add = [&](int id) { menu.Add(id, context_.text(id)); };
     add(IDS_ADD_FILES);
@@ -135,7 +140,7 @@ void CmorvexDlg::AddDroppedPaths(bool replace, bool recursive) {
 // Files dropped by the shell's message instead of the list's drop target: onto the rest of the window.
 void CmorvexDlg::AddDroppedFileHandle(HDROP drop) {
     std::vector<std::wstring> paths = PathsOf(drop);
-    if (Busy() || paths.empty()) return;
+    if (!TakesDrops() || paths.empty()) return;
     if (state_ == RunState::Finished) EmptyList();
     AddDropped(std::move(paths), false);
 }

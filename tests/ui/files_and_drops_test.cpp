@@ -107,6 +107,10 @@ TEST_F(DropTest, RefusesWhatIsNoFileListAndDropsOutside) {
     chosenFiles_ = {MakeFile(L"picked.stp")};
     Click(IDS_ADD_FILES);
     EXPECT_EQ(Names(), Texts{L"picked.stp"});  // nothing was pending
+    EnableWindow(window_->Handle(), FALSE);    // as under a message
+    const Texts paths = {MakeFile(L"b.stp")};
+    SendMessageW(window_->Handle(), WM_DROPFILES, reinterpret_cast<WPARAM>(FileList(paths)), 0);
+    EXPECT_FALSE(window_->Adding());
 }
 
 TEST_F(DropTest, AClosedMenuLeavesTheDropForAddFiles) {
