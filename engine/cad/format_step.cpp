@@ -4,7 +4,9 @@
 #include <STEPCAFControl_Controller.hxx>
 #include <STEPCAFControl_Reader.hxx>
 #include <STEPCAFControl_Writer.hxx>
+#include <StepData_Protocol.hxx>
 #include <StepData_StepModel.hxx>
+#include <StepData_StepWriter.hxx>
 #include <StepShape_FaceSurface.hxx>
 #include <TransferBRep.hxx>
 #include <Transfer_Binder.hxx>
@@ -44,6 +46,15 @@ int Schema(const JobContext& context, bool annotations) {
         default:
             return annotations ? kAp242 : kAp214;
     }
+}
+
+// The writer's own way to a file goes by copies and graphs of the whole model, which nothing here needs.
+bool WriteModel(const Handle(XSControl_WorkSession) & session, const std::filesystem::path& path) {
+    StepData_StepWriter text(Handle(StepData_StepModel)::DownCast(session->Model()));
+    text.SendModel(Handle(StepData_Protocol)::DownCast(session->Protocol()));
+    StepTextBuffer buffer(path);
+    std::ostream stream(&buffer);
+    return text.Print(stream) && buffer.Close();
 }
 
 }  // namespace
@@ -101,9 +112,7 @@ extern "C" Outcome WriteStep(JobContext& context) {
         Handle(StepData_StepModel)::DownCast(writer.ChangeWriter().WS()->Model()));
     header.SetName(new TCollection_HAsciiString(name.c_str()));
     header.SetOriginatingSystem(new TCollection_HAsciiString("Morvex"));
-    if (writer.Write(context.file.c_str()) != IFSelect_RetDone) return NotWritten();
-    // The writer puts UTF-8 into its texts as it is, which only some other systems read.
-    return EscapeStepFile(context.file) ? Outcome::Ok() : NotWritten();
+    return WriteModel(writer.ChangeWriter().WS(), context.file) ? Outcome::Ok() : NotWritten();
 }
 
 }  // namespace morvex

@@ -2,6 +2,8 @@
 #include <Standard_Failure.hxx>
 #include <Standard_OutOfMemory.hxx>
 #include <clocale>
+#include <system_error>
+#include <thread>
 
 #include "engine/cad/context.h"
 #include "engine/cad/messages.h"
@@ -56,6 +58,19 @@ Outcome Read(JobContext& context) {
     }
 }
 
+// Loads the writer's libraries while the reader works. It is of no matter whether that succeeds.
+void PreloadWriter(const Format& format) {
+    try {
+        std::thread([&format] {
+            try {
+                FindFunction(format.writeModule, format.writeFunction);
+            } catch (const std::exception&) {
+            }
+        }).detach();
+    } catch (const std::system_error&) {
+    }
+}
+
 Outcome Convert(const Request& request, const Settings& settings, const std::filesystem::path& target,
                 Journal& journal) {
     const Format& to = *request.to;
@@ -63,6 +78,7 @@ Outcome Convert(const Request& request, const Settings& settings, const std::fil
     Message_ProgressScope whole(progress->Start(), nullptr, 100);
     Document document;
     JobContext context{request, settings, journal, document, request.input, whole.Next(45)};
+    PreloadWriter(to);
     Outcome outcome = Read(context);
     if (outcome.IsOk()) outcome = CheckModel(context);
     if (!outcome.IsOk()) return outcome;

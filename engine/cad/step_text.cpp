@@ -62,37 +62,40 @@ std::string EscapeStepText(std::string_view utf8) {
     return escaped;
 }
 
-bool EscapeStepFile(const std::filesystem::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::string piece(kPiece, '\0');
-    const auto read = [&] {
-        piece.resize(kPiece);
-        in.read(piece.data(), static_cast<std::streamsize>(kPiece));
-        piece.resize(static_cast<std::size_t>(in.gcount()));
-        return !piece.empty();
-    };
-    bool ascii = true;
-    while (ascii && read()) ascii = std::ranges::all_of(piece, IsAscii);
-    if (ascii) return in.eof();
+StepTextBuffer::StepTextBuffer(const std::filesystem::path& path) : file_(path, std::ios::binary) {
+    pending_.reserve(kPiece + 4096);
+}
 
-    in.clear();
-    in.seekg(0);
-    std::filesystem::path escapedPath = path;
-    escapedPath += ".escaped";
-    std::ofstream out(escapedPath, std::ios::binary);
-    std::string rest;  // a run that may go on in the next piece
-    while (read()) {
-        piece.insert(0, rest);
-        const auto end = static_cast<std::size_t>(std::find_if(piece.rbegin(), piece.rend(), IsAscii).base() -
-                                                  piece.begin());
-        rest = piece.substr(end);
-        out << EscapeStepText(std::string_view(piece).substr(0, end));
+StepTextBuffer::int_type StepTextBuffer::overflow(int_type c) {
+    if (traits_type::eq_int_type(c, traits_type::eof())) return traits_type::not_eof(c);
+    const char letter = traits_type::to_char_type(c);
+    return xsputn(&letter, 1) == 1 ? c : traits_type::eof();
+}
+
+std::streamsize StepTextBuffer::xsputn(const char* text, std::streamsize size) {
+    pending_.append(text, static_cast<std::size_t>(size));
+    if (pending_.size() >= kPiece) Flush(false);
+    return file_ ? size : 0;
+}
+
+// Keeps back letters at the end that may go on, unless these are the last.
+void StepTextBuffer::Flush(bool last) {
+    const auto end =
+        last ? pending_.size()
+             : static_cast<std::size_t>(std::find_if(pending_.rbegin(), pending_.rend(), IsAscii).base() -
+                                        pending_.begin());
+    if (std::all_of(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(end), IsAscii)) {
+        file_.write(pending_.data(), static_cast<std::streamsize>(end));
+    } else {
+        file_ << EscapeStepText(std::string_view(pending_).substr(0, end));
     }
-    out << EscapeStepText(rest);
-    out.close();
-    std::error_code error;
-    if (out) std::filesystem::rename(escapedPath, path, error);
-    return out && !error;
+    pending_.erase(0, end);
+}
+
+bool StepTextBuffer::Close() {
+    Flush(true);
+    file_.close();
+    return !file_.fail();
 }
 
 }  // namespace morvex

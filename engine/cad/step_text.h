@@ -2,6 +2,8 @@
 #pragma once
 
 #include <filesystem>
+#include <fstream>
+#include <streambuf>
 #include <string>
 #include <string_view>
 
@@ -11,7 +13,21 @@ namespace morvex {
 // become U+FFFD. A run of such letters must not be cut at either end.
 std::string EscapeStepText(std::string_view utf8);
 
-// Escapes a whole file; one that is plain ASCII stays untouched. False when it cannot be read or written.
-bool EscapeStepFile(const std::filesystem::path& path);
+// A file that escapes what is written to it. Open CASCADE writes UTF-8 as it is, which few other systems
+// read.
+class StepTextBuffer : public std::streambuf {
+  public:
+    explicit StepTextBuffer(const std::filesystem::path& path);
+    // False when anything since the opening has failed.
+    bool Close();
+
+  private:
+    int_type overflow(int_type c) override;
+    std::streamsize xsputn(const char* text, std::streamsize size) override;
+    void Flush(bool last);
+
+    std::ofstream file_;
+    std::string pending_;
+};
 
 }  // namespace morvex
