@@ -1,5 +1,6 @@
 #include <windows.h>
 
+#include <cstdlib>
 #include <exception>
 
 #include "app/morvex_app.h"
@@ -12,11 +13,13 @@ LONG WINAPI EndOnFault(EXCEPTION_POINTERS* fault) {
 }
 
 // Before anything else: no box of the system and no debugger on a fault or a missing disk (a child has nobody
-// to close it), and no library is ever taken from the current folder or the path.
+// to close it), and no library is ever taken from the current folder or the path: only from the system's
+// folder and, for what the conversion library loads later, from its own.
 void HardenProcess() {
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
     SetUnhandledExceptionFilter(EndOnFault);
-    SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_SYSTEM32);
+    _set_error_mode(_OUT_TO_STDERR);  // of abort and failed assertions, in libraries on this C runtime too
+    SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_SYSTEM32 | LOAD_LIBRARY_SEARCH_USER_DIRS);
 }
 
 }  // namespace
@@ -27,7 +30,7 @@ int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int) {
         morvex::CmorvexApp().InitInstance();
         return 0;
     } catch (const std::exception& failure) {
-        OutputDebugStringA(failure.what());
+        morvex::CmorvexApp::ReportFailure(failure.what());
         return 1;
     }
 }

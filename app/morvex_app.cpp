@@ -4,11 +4,14 @@
 
 #include <ole2.h>
 
+#include <cstring>
+
 #include "app/start_up.h"
 #include "convert/child_road.h"
 #include "convert/conversion_run.h"
 #include "ui/main_window.h"
 #include "win/command_line.h"
+#include "win/paths.h"
 #include "win/unique_handle.h"
 
 namespace morvex {
@@ -38,7 +41,17 @@ void SilenceOutput() {
 
 }  // namespace
 
-CmorvexApp::CmorvexApp() : context_(PrepareProgramFolders()) {}
+CmorvexApp::CmorvexApp() : context_(PrepareProgramFolders()) {
+    AddDllDirectory(std::wstring(FolderOf(context_.folders.library)).c_str());
+}
+
+void CmorvexApp::ReportFailure(const char* what) {
+    const std::wstring text(what, what + std::strlen(what));
+    if (SplitCommandLine(GetCommandLineW()).size() > 1)
+        Print(STD_ERROR_HANDLE, text + L"\n");
+    else
+        MessageBoxW(nullptr, text.c_str(), kTitle, MB_OK | MB_ICONERROR);
+}
 
 bool CmorvexApp::InitInstance() {
     LoadState(context_);
@@ -67,7 +80,9 @@ void CmorvexApp::RunChildRoad(const std::vector<std::wstring>& arguments) {
 // What a window would show goes to standard error: the file's status, or why there was no run.
 int CmorvexApp::ConvertForParent(const std::vector<std::wstring>& arguments) {
     struct Printer : RunObserver {
-        void OnStatus(size_t, const std::wstring& text) override { status = text; }
+        void OnStatus(size_t row, const std::wstring& text) override {
+            if (row == 0) status = text;  // a further row tells the whole run's time
+        }
         std::wstring status;
     } printer;
     const RunOutcome outcome = RunConversions(MakeChildJob(context_, arguments), printer);

@@ -17,6 +17,9 @@ class CmorvexApp {
     // Returns false in every case in which it returns: there is no message loop to enter.
     bool InitInstance();
 
+    // Says why the program ends: in a box where there was a window, else on standard error.
+    static void ReportFailure(const char* what);
+
   private:
     [[noreturn]] void RunChildRoad(const std::vector<std::wstring>& arguments);
     int ConvertForParent(const std::vector<std::wstring>& arguments);

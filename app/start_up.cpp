@@ -37,8 +37,8 @@ void LoadState(AppContext& context) {
     context.settings.Load();
     RegisterProfiles(context);
     context.text.SetLanguage(context.settings.language.Get());
-    if (!context.settings.developerMode.Get()) RepairSavedPair(context);
     if (context.settings.addNativeFormat.Get()) context.pairs.AddNativeFormat();
+    if (!context.settings.developerMode.Get()) RepairSavedPair(context);
 }
 
 }  // namespace morvex

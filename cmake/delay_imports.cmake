@@ -1,5 +1,5 @@
 # Import libraries that load their DLL at the first call instead of at process start. A child process of a run needs
-# none of the window libraries, and loading them would be a third of its time.
+# none of the window libraries, and loading them would double its time.
 #
 # delay_imports(target dll...): links `target`, and what links it, against delayed versions of these system DLLs.
 function(delay_imports target)

@@ -32,19 +32,21 @@ class JobAttribute {
         InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
         memory_.resize(size);
         InitializeProcThreadAttributeList(List(), 1, 0, &size);
-        UpdateProcThreadAttribute(List(), 0, PROC_THREAD_ATTRIBUTE_JOB_LIST, &job_, sizeof job_, nullptr,
-                                  nullptr);
+        usable_ = job_ && UpdateProcThreadAttribute(List(), 0, PROC_THREAD_ATTRIBUTE_JOB_LIST, &job_,
+                                                    sizeof job_, nullptr, nullptr);
     }
     ~JobAttribute() { DeleteProcThreadAttributeList(List()); }
     JobAttribute(const JobAttribute&) = delete;
     JobAttribute& operator=(const JobAttribute&) = delete;
 
+    bool Usable() const { return usable_; }
     LPPROC_THREAD_ATTRIBUTE_LIST List() const {
         return reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(memory_.data());
     }
 
   private:
     HANDLE job_;  // the list refers to it
+    bool usable_ = false;
     mutable std::vector<std::byte> memory_;
 };
 
@@ -81,10 +83,15 @@ int ChildRunner::Run(const ChildArguments& arguments) const {
     startup.StartupInfo.cb = sizeof startup;
     startup.lpAttributeList = attribute.List();
     PROCESS_INFORMATION created{};
-    if (!CreateProcessW(program_.c_str(), line.data(), nullptr, nullptr, TRUE,
-                        NORMAL_PRIORITY_CLASS | EXTENDED_STARTUPINFO_PRESENT, nullptr, nullptr,
-                        &startup.StartupInfo, &created)) {
-        return 0;
+    const auto start = [&](DWORD flags) {
+        return CreateProcessW(program_.c_str(), line.data(), nullptr, nullptr, TRUE,
+                              NORMAL_PRIORITY_CLASS | flags, nullptr, nullptr, &startup.StartupInfo,
+                              &created) != FALSE;
+    };
+    if (!attribute.Usable() || !start(EXTENDED_STARTUPINFO_PRESENT)) {
+        startup.StartupInfo.cb = sizeof startup.StartupInfo;
+        if (!start(0))
+            return 0;  // where the system denies the job, a child outside of it is better than none
     }
     const UniqueHandle process(created.hProcess);
     const UniqueHandle thread(created.hThread);

@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <algorithm>
+
 #include "convert/child_process.h"
 #include "formats/input_formats.h"
 #include "formats/output_formats.h"
@@ -28,13 +30,17 @@ void TakeFormatsOfParent(AppSettings& settings) {
     settings.formatOut.Assume(outputOfName.empty() ? output : outputOfName);
 }
 
-// A path typed by hand may be relative. Nothing else is touched: odd names must reach the library as they
-// are.
-std::wstring FullPath(const std::wstring& path) {
-    if (path.starts_with(L'\\') || (path.size() > 1 && path[1] == L':')) return path;
-    std::wstring folder(GetCurrentDirectoryW(0, nullptr), L'\0');
-    folder.resize(GetCurrentDirectoryW(static_cast<DWORD>(folder.size()), folder.data()));
-    return JoinPath(folder, path);
+// A path typed by hand may be relative or hold slashes. Nothing else is touched: odd names must reach the
+// library as they are.
+std::wstring FullPath(std::wstring path) {
+    if (!path.starts_with(L"\\\\?\\")) std::replace(path.begin(), path.end(), L'/', L'\\');
+    const bool onDrive = path.size() > 1 && path[1] == L':';
+    if (path.starts_with(L'\\') || (onDrive && path.size() > 2 && path[2] == L'\\')) return path;
+    // "D:part.stp" lies in that drive's own current folder.
+    const std::wstring start = onDrive ? path.substr(0, 2) : L".";
+    std::wstring folder(GetFullPathNameW(start.c_str(), 0, nullptr, nullptr), L'\0');
+    folder.resize(GetFullPathNameW(start.c_str(), static_cast<DWORD>(folder.size()), folder.data(), nullptr));
+    return JoinPath(folder, onDrive ? path.substr(2) : path);
 }
 
 // "C:" names the drive's current folder, so a drive's root keeps its backslash.
@@ -54,14 +60,18 @@ ConversionJob MakeChildJob(AppContext& context, const std::vector<std::wstring>&
     TakeFormatsOfParent(settings);
     settings.multiprocess.Assume(false);
     std::wstring output = argument(2);
-    const bool outputIsFolder = output.ends_with(L'\\') || FolderExists(output);
+    // A run's child is told the very path: a folder that has taken that name is an error, not a place to put
+    // it.
+    const bool ofRun = !EnvironmentText(kSideBySideVariable).empty();
+    const bool outputIsFolder =
+        !ofRun && (output.ends_with(L'\\') || output.ends_with(L'/') || FolderExists(output));
     settings.besideInput.Assume(output.empty());
     if (outputIsFolder) settings.outputFolder.Assume(FullPath(output));
 
     const std::wstring input = FullPath(argument(1));
-    ConversionJob job = MakeJob(context, {{FolderToKeep(input), std::wstring(FileNameOf(input))}});
+    const std::wstring config = argument(3).empty() ? PrepareConfigFile(context) : argument(3);
+    ConversionJob job = MakeJob(context, {{FolderToKeep(input), std::wstring(FileNameOf(input))}}, config);
     if (!output.empty() && !outputIsFolder) job.outputs = {WithLongPrefix(FullPath(output))};
-    if (!argument(3).empty()) job.configFile = argument(3);
     if (!argument(4).empty()) job.schemaFolder = argument(4);
     return job;
 }

@@ -24,12 +24,18 @@ NamingRules MakeNamingRules(const AppSettings& settings) {
     };
 }
 
-ConversionJob MakeJob(AppContext& context, std::vector<SourceFile> files) {
+std::wstring PrepareConfigFile(AppContext& context) {
+    const std::wstring path = GetConfigFilePath(context);
+    WriteDefaultConfig(path);
+    return path;
+}
+
+ConversionJob MakeJob(const AppContext& context, std::vector<SourceFile> files,
+                      const std::wstring& configFile) {
     const AppSettings& settings = context.settings;
     const NamingRules rules = MakeNamingRules(settings);
     ConversionJob job;
-    job.configFile = GetConfigFilePath(context);
-    WriteDefaultConfig(job.configFile);
+    job.configFile = configFile;
     job.outputs = PlanOutputs(files, rules);
     job.files = std::move(files);
     job.formatIn = settings.formatIn.Get();

@@ -33,8 +33,12 @@ struct ConversionJob {
 // The naming rules of the chosen formats and folders.
 NamingRules MakeNamingRules(const AppSettings& settings);
 
-// The job for these files with the chosen formats, folders and switches. Resolves the configuration file and
-// creates it with defaults when it is missing; builds all output paths.
-ConversionJob MakeJob(AppContext& context, std::vector<SourceFile> files);
+// The job for these files with the chosen formats, folders and switches, and this configuration file. Builds
+// all output paths.
+ConversionJob MakeJob(const AppContext& context, std::vector<SourceFile> files,
+                      const std::wstring& configFile);
+
+// The configuration file of the chosen formats, created with defaults when it is missing.
+std::wstring PrepareConfigFile(AppContext& context);
 
 }  // namespace morvex

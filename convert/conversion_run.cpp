@@ -19,13 +19,22 @@
 namespace morvex {
 namespace {
 
-// The library's call-back carries no context, so the observer of the conversion made in this process is found
-// here. There is at most one such conversion at a time.
-std::atomic<RunObserver*> progressObserver = nullptr;
+// Where the library's call-back finds the observer of the conversion that this process is making: it carries
+// no context. There is at most one such conversion at a time.
+struct ProgressTarget {
+    RunObserver& observer;
+    std::exception_ptr failure;  // what left the observer; it must not cross the library's frames
+};
+std::atomic<ProgressTarget*> progressTarget = nullptr;
 
 void OnLibraryProgress(const int* phase, const int* percent) {
-    if (!phase || !percent || *phase < 1) return;
-    if (RunObserver* observer = progressObserver) observer->OnProgress(std::clamp(*percent, 0, 100));
+    ProgressTarget* const target = progressTarget;
+    if (!phase || !percent || *phase < 1 || !target) return;
+    try {
+        target->observer.OnProgress(std::clamp(*percent, 0, 100));
+    } catch (...) {
+        target->failure = std::current_exception();
+    }
 }
 
 // The library's call with its arguments, in the shape that the guard can call.
@@ -37,9 +46,10 @@ struct LibraryCall {
     int runSize;
 
     int operator()() const {
+        constexpr int kAlone = 0;  // a multiprocess run makes no call in this process
         const int option = job.ShowsProgress() ? 1 : job.developerMode ? job.healing : 0;
         return convert(job.inputCode, job.outputCode, input.c_str(), output.c_str(), job.configFile.c_str(),
-                       job.schemaFolder.c_str(), OnLibraryProgress, job.multiprocess ? 1 : 0, nullptr, option,
+                       job.schemaFolder.c_str(), OnLibraryProgress, kAlone, nullptr, option,
                        job.developerMode ? -5 : 0, 0, runSize);
     }
     static int Invoke(void* call) { return (*static_cast<const LibraryCall*>(call))(); }
@@ -91,9 +101,13 @@ class Run {
         observer_.OnStatus(row, job_.text(IDS_IN_PROGRESS));
         log_.FileStarts(input);
         const std::clock_t start = std::clock();
-        const int result =
-            children_ ? children_->Run({input, job_.outputs[row], job_.configFile, job_.schemaFolder})
-                      : CallLibrary(*library, row, input);
+        int result = kResultCannotWrite;
+        // However the paths are spelled, the input is never written.
+        if (!SameFile(job_.outputs[row], input)) {
+            result = children_
+                         ? children_->Run({input, job_.outputs[row], job_.configFile, job_.schemaFolder})
+                         : CallLibrary(*library, row, input);
+        }
         Finish(row, result, (std::clock() - start) / CLOCKS_PER_SEC);
     }
 
@@ -119,7 +133,8 @@ class Run {
         const bool marked = row == 0 || row == kMarkedPosition || row + 1 == count_;
         const int files = static_cast<int>(count_);
         LibraryCall call{library.Convert(), job_, input, job_.outputs[row], marked ? -files : files};
-        progressObserver = &observer_;
+        ProgressTarget target{observer_, nullptr};
+        progressTarget = &target;
         int result = kResultFailed;
         if (job_.guarded) {
             const GuardedResult guarded = CallGuarded(LibraryCall::Invoke, &call);
@@ -130,7 +145,8 @@ class Run {
         } else {
             result = call();
         }
-        progressObserver = nullptr;
+        progressTarget = nullptr;
+        if (target.failure) std::rethrow_exception(target.failure);
         return result;
     }
 

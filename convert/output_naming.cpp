@@ -28,21 +28,24 @@ std::wstring BaseName(const SourceFile& source, int inputCode) {
     return std::wstring(name);
 }
 
-std::wstring FolderAsName(std::wstring folder) {
+std::wstring WithoutLongPrefix(std::wstring_view path) {
+    constexpr std::wstring_view kPrefix = L"\\\\?\\", kShare = L"UNC\\";
+    if (!path.starts_with(kPrefix)) return std::wstring(path);
+    path.remove_prefix(kPrefix.size());
+    return path.starts_with(kShare) ? L"\\\\" + std::wstring(path.substr(kShare.size())) : std::wstring(path);
+}
+
+std::wstring FolderAsName(std::wstring_view path) {
+    std::wstring folder = WithoutLongPrefix(path);
     for (wchar_t& unit : folder) {
-        if (unit == L'\\' || unit == L':') unit = L'_';
+        if (unit == L'\\' || unit == L'/' || unit == L':') unit = L'_';
     }
     return folder;
 }
 
-std::wstring_view WithoutLongPrefix(std::wstring_view path) {
-    constexpr std::wstring_view kPrefix = L"\\\\?\\";
-    return path.starts_with(kPrefix) ? path.substr(kPrefix.size()) : path;
-}
-
 // Upper case as the file system folds it, so that equal keys mean one file.
-std::wstring CaseKey(std::wstring_view path) {
-    path = WithoutLongPrefix(path);
+std::wstring CaseKey(std::wstring_view given) {
+    const std::wstring path = WithoutLongPrefix(given);
     std::wstring key(path.size(), L'\0');
     const int length = static_cast<int>(path.size());
     LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_UPPERCASE, path.data(), length, key.data(), length, nullptr,

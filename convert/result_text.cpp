@@ -17,7 +17,7 @@ int ResultTextId(int result) {
             return IDS_RESULT_NO_SCHEMA;
         case -22:
             return IDS_RESULT_CANNOT_OPEN_INPUT;
-        case -23:
+        case kResultCannotWrite:
             return IDS_RESULT_CANNOT_WRITE_OUTPUT;
         case -27:
             return IDS_RESULT_VERSION_NOT_SUPPORTED;

@@ -44,10 +44,16 @@ need_display() {
   openbox >/dev/null 2>&1 &
 }
 
-# Makes the Wine prefix on first use and keeps one wineserver alive until the script ends.
+# A display and Wine, for scripts that need no window to be seen.
 need_wine() {
   need_display
-  trap stop_wine EXIT
+  trap stop_display EXIT
+  need_prefix
+}
+
+# Makes the Wine prefix on first use. The wineserver then stays a little longer than its last program, so that not
+# every program has to start it.
+need_prefix() {
   if [ ! -e "$WINEPREFIX/system.reg" ]; then
     mkdir -p "$build"
     say "Preparing Wine"
@@ -55,7 +61,7 @@ need_wine() {
     link_fonts >/dev/null 2>&1
     wineserver -k || true
   fi
-  wineserver -p >/dev/null 2>&1 || true
+  wineserver -p10 >/dev/null 2>&1 || true
 }
 
 # Wine's interface font has no Chinese, Japanese and Korean letters; name one that has.
@@ -68,8 +74,7 @@ link_fonts() {
   done
 }
 
-stop_wine() {
-  wineserver -k >/dev/null 2>&1 || true
+stop_display() {
   [ -z "${xvfb_pid:-}" ] || kill "$xvfb_pid" 2>/dev/null || true
 }
 

@@ -17,7 +17,7 @@ void CmorvexDlg::StartRun() {
     EnableControls(false);
     RedrawWindow(Handle(), nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN);
     state_ = RunState::Running;
-    ConversionJob job = MakeJob(context_, list_.Sources());
+    ConversionJob job = MakeJob(context_, list_.Sources(), PrepareConfigFile(context_));
     list_.ResetStatuses();
     list_.SetOutputPaths(job.outputs);
     listControl_.RedrawVisible();

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "convert/conversion_job.h"
 #include "formats/format_codes.h"
 #include "formats/input_formats.h"
 #include "formats/output_formats.h"
@@ -125,6 +126,7 @@ void CmorvexDlg::OnSwitch(int id) {
             settings_.multiprocess.Set(on);
             break;
         case IDS_OVERRIDE:
+            PrepareConfigFile(context_);
             settings_.SetFillOverride(on);
             break;
         case IDS_CONVERT_AT_STARTUP:

@@ -10,6 +10,7 @@
 namespace morvex {
 namespace {
 
+constexpr LONGLONG kLargestFile = 256 << 20;  // bytes; no list is that long
 constexpr std::string_view kUtf16Mark = "\xFF\xFE";
 constexpr std::string_view kUtf16BigMark = "\xFE\xFF";
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
@@ -19,7 +20,7 @@ bool ReadBytes(const std::wstring& path, std::string& bytes) {
         WithLongPrefix(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
         nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
     LARGE_INTEGER size;
-    if (!file || !GetFileSizeEx(file.get(), &size)) return false;
+    if (!file || !GetFileSizeEx(file.get(), &size) || size.QuadPart > kLargestFile) return false;
     bytes.resize(static_cast<size_t>(size.QuadPart));
     size_t done = 0;
     while (done < bytes.size()) {

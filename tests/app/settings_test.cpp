@@ -110,8 +110,7 @@ TEST(StartUp, RegistersProfilesAndRepairsTheSavedPair) {
         EXPECT_EQ(context.settings.formatIn.Get(), iges);
         EXPECT_EQ(context.settings.formatOut.Get(), L"");
         EXPECT_EQ(places.Stored(L"Format_in"), iges);
-        EXPECT_EQ(context.text(2007), L"OK");  // an unknown language shows the Czech block
-        EXPECT_NE(context.text(2008), L"");
+        EXPECT_EQ(context.text(2005), L"Stav");  // an unknown language shows the Czech block
     }
     {
         places.Installation(L"[General]\nDeveloperMode=1\nAddZelWbi=1\n" + profiles);
@@ -122,6 +121,32 @@ TEST(StartUp, RegistersProfilesAndRepairsTheSavedPair) {
         EXPECT_TRUE(context.pairs.Find(iges, L"NORWEND (*.wbi)"));
         EXPECT_TRUE(context.pairs.Find(L"NORWEND (*.wbi)", L"OCC (*.brep)"));
     }
+}
+
+TEST(StartUp, KeepsASavedPairOfTheNativeFormat) {
+    Places places;
+    places.Installation(L"[General]\nAddZelWbi=1\n[P]\nZEL_INPUT_FORMAT=JT\nZEL_OUTPUT_FORMAT=STEP\n");
+    places.User(L"[General]\nFormat_in=JT (*.jt)\nFormat_out=NORWEND (*.wbi)\n");
+    AppContext context(places.folders);
+    LoadState(context);
+    EXPECT_EQ(context.settings.formatOut.Get(), L"NORWEND (*.wbi)");
+}
+
+TEST(Languages, HaveTheirBlocks) {
+    const std::pair<const wchar_t*, int> offsets[] = {{L"English", 0},
+                                                      {L"Italiano", 20000},
+                                                      {L"Fran\u00E7ais", 10000},
+                                                      {L"Deutsch", 30000},
+                                                      {L"\u0420\u0443\u0441\u0441\u043A\u0438\u0439", 5000},
+                                                      {L"\u7B80\u4F53\u4E2D\u6587", 40000},
+                                                      {L"\uD55C\uAE00", 35000},
+                                                      {L"\u65E5\u672C\u8A9E", 60000},
+                                                      {L"\u010Cesky", 50000},
+                                                      {L"Espa\u00F1ol", 50000},
+                                                      {L"english", 50000}};
+    for (const auto& [name, offset] : offsets) EXPECT_EQ(LanguageOffset(name), offset);
+    EXPECT_EQ(LanguageNames().size(), 9u);
+    EXPECT_EQ(LanguageNames().front(), L"\u010Cesky");
 }
 
 TEST(StartUp, SurvivesDamagedSettingsFiles) {

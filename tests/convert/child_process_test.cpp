@@ -3,13 +3,11 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <functional>
 #include <gtest/gtest.h>
 #include <map>
 #include <mutex>
 #include <omp.h>
 #include <set>
-#include <tlhelp32.h>
 
 #include "convert/conversion_run.h"
 #include "tests/support/library_log.h"
@@ -64,26 +62,6 @@ std::set<int> Processes(const std::vector<LibraryCall>& calls) {
     std::set<int> ids;
     for (const LibraryCall& call : calls) ids.insert(call.process);
     return ids;
-}
-
-int ProcessesNamed(const std::wstring& name) {
-    const UniqueHandle snapshot = OwnFile(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
-    PROCESSENTRY32W entry{};
-    entry.dwSize = sizeof entry;
-    int count = 0;
-    for (BOOL more = Process32FirstW(snapshot.get(), &entry); more;
-         more = Process32NextW(snapshot.get(), &entry)) {
-        count += SameText(entry.szExeFile, name);
-    }
-    return count;
-}
-
-bool Eventually(const std::function<bool()>& condition) {
-    for (int tries = 0; tries < 500; ++tries) {
-        if (condition()) return true;
-        Sleep(10);
-    }
-    return false;
 }
 
 TEST(ChildProcess, OneChildAFileAndAsManyAtOnceAsWorkers) {
@@ -171,14 +149,17 @@ TEST(ChildProcess, WorkersKeepTheLogAndTheTimesApart) {
 }
 
 TEST(ChildProcess, NothingItStartedOutlivesTheRun) {
-    const int before = ProcessesNamed(L"ping.exe");
-    {
-        const LibraryLog log(L"grandchild");
-        LastStatus status;
-        RunConversions(Job({L"a.stp"}), status);
-        EXPECT_EQ(status.texts[0], L"OK");
+    const LibraryLog log(L"grandchild");
+    LastStatus status;
+    RunConversions(Job({L"a.stp"}), status);
+    EXPECT_EQ(status.texts[0], L"OK");
+    const std::string id = test::ReadFileBytes(log.Path() + L".grandchild");
+    ASSERT_NE(id, "") << "no grandchild was started";
+    ASSERT_NE(id, "0");
+    const UniqueHandle grandchild(OpenProcess(SYNCHRONIZE, FALSE, static_cast<DWORD>(std::stoul(id))));
+    if (grandchild) {
+        EXPECT_EQ(WaitForSingleObject(grandchild.get(), 10000), WAIT_OBJECT_0);
     }
-    EXPECT_TRUE(Eventually([&] { return ProcessesNamed(L"ping.exe") == before; }));
 }
 
 TEST(ChildProcess, AwkwardNamesArriveUnchanged) {

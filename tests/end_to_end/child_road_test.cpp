@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <filesystem>
 #include <gtest/gtest.h>
 
 #include "tests/end_to_end/program.h"
@@ -79,6 +81,7 @@ TEST(ChildRoad, TakesArgumentTwoAsFolderOrPath) {
         {L"C:\\in\\a.stp", L"D:\\as it stands.xyz", L"D:\\as it stands.xyz"},
         {L"C:\\in\\a.stp", L"", L"C:\\in\\a.stl"},
         {L"C:\\a.stp", L"", L"C:\\a.stl"},
+        {L"C:/in/sub/a.stp", L"D:/x/", L"D:\\x\\a.stl"},
         {L"C:\\" + longName + L"\\" + longName + L".stp", L"",
          L"\\\\?\\C:\\" + longName + L"\\" + longName + L".stl"},
         {L"C:\\in\\a.stp", L"D:\\" + std::wstring(256, L'o'), L"D:\\" + std::wstring(256, L'o')},
@@ -90,7 +93,9 @@ TEST(ChildRoad, TakesArgumentTwoAsFolderOrPath) {
         const std::wstring argument = c.argument + (c.argument.ends_with(L'\\') ? L"\\" : L"");
         program.Run(Quoted(c.input) + L" " + Quoted(argument) + L" \"C:\\my.zel\" \"C:\\schemas\"");
         const LibraryCall call = log.Calls().back();
-        EXPECT_EQ(call.input, c.input);
+        std::wstring input = c.input;
+        std::replace(input.begin(), input.end(), L'/', L'\\');
+        EXPECT_EQ(call.input, input);
         EXPECT_EQ(call.output, c.output);
         EXPECT_EQ(call.config, L"C:\\my.zel");
         EXPECT_EQ(call.schema, L"C:\\schemas");
@@ -138,15 +143,51 @@ TEST(ChildRoad, NeverLoadsALibraryFromBesideTheInput) {
     EXPECT_EQ(log.Calls()[0].input, hostile + L"\\a.stp");
 }
 
+// In a run the parent names the very path: a folder of that name is for the library to refuse.
+TEST(ChildRoad, OfARunTakesArgumentTwoAsItStands) {
+    const Program program;
+    const LibraryLog log;
+    const std::wstring taken = program.Folder() + L"\\a.stl";
+    CreateDirectoryW(taken.c_str(), nullptr);
+    SetEnvironmentVariableW(L"MORVEX_SIDE_BY_SIDE", L"1");
+    program.Run(Quoted(L"C:\\in\\a.stp") + L" " + Quoted(taken));
+    SetEnvironmentVariableW(L"MORVEX_SIDE_BY_SIDE", nullptr);
+    EXPECT_EQ(log.Calls().back().output, taken);
+}
+
+TEST(ChildRoad, NeverWritesItsInput) {
+    const Program program;
+    const LibraryLog log;
+    const std::wstring input = program.Folder() + L"\\part.stp";
+    test::WriteFileBytes(input, "precious");
+    const std::wstring otherwise = program.Folder() + L"\\user\\..\\PART.stp";
+    EXPECT_EQ(static_cast<int>(program.Run(Quoted(input) + L" " + Quoted(otherwise)).exitCode), -23);
+    EXPECT_TRUE(log.Calls().empty());
+}
+
+TEST(ChildRoad, SaysTheStatusInDeveloperModeToo) {
+    const Program program;
+    const LibraryLog log;
+    WriteTextFile(program.Settings(), L"[General]\nDeveloperMode=1\n");
+    EXPECT_EQ(program.Run(Quoted(L"C:\\in\\{result=-40}.stp")).errors, "-40 [0.00 sec]\n");
+}
+
+// A user folder that the tests' own user has is put aside meanwhile.
 TEST(FirstStart, MakesTheUserFolderAndAnEmptySettingsFile) {
     const Program program;
     const LibraryLog log;
-    SetEnvironmentVariableW(L"MORVEX_USER_FOLDER", nullptr);
     wchar_t roaming[MAX_PATH];
     ASSERT_GT(GetEnvironmentVariableW(L"APPDATA", roaming, MAX_PATH), 0u);
+    const std::wstring folder = std::wstring(roaming) + L"\\Norwend", aside = folder + L".put-aside";
+    const bool had = MoveFileW(folder.c_str(), aside.c_str()) != FALSE;
+    ASSERT_FALSE(FileExists(folder));
+    SetEnvironmentVariableW(L"MORVEX_USER_FOLDER", nullptr);
     program.Run(Quoted(L"C:\\in\\a.stp"));
-    const std::wstring settings = std::wstring(roaming) + L"\\Norwend\\Morvex\\zel_morvex.ini";
-    EXPECT_EQ(test::ReadFileBytes(settings).substr(0, 2), "\xFF\xFE");
+    const std::string settings = test::ReadFileBytes(folder + L"\\Morvex\\zel_morvex.ini");
+    EXPECT_EQ(settings.substr(0, 2), "\xFF\xFE");
+    EXPECT_NE(settings.find(std::string("F\0i\0r\0s\0t\0L\0a\0u\0n\0c\0h\0", 22)), settings.npos);
+    std::filesystem::remove_all(folder);
+    if (had) MoveFileW(aside.c_str(), folder.c_str());
 }
 
 }  // namespace

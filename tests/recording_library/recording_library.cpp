@@ -4,11 +4,18 @@
 // Environment: MORVEX_TEST_LOG names the log (UTF-16LE, one line a call, tab-separated fields); without it
 // nothing is logged. MORVEX_TEST_SCRIPT holds commands for every call; "{commands}" inside the input's file
 // name adds more for that file. Commands, separated by ",":
-//   result=N   the result (default 0)           sleep=N    milliseconds before the end
-//   progress   reports -3, 50, 150 percent      spew=N     writes N kilobytes to standard output
-//   read, write, overflow, throw, raise         faults: null read, null write, stack overflow, C++ and other
-//   exceptions abort, fastfail, exit=N                     ends of the process grandchild starts a process
-//   that sleeps and is left behind output                                      writes the output file
+//
+// clang-format off
+//   result=N                     the result (default 0)
+//   sleep=N                      milliseconds before the end
+//   progress                     reports -3, 50 and 150 percent
+//   spew=N                       writes N kilobytes to standard output
+//   output                       writes an empty output file
+//   read, write, overflow        null read, null write, stack overflow
+//   throw, raise                 a C++ exception, one of another compiler
+//   abort, fastfail, exit=N      ends of the process
+//   grandchild                   starts a process that is left behind
+// clang-format on
 #include <windows.h>
 
 #include <cstdio>
@@ -82,13 +89,21 @@ void Spew(int kilobytes) {
     }
 }
 
+// The process itself again, as one that sleeps; its id goes into a file beside the log.
 void StartGrandchild() {
-    wchar_t command[] = L"cmd.exe /c ping -n 60 127.0.0.1";
+    wchar_t program[MAX_PATH];
+    GetModuleFileNameW(nullptr, program, MAX_PATH);
+    wchar_t command[] = L"grandchild sleep";
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION created{};
-    CreateProcessW(nullptr, command, nullptr, nullptr, FALSE, CREATE_NO_WINDOW, nullptr, nullptr, &startup,
-                   &created);
+    CreateProcessW(program, command, nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &created);
+    const std::wstring path = Environment(L"MORVEX_TEST_LOG") + L".grandchild";
+    const HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+    const std::string id = std::to_string(created.dwProcessId);
+    DWORD written = 0;
+    WriteFile(file, id.data(), static_cast<DWORD>(id.size()), &written, nullptr);
+    CloseHandle(file);
 }
 
 void Play(const Script& script, const wchar_t* output, ProgressCallback progress) {

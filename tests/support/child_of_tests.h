@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <cstdlib>
 #include <optional>
 
 #include "convert/child_road.h"
@@ -17,7 +18,9 @@ namespace morvex::test {
 inline std::optional<int> ConvertAsChild() {
     // A child that dies of a scripted fault must not open the system's box.
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
+    _set_error_mode(_OUT_TO_STDERR);
     const std::vector<std::wstring> arguments = SplitCommandLine(GetCommandLineW());
+    if (arguments.size() == 2 && arguments[1] == L"sleep") Sleep(60000);  // a grandchild, to be killed
     if (arguments.size() != 5) return std::nullopt;
     const std::wstring folder(FolderOf(ModulePath()));
     AppContext context(MakeProgramFolders(folder, folder));

@@ -22,7 +22,7 @@ struct LibraryCall {
 class LibraryLog {
   public:
     explicit LibraryLog(const std::wstring& script = L"") {
-        SetEnvironmentVariableW(L"MORVEX_TEST_LOG", (folder_ / L"calls.log").c_str());
+        SetEnvironmentVariableW(L"MORVEX_TEST_LOG", Path().c_str());
         SetEnvironmentVariableW(L"MORVEX_TEST_SCRIPT", script.c_str());
     }
     ~LibraryLog() {
@@ -30,8 +30,10 @@ class LibraryLog {
         SetEnvironmentVariableW(L"MORVEX_TEST_SCRIPT", nullptr);
     }
 
+    std::wstring Path() const { return folder_ / L"calls.log"; }
+
     std::vector<LibraryCall> Calls() const {
-        const std::string bytes = ReadFileBytes(folder_ / L"calls.log");
+        const std::string bytes = ReadFileBytes(Path());
         const std::wstring text(reinterpret_cast<const wchar_t*>(bytes.data()), bytes.size() / 2);
         std::vector<LibraryCall> calls;
         std::wistringstream lines(text);
