@@ -1,4 +1,5 @@
 #include <cmath>
+#include <cstdlib>
 #include <gtest/gtest.h>
 
 #include "tests/chain/geometry.h"
@@ -73,6 +74,23 @@ TEST(Conversion, SettingsReachTheOutput) {
     EXPECT_NE(nurbs.find("B_SPLINE_SURFACE"), std::string::npos);
     EXPECT_NE(convert("STEP", "ap242.stp", "[STEP CONF]\nWRITE_VERSION=242\n").find("AP242"),
               std::string::npos);
+}
+
+// Wine keeps its drives in folders with a colon in their names.
+TEST(Conversion, ReachesTheSystemDrive) {
+    const Program program;
+    const std::string output = "C:\\morvex-chain-test";
+    const char* prefix = std::getenv("WINEPREFIX");
+    const fs::path drive =
+        fs::path(prefix ? prefix : std::string(std::getenv("HOME")) + "/.wine") / "drive_c";
+    for (const auto& [format, suffix] :
+         {std::pair{"STL", ".stl"}, {"STEP", ".stp"}, {"OBJ", ".obj"}, {"FBX", ".fbx"}}) {
+        const fs::path made = drive / (std::string("morvex-chain-test") + suffix);
+        EXPECT_EQ(program.Convert("STEP", format, kParts / "step/screw.step", output + suffix), 0) << suffix;
+        EXPECT_TRUE(fs::exists(made)) << suffix;
+        for (const char* extra : {"", "-zel.xml"}) fs::remove(made.string() + extra);
+        fs::remove(drive / "morvex-chain-test.mtl");
+    }
 }
 
 TEST(Conversion, NamesOfAllKindsArrive) {
