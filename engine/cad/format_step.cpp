@@ -99,7 +99,7 @@ extern "C" Outcome WriteStep(JobContext& context) {
                               context.facets ? 0 : 1);  // plane faces need no such curves
     Interface_Static::SetCVal("write.step.product.name", name.c_str());
 
-    STEPCAFControl_Writer writer;
+    STEPCAFControl_Writer& writer = *new STEPCAFControl_Writer;  // not freed either
     writer.SetColorMode(Standard_True);
     writer.SetNameMode(Standard_True);
     writer.SetLayerMode(Standard_True);

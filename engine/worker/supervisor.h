@@ -9,10 +9,10 @@
 namespace morvex {
 
 struct SupervisorOptions {
-    int callerPipe = -1;              // its end of file means that the caller is gone; -1: nobody to watch
-    double secondsAllowed = 0;        // 0: as long as it takes
-    // Processor time that the percentage may stand still, in seconds, plus one for each 100 KB of the input. Damaged
-    // numbers send the libraries into loops without end; a whole file moves on many times faster.
+    int callerPipe = -1;        // its end of file means that the caller is gone; -1: nobody to watch
+    double secondsAllowed = 0;  // 0: as long as it takes
+    // Processor time that the percentage may stand still, in seconds, plus one for each 100 KB of the input.
+    // Damaged numbers send the libraries into loops without end; a whole file moves on many times faster.
     double patience = 40;
     std::uint64_t memoryAllowed = 0;  // bytes of address space of the job; 0: a share of the machine's memory
     std::function<void(int percent)> onProgress;
