@@ -72,7 +72,8 @@ void CDragListCtrl::RedrawVisible() const {
 }
 
 void CDragListCtrl::FitColumnsToRows() {
-    if (roomForScrollBar_ || model_.Count() <= kRowsInSight) return;
+    // A window that the screen clips shows fewer rows than it was made for.
+    if (roomForScrollBar_ || model_.Count() <= std::min<size_t>(kRowsInSight, view_.VisibleCount())) return;
     roomForScrollBar_ = true;
     const int status = static_cast<int>(ListColumn::Status);
     view_.SetColumnWidth(status, view_.ColumnWidth(status) - Scaled(kScrollBarRoom));

@@ -204,6 +204,7 @@ bool CmorvexDlg::PreTranslate(const MSG& message) {
 }
 
 void CmorvexDlg::OnCancel() {
+    if (!IsWindowEnabled(Handle())) return;  // a box or dialog of ours is open and would lose its owner
     TakeOutputFolder();
     Destroy();
 }
@@ -290,8 +291,8 @@ bool CmorvexDlg::OnMessage(UINT message, WPARAM wParam, LPARAM lParam, INT_PTR& 
             if (LOWORD(wParam) != WA_INACTIVE && !Converting()) taskbar_.Clear();
             return false;
         case WM_CONTEXTMENU:
-            OnContextMenu(reinterpret_cast<HWND>(wParam), {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)});
-            return true;
+            return OnContextMenu(reinterpret_cast<HWND>(wParam),
+                                 {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)});
         case WM_DROPFILES: {
             const auto drop = reinterpret_cast<HDROP>(wParam);
             AddDroppedFileHandle(drop);
@@ -315,7 +316,7 @@ bool CmorvexDlg::OnMessage(UINT message, WPARAM wParam, LPARAM lParam, INT_PTR& 
             return true;
         case WM_TIMER:
             if (wParam == kRunNewsTimer) OnRunNews();
-            if (wParam == kFlashTimer) FlashInputFormat();
+            if (wParam == kFlashTimer && flashing_) FlashInputFormat();
             return true;
         default:
             return false;
@@ -329,21 +330,26 @@ void CmorvexDlg::Rescale() {
     RedrawWindow(Handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
 }
 
-void CmorvexDlg::OnContextMenu(HWND clicked, POINT screen) {
+bool CmorvexDlg::OnContextMenu(HWND clicked, POINT screen) {
     RECT client{};
     GetClientRect(Handle(), &client);
     if (screen.x == -1 && screen.y == -1) {  // by the keyboard
-        const int row = listControl_.View().FocusedRow();
+        const HWND list = Item(IDC_LIST);
+        const HWND origin = clicked == Handle() ? list : clicked;
+        RECT room{};
+        GetClientRect(origin, &room);
+        const int row = origin == list ? listControl_.View().FocusedRow() : -1;
         const RECT place = row < 0 ? RECT{} : listControl_.View().RowRect(static_cast<size_t>(row));
-        screen = {place.left, place.bottom};
-        ClientToScreen(clicked == Handle() ? Item(IDC_LIST) : clicked, &screen);
+        screen = {std::clamp(place.left, 0L, room.right), std::clamp(place.bottom, 0L, room.bottom)};
+        ClientToScreen(origin, &screen);
     }
     POINT inside = screen;
     ScreenToClient(Handle(), &inside);
-    if (!PtInRect(&client, inside)) return;
+    if (!PtInRect(&client, inside)) return false;
     PopupMenu menu;
     FillContextMenu(menu);
     prompts_.showMenu(menu, Handle(), screen);
+    return true;
 }
 
 void CmorvexDlg::EnableControls(bool on) {

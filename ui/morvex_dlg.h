@@ -61,7 +61,7 @@ class CmorvexDlg : public ModelessDialog {
     void ApplyTexts();
     std::wstring Title() const;
     void Rescale();
-    void OnContextMenu(HWND clicked, POINT screen);
+    bool OnContextMenu(HWND clicked, POINT screen);
     bool OnListKey(int key);
     void ShowStatus(const std::wstring& text) { Control(Item(IDC_STATUS_LINE)).SetText(text); }
     void Warn(const std::wstring& text) {
@@ -154,6 +154,7 @@ class CmorvexDlg : public ModelessDialog {
     UINT smallestDpi_ = USER_DEFAULT_SCREEN_DPI;
     HWND clickedControl_ = nullptr;  // what took the focus from the output folder by a click, and where
     POINT clickedPoint_{};
+    bool flashing_ = false;      // a late tick of the timer must not start it anew
     std::wstring flashedLabel_;  // the input format's label while it flashes
 
     Source addingSource_ = Source::Folder;

@@ -13,12 +13,13 @@ void CmorvexDlg::AddFiles() {
     if (Busy()) return;
     std::wstring filter = InputFilterTextToDialogFilter(settings_.formatIn.Get());
     if (filter.empty()) filter = context_.text(IDS_ALL_FILES) + L" (*.*)|*.*||";
-    const std::vector<std::wstring> paths =
-        prompts_.openFiles(Handle(), {.filter = filter,
-                                      .initialFolder = settings_.inputFolder.Get(),
-                                      .flags = OFN_PATHMUSTEXIST | OFN_HIDEREADONLY,
-                                      .bufferCharacters = 100000,
-                                      .multiple = true});
+    const std::vector<std::wstring> paths = prompts_.openFiles(
+        Handle(), {.filter = filter,
+                   .initialFolder = settings_.inputFolder.Get(),
+                   .flags = OFN_PATHMUSTEXIST | OFN_HIDEREADONLY,
+                   .bufferCharacters = 2000000,  // too small a one would lose the whole choice without a word
+                   .multiple = true});
+    if (paths.empty()) return;
     for (const std::wstring& path : paths) list_.AppendPickedFile(path);
     RowsAdded();
 }
@@ -80,9 +81,11 @@ void CmorvexDlg::ShowOnlyFormatMessage() {
     const std::wstring text = context_.text(IDS_ONLY) + L" " + format.substr(0, format.rfind(L' ')) + L" " +
                               context_.text(IDS_FILES_CAN_BE_ADDED);
     flashedLabel_.clear();
+    flashing_ = true;
     SetTimer(Handle(), kFlashTimer, kFlashDelay, nullptr);
     prompts_.message(Handle(), text, kMessageCaption, MB_OK);
     KillTimer(Handle(), kFlashTimer);
+    flashing_ = false;
     if (!flashedLabel_.empty()) FlashInputFormat();
 }
 

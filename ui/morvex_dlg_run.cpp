@@ -57,7 +57,11 @@ void CmorvexDlg::OnRunEnded(const RunOutcome& outcome) {
     state_ = RunState::Finished;
     if (outcome.abandoned) {
         for (size_t row = 0; row < list_.Count(); ++row) {
-            if (list_.Row(row).status == kStatusNone) list_.SetStatus(row, context_.text(IDS_NOT_CONVERTED));
+            const std::wstring& status = list_.Row(row).status;
+            if (status == kStatusNone)
+                list_.SetStatus(row, context_.text(IDS_NOT_CONVERTED));
+            else if (status == context_.text(IDS_IN_PROGRESS))
+                list_.SetStatus(row, context_.text(IDS_RESULT_KO));
         }
         taskbar_.Show(list_.Count(), list_.Count(), true);
         listControl_.RedrawVisible();

@@ -91,11 +91,10 @@ ModelessDialog::~ModelessDialog() {
 }
 
 void ModelessDialog::Create(int templateId, HWND parent) {
-    if (!CreateDialogParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(templateId), parent, Procedure,
-                            ToParameter(this))) {
-        if (Failure()) std::rethrow_exception(Failure());
-        ThrowLastError("dialog");
-    }
+    const HWND window = CreateDialogParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(templateId), parent,
+                                           Procedure, ToParameter(this));
+    if (Failure()) std::rethrow_exception(Failure());
+    if (!window) ThrowLastError("dialog");
 }
 
 void ModelessDialog::Destroy() {

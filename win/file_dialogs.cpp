@@ -87,8 +87,10 @@ std::optional<std::wstring> BrowseFolder(HWND owner, const std::wstring& title, 
     request.lpfn = SelectInitialFolder;
     request.lParam = reinterpret_cast<LPARAM>(initial.c_str());
     const UniqueResource<PIDLIST_ABSOLUTE, ::CoTaskMemFree> folder(SHBrowseForFolderW(&request));
-    if (!folder || !SHGetPathFromIDListW(folder.get(), path)) return std::nullopt;
-    return path;
+    PWSTR chosen = nullptr;  // of any length, unlike SHGetPathFromIDListW's
+    if (!folder || FAILED(SHGetNameFromIDList(folder.get(), SIGDN_FILESYSPATH, &chosen))) return std::nullopt;
+    const UniqueResource<PWSTR, ::CoTaskMemFree> ownerOfChosen(chosen);
+    return chosen;
 }
 
 }  // namespace morvex

@@ -4,11 +4,14 @@
 
 #include <shellapi.h>
 
+#include <algorithm>
 #include <cstring>
 
 namespace morvex {
 
-void OpenWithShell(HWND owner, const std::wstring& path) {
+void OpenWithShell(HWND owner, std::wstring path) {
+    std::replace(path.begin(), path.end(), L'/', L'\\');
+    if (path.ends_with(L':')) path += L'\\';  // "C:" alone is that drive's current folder
     ShellExecuteW(owner, L"open", path.c_str(), nullptr, nullptr, SW_SHOWNORMAL);
 }
 

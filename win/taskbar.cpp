@@ -16,6 +16,9 @@ void TaskbarProgress::Attach(HWND window) {
     if (SUCCEEDED(
             CoCreateInstance(CLSID_TaskbarList, nullptr, CLSCTX_INPROC_SERVER, IID_ITaskbarList3, &list))) {
         list_ = static_cast<ITaskbarList3*>(list);
+        if (SUCCEEDED(list_->HrInit())) return;
+        list_->Release();
+        list_ = nullptr;
     }
 }
 
