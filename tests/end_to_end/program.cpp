@@ -69,4 +69,16 @@ ProgramRun Program::Run(const std::wstring& arguments) const {
     return run;
 }
 
+UniqueHandle Program::StartWindow(DWORD& id) const {
+    const std::wstring program = folder_ / L"Morvex.exe";
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION created{};
+    EXPECT_TRUE(CreateProcessW(program.c_str(), nullptr, nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                               &startup, &created));
+    CloseHandle(created.hThread);
+    id = created.dwProcessId;
+    return UniqueHandle(created.hProcess);
+}
+
 }  // namespace morvex::test

@@ -8,6 +8,7 @@
 
 #include "tests/support/library_log.h"
 #include "tests/support/temp_folder.h"
+#include "win/unique_handle.h"
 
 namespace morvex::test {
 
@@ -26,6 +27,9 @@ class Program {
     // Runs Morvex.exe with this text behind its name on the command line, to its end; kills it after a
     // minute.
     ProgramRun Run(const std::wstring& arguments) const;
+
+    // Starts Morvex.exe without arguments: the window. The caller ends it.
+    UniqueHandle StartWindow(DWORD& id) const;
 
     std::wstring Folder() const { return folder_.Path(); }
     std::wstring UserFolder() const { return folder_ / L"user"; }
