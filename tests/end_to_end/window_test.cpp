@@ -50,7 +50,7 @@ void PrepareSlowRun(const Program& program) {
 
 TEST(Window, ClosedInARunLeavesNoProcess) {
     const Program program;
-    const LibraryLog log(L"output,sleep=60000");
+    const LibraryLog log(L"spew=1,sleep=60000");  // a call that writes is logged before it sleeps
     Program::Formats(nullptr, nullptr);
     PrepareSlowRun(program);
     DWORD id = 0;
