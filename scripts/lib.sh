@@ -51,8 +51,8 @@ need_wine() {
   need_prefix
 }
 
-# Makes the Wine prefix on first use. The wineserver then stays a little longer than its last program, so that not
-# every program has to start it.
+# Makes the Wine prefix on first use. The wineserver then stays two minutes longer than its last program, so that not
+# every program has to start it, nor meets it while it ends.
 need_prefix() {
   if [ ! -e "$WINEPREFIX/system.reg" ]; then
     mkdir -p "$build"
@@ -61,7 +61,7 @@ need_prefix() {
     link_fonts >/dev/null 2>&1
     wineserver -k || true
   fi
-  wineserver -p10 >/dev/null 2>&1 || true
+  wineserver -p120 >/dev/null 2>&1 || true
 }
 
 # Wine's interface font has no Chinese, Japanese and Korean letters; name one that has.
