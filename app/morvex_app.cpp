@@ -9,6 +9,7 @@
 #include "app/start_up.h"
 #include "convert/child_road.h"
 #include "convert/conversion_run.h"
+#include "settings/prompts.h"
 #include "ui/main_window.h"
 #include "win/command_line.h"
 #include "win/paths.h"
@@ -16,8 +17,6 @@
 
 namespace morvex {
 namespace {
-
-constexpr wchar_t kTitle[] = L"Morvex 2024";
 
 // Console output in UTF-8; silent when the process has none.
 void Print(DWORD stream, const std::wstring& text) {
@@ -50,7 +49,7 @@ void CmorvexApp::ReportFailure(const char* what) {
     if (SplitCommandLine(GetCommandLineW()).size() > 1)
         Print(STD_ERROR_HANDLE, text + L"\n");
     else
-        MessageBoxW(nullptr, text.c_str(), kTitle, MB_OK | MB_ICONERROR);
+        MessageBoxW(nullptr, text.c_str(), kMessageCaption, MB_OK | MB_ICONERROR);
 }
 
 bool CmorvexApp::InitInstance() {
@@ -59,7 +58,7 @@ bool CmorvexApp::InitInstance() {
     if (arguments.size() > 1) RunChildRoad(arguments);
     // Only a window takes drops; a child would load the whole OLE library for nothing.
     if (FAILED(OleInitialize(nullptr))) {
-        MessageBoxW(nullptr, L"AfxOleInit Error!", kTitle, MB_OK | MB_ICONEXCLAMATION);
+        MessageBoxW(nullptr, L"AfxOleInit Error!", kMessageCaption, MB_OK | MB_ICONEXCLAMATION);
         return false;
     }
     SilenceOutput();

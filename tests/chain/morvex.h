@@ -69,9 +69,6 @@ std::string Utf16(const std::string& ascii);  // with byte-order mark
 // Ids of running processes whose command line holds the text.
 std::vector<int> ProcessesWith(const std::string& text);
 
-template <class Condition>
-bool Eventually(double seconds, Condition condition);
-
 void Pause();  // a few milliseconds, between two looks at a condition
 
 template <class Condition>
