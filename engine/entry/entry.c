@@ -5,8 +5,8 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "engine/common/protocol.h"
 #include "engine/entry/platform.h"
-#include "engine/entry/protocol.h"
 
 enum { kVersion = 244, kRelease = 20240930, kConvertingPhase = 1 };
 

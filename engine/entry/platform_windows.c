@@ -2,8 +2,8 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "engine/common/protocol.h"
 #include "engine/entry/platform.h"
-#include "engine/entry/protocol.h"
 
 #define WIDE_TEXT(text) L##text
 #define WIDE(text) WIDE_TEXT(text)

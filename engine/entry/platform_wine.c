@@ -10,8 +10,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "engine/common/protocol.h"
 #include "engine/entry/platform.h"
-#include "engine/entry/protocol.h"
 
 extern char** environ;
 

@@ -6,8 +6,8 @@
 #include <stdexcept>
 #include <unistd.h>
 
-#include "engine/worker/formats.h"
-#include "engine/worker/ini_file.h"
+#include "engine/common/formats.h"
+#include "engine/common/ini_file.h"
 #include "engine/worker/supervisor.h"
 
 namespace morvex {

@@ -8,7 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "engine/worker/formats.h"
+#include "engine/common/formats.h"
 
 namespace morvex {
 namespace {

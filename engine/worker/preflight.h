@@ -1,8 +1,8 @@
 // A look at the input before any of the large libraries sees a byte of it.
 #pragma once
 
-#include "engine/worker/outcome.h"
-#include "engine/worker/request.h"
+#include "engine/common/outcome.h"
+#include "engine/common/request.h"
 
 namespace morvex {
 

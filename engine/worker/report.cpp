@@ -5,8 +5,8 @@
 #include <string>
 #include <unistd.h>
 
-#include "engine/worker/formats.h"
-#include "engine/worker/text.h"
+#include "engine/common/formats.h"
+#include "engine/common/text.h"
 
 namespace morvex {
 namespace fs = std::filesystem;

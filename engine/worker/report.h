@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <filesystem>
 
-#include "engine/worker/journal.h"
-#include "engine/worker/request.h"
+#include "engine/common/journal.h"
+#include "engine/common/request.h"
 
 namespace morvex {
 

@@ -9,7 +9,7 @@
 #include <system_error>
 #include <unistd.h>
 
-#include "engine/worker/formats.h"
+#include "engine/common/formats.h"
 #include "engine/worker/supervisor.h"
 
 namespace morvex {

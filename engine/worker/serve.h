@@ -1,7 +1,7 @@
 // The worker at the service of the entry library.
 #pragma once
 
-#include "engine/entry/protocol.h"
+#include "engine/common/protocol.h"
 
 namespace morvex {
 

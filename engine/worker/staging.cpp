@@ -7,7 +7,7 @@
 #include <unistd.h>
 #include <vector>
 
-#include "engine/worker/formats.h"
+#include "engine/common/formats.h"
 
 namespace morvex {
 namespace fs = std::filesystem;

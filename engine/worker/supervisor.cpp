@@ -17,9 +17,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "engine/worker/formats.h"
-#include "engine/worker/job.h"
-#include "engine/worker/journal.h"
+#include "engine/common/formats.h"
+#include "engine/common/job.h"
+#include "engine/common/journal.h"
 #include "engine/worker/modules.h"
 #include "engine/worker/preflight.h"
 #include "engine/worker/report.h"
@@ -100,7 +100,7 @@ struct JobOrder {
     Outcome outcome;
     try {
         const auto run = reinterpret_cast<RunJobFunction*>(FindFunction("core", "RunJob"));
-        outcome = run(order.request, order.settings, order.target, journal);
+        outcome = run({order.request, order.settings, order.target, journal, FindFunction});
     } catch (const std::bad_alloc&) {
         outcome = Outcome::Fail(ZEL_FAILED, "The conversion needs more memory than it may have");
     } catch (const std::exception& error) {

@@ -3,8 +3,8 @@
 
 #include <functional>
 
-#include "engine/worker/outcome.h"
-#include "engine/worker/request.h"
+#include "engine/common/outcome.h"
+#include "engine/common/request.h"
 
 namespace morvex {
 

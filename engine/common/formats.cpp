@@ -1,0 +1,94 @@
+#include "engine/common/formats.h"
+
+#include <algorithm>
+#include <array>
+#include <string>
+
+namespace morvex {
+namespace {
+
+using Suffix = std::string_view;
+
+constexpr int kStepCodes[] = {4}, kIgesCodes[] = {6}, kBrepCodes[] = {42}, kStlCodes[] = {22},
+              kVrmlCodes[] = {23}, kObjCodes[] = {45}, kGltfCodes[] = {54}, kColladaCodes[] = {37},
+              kFbxCodes[] = {55}, k3mfCodes[] = {50}, kIfcCodes[] = {48}, kDxfCodes[] = {33, 35};
+constexpr Suffix kStepSuffixes[] = {".stp", ".step", ".stpnc", ".stpa", ".stpz", ".stpx", ".stpxz"},
+                 kIgesSuffixes[] = {".igs", ".iges", ".ig2"}, kBrepSuffixes[] = {".brep"},
+                 kStlSuffixes[] = {".stl"}, kVrmlSuffixes[] = {".wrl"}, kObjSuffixes[] = {".obj"},
+                 kGltfSuffixes[] = {".gltf"}, kGlbSuffixes[] = {".glb"}, kColladaSuffixes[] = {".dae"},
+                 kFbxSuffixes[] = {".fbx"}, k3mfSuffixes[] = {".3mf"},
+                 kIfcSuffixes[] = {".ifc", ".ifcxml", ".ifczip"}, kDxfSuffixes[] = {".dxf", ".dwg"};
+
+constexpr char kStepModule[] = "step", kIgesModule[] = "iges", kMeshModule[] = "mesh",
+               kSceneModule[] = "scene", kAssimpModule[] = "assimp_reader", kCoreModule[] = "core";
+
+// Where two formats share a number the first is taken when the suffix does not tell.
+constexpr auto kFormats = std::to_array<Format>({
+    {FormatId::Step, "STEP", kStepCodes, kStepSuffixes, kStepModule, "ReadStep", kStepModule, "WriteStep",
+     Needs::Surfaces, nullptr},
+    {FormatId::Iges, "IGES", kIgesCodes, kIgesSuffixes, kIgesModule, "ReadIges", kIgesModule, "WriteIges",
+     Needs::Surfaces, nullptr},
+    {FormatId::Brep, "BREP", kBrepCodes, kBrepSuffixes, kCoreModule, "ReadBrep", kCoreModule, "WriteBrep",
+     Needs::Anything, nullptr},
+    {FormatId::Stl, "STL", kStlCodes, kStlSuffixes, kMeshModule, "ReadStl", kMeshModule, "WriteStl",
+     Needs::Triangles, nullptr},
+    {FormatId::Vrml, "VRML", kVrmlCodes, kVrmlSuffixes, nullptr, nullptr, kSceneModule, "WriteVrml",
+     Needs::Triangles, nullptr},
+    {FormatId::Obj, "OBJ", kObjCodes, kObjSuffixes, kMeshModule, "ReadObj", kMeshModule, "WriteObj",
+     Needs::Triangles, ".mtl"},
+    {FormatId::Gltf, "glTF", kGltfCodes, kGltfSuffixes, kMeshModule, "ReadGltf", kMeshModule, "WriteGltf",
+     Needs::Triangles, ".bin"},
+    {FormatId::Glb, "glb", kGltfCodes, kGlbSuffixes, kMeshModule, "ReadGltf", kMeshModule, "WriteGltf",
+     Needs::Triangles, nullptr},
+    {FormatId::Collada, "Collada", kColladaCodes, kColladaSuffixes, nullptr, nullptr, kSceneModule,
+     "WriteCollada", Needs::Triangles, nullptr},
+    {FormatId::Fbx, "FBX", kFbxCodes, kFbxSuffixes, kAssimpModule, "ReadFbx", kSceneModule, "WriteFbx",
+     Needs::Triangles, nullptr},
+    {FormatId::ThreeMf, "3MF", k3mfCodes, k3mfSuffixes, nullptr, nullptr, kSceneModule, "Write3mf",
+     Needs::Triangles, nullptr},
+    {FormatId::Ifc, "IFC", kIfcCodes, kIfcSuffixes, kAssimpModule, "ReadIfc", nullptr, nullptr,
+     Needs::Anything, nullptr},
+    {FormatId::Dxf, "DXF", kDxfCodes, kDxfSuffixes, kAssimpModule, "ReadDxf", nullptr, nullptr,
+     Needs::Anything, nullptr},
+});
+
+std::string Lower(std::string_view text) {
+    std::string lower(text);
+    for (char& c : lower) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    return lower;
+}
+
+template <class Usable>
+const Format* Find(int code, const std::filesystem::path& path, Usable usable) {
+    const std::string suffix = Lower(path.extension().string());
+    const Format* byCode = nullptr;
+    for (const Format& format : kFormats) {
+        const bool hasCode = code == kAnyFormatCode || std::ranges::count(format.codes, code) != 0;
+        if (!usable(format) || !hasCode) continue;
+        if (std::ranges::count(format.suffixes, suffix) != 0) return &format;
+        if (byCode == nullptr && code != kAnyFormatCode) byCode = &format;
+    }
+    return byCode;
+}
+
+}  // namespace
+
+std::span<const Format> AllFormats() {
+    return kFormats;
+}
+
+const Format* FindInputFormat(int code, const std::filesystem::path& path) {
+    return Find(code, path, [](const Format& format) { return format.readModule != nullptr; });
+}
+
+const Format* FindOutputFormat(int code, const std::filesystem::path& path) {
+    return Find(code, path, [](const Format& format) { return format.writeModule != nullptr; });
+}
+
+const Format* FindFormatByName(std::string_view name) {
+    const auto found = std::ranges::find_if(
+        kFormats, [&](const Format& format) { return Lower(format.name) == Lower(name); });
+    return found == kFormats.end() ? nullptr : &*found;
+}
+
+}  // namespace morvex

@@ -1,0 +1,115 @@
+#include "engine/common/ini_file.h"
+
+#include <fstream>
+#include <iterator>
+
+namespace morvex {
+namespace {
+
+constexpr std::size_t kLongestFile = 16u << 20;
+
+std::string_view Trim(std::string_view text) {
+    const auto first = text.find_first_not_of(" \t\r\n");
+    if (first == std::string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
+}
+
+std::string Name(std::string_view section, std::string_view key) {
+    std::string name = std::string(section) + '\n' + std::string(key);
+    for (char& c : name) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    return name;
+}
+
+void AppendUtf8(std::string& text, char32_t c) {
+    const auto tail = [&](int shift) { text += static_cast<char>(0x80 | ((c >> shift) & 0x3f)); };
+    if (c < 0x80) {
+        text += static_cast<char>(c);
+    } else if (c < 0x800) {
+        text += static_cast<char>(0xc0 | (c >> 6));
+        tail(0);
+    } else if (c < 0x10000) {
+        text += static_cast<char>(0xe0 | (c >> 12));
+        tail(6), tail(0);
+    } else {
+        text += static_cast<char>(0xf0 | (c >> 18));
+        tail(12), tail(6), tail(0);
+    }
+}
+
+std::string FromUtf16(std::string_view bytes) {
+    const auto unit = [&](std::size_t at) -> char32_t {
+        return static_cast<unsigned char>(bytes[at]) |
+               static_cast<char32_t>(static_cast<unsigned char>(bytes[at + 1])) << 8;
+    };
+    std::string text;
+    for (std::size_t at = 0; at + 1 < bytes.size(); at += 2) {
+        char32_t c = unit(at);
+        if (c >= 0xd800 && c < 0xdc00 && at + 3 < bytes.size()) {
+            const char32_t low = unit(at + 2);
+            if (low >= 0xdc00 && low < 0xe000) {
+                c = 0x10000 + ((c - 0xd800) << 10) + (low - 0xdc00);
+                at += 2;
+            }
+        }
+        AppendUtf8(text, c);
+    }
+    return text;
+}
+
+}  // namespace
+
+IniFile IniFile::Read(const std::filesystem::path& path) {
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(path, error) ||
+        std::filesystem::file_size(path, error) > kLongestFile) {
+        return {};
+    }
+    std::ifstream file(path, std::ios::binary);
+    return Parse(std::string(std::istreambuf_iterator<char>(file), {}));
+}
+
+IniFile IniFile::Parse(std::string_view bytes) {
+    IniFile file;
+    std::string decoded;
+    if (bytes.starts_with("\xff\xfe")) {
+        decoded = FromUtf16(bytes.substr(2));
+        bytes = decoded;
+    } else if (bytes.starts_with("\xef\xbb\xbf")) {
+        bytes.remove_prefix(3);
+    }
+    std::string section;
+    while (!bytes.empty()) {
+        const auto end = bytes.find('\n');
+        const std::string_view line = Trim(bytes.substr(0, end));
+        bytes.remove_prefix(end == std::string_view::npos ? bytes.size() : end + 1);
+        const auto equals = line.find('=');
+        if (line.starts_with('[')) {
+            section = Trim(line.substr(1, line.find(']') - 1));
+        } else if (!line.starts_with(';') && equals != std::string_view::npos) {
+            file.values_.try_emplace(Name(section, Trim(line.substr(0, equals))),
+                                     Trim(line.substr(equals + 1)));
+        }
+    }
+    return file;
+}
+
+std::optional<std::string> IniFile::Value(std::string_view section, std::string_view key) const {
+    const auto found = values_.find(Name(section, key));
+    if (found == values_.end()) return std::nullopt;
+    std::string_view value = found->second;
+    if (value.size() >= 2 && value.front() == '"' && value.back() == '"') {
+        value = Trim(value.substr(1, value.size() - 2));
+    }
+    return std::string(value);
+}
+
+bool IniFile::Override(std::string_view assignment) {
+    const auto slash = assignment.find('/');
+    const auto equals = assignment.find('=');
+    if (slash == std::string_view::npos || equals == std::string_view::npos || slash > equals) return false;
+    const std::string_view key = assignment.substr(slash + 1, equals - slash - 1);
+    values_[Name(assignment.substr(0, slash), Trim(key))] = Trim(assignment.substr(equals + 1));
+    return true;
+}
+
+}  // namespace morvex

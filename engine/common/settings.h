@@ -1,0 +1,52 @@
+// The keys of the conversion configuration file that the engine honours.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "engine/common/ini_file.h"
+
+namespace morvex {
+
+struct Settings {
+    // Tessellation. A tolerance that is switched off takes the engine's own: 1/1000 of the model's diagonal,
+    // 0.5 rad.
+    bool linearOff = true;
+    double linearTolerance = 0.1;  // mm
+    bool angularOff = true;
+    double angularTolerance = 0.174532;  // radians
+    double smallestEdge = 0;             // mm
+    bool keepMeshes = true;              // use triangles that the input brings along
+    bool normalsFromSurface = true;
+    bool asciiStl = false;
+
+    // What is converted.
+    bool wireframe = false;
+    bool annotations = false;  // dimensions, tolerances, datums
+    bool colours = true;
+    bool constructSolids = true;
+    int partVisibility =
+        -1;  // -1: hidden ones are left out, or stay hidden where the output can say so; else shown
+    int assemblyVisibility = -1;
+    bool toNurbs = false;
+    bool keepAssembly = true;
+
+    bool readStepAnnotations = false;
+    bool writeStepAnnotations = true;
+    int stepVersion = 0;  // 203, 214, 242, or 0: 214, and 242 when there are annotations to keep
+
+    bool reverseTransparency = false;
+    bool colladaTree = true;
+    bool colladaCopies = true;  // geometry repeated in each node instead of the nodes' library
+    int colladaVersion = 141;
+    bool vertexColours = false;
+
+    int decimals = 10;  // most decimals of the numbers in text formats
+    bool writeReport = true;
+};
+
+// Reads every key; one that is missing has its default, and so has one whose value makes no sense, which is
+// then named in `complaints`.
+Settings ReadSettings(const IniFile& file, std::vector<std::string>& complaints);
+
+}  // namespace morvex

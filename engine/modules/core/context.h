@@ -1,0 +1,42 @@
+// What a reader or a writer of a format is given. Each is a function with C linkage in a module of the
+// engine.
+#pragma once
+
+#include <Message_ProgressRange.hxx>
+#include <filesystem>
+#include <string>
+
+#include "engine/common/formats.h"
+#include "engine/common/journal.h"
+#include "engine/common/outcome.h"
+#include "engine/common/request.h"
+#include "engine/common/settings.h"
+#include "engine/modules/core/document.h"
+
+namespace morvex {
+
+struct JobContext {
+    const Request& request;
+    const Settings& settings;
+    Journal& journal;
+    Document& document;
+    std::filesystem::path file;      // the input for a reader, the file in the temporary folder for a writer
+    Message_ProgressRange progress;  // its own share
+    bool facets = false;             // the surfaces to write are the plane triangles of a mesh
+
+    // Whether the annotations of a STEP file are to be read and kept.
+    bool KeepsAnnotations() const {
+        return settings.annotations || settings.readStepAnnotations || settings.stepVersion == 242;
+    }
+};
+
+using FormatFunction = Outcome(JobContext& context);
+
+inline Outcome Damaged(const std::string& why) {
+    return Outcome::Fail(ZEL_CORRUPTED, why);
+}
+inline Outcome NotWritten() {
+    return Outcome::Fail(ZEL_CANNOT_WRITE, "The writer reported an error");
+}
+
+}  // namespace morvex

@@ -1,0 +1,219 @@
+#include "engine/modules/core/document.h"
+
+#include <BRep_Builder.hxx>
+#include <BRep_Tool.hxx>
+#include <Poly_Triangulation.hxx>
+#include <TDF_Tool.hxx>
+#include <TDataStd_Name.hxx>
+#include <TDocStd_Application.hxx>
+#include <TopExp_Explorer.hxx>
+#include <TopoDS.hxx>
+#include <TopoDS_Compound.hxx>
+#include <TopoDS_Iterator.hxx>
+#include <XCAFApp_Application.hxx>
+#include <XCAFDoc_DocumentTool.hxx>
+#include <algorithm>
+#include <cmath>
+#include <unordered_map>
+
+namespace morvex {
+namespace {
+
+// Sums that stop at a number far above what any limit allows: nested references multiply beyond all bounds.
+constexpr std::int64_t kCountless = std::int64_t{1} << 40;
+std::int64_t Plus(std::int64_t a, std::int64_t b) {
+    return std::min(a + b, kCountless);
+}
+std::int64_t Times(std::int64_t a, std::int64_t b) {
+    return b != 0 && a > kCountless / b ? kCountless : a * b;
+}
+
+struct ShapeCounts {
+    std::int64_t solids = 0, faces = 0, triangles = 0, edges = 0;
+
+    void Add(const ShapeCounts& other) {
+        solids = Plus(solids, other.solids);
+        faces = Plus(faces, other.faces);
+        triangles = Plus(triangles, other.triangles);
+        edges = Plus(edges, other.edges);
+    }
+};
+
+// Counts each shape once and remembers it, however often it is used.
+class ShapeCounter {
+  public:
+    const ShapeCounts& Count(const TopoDS_Shape& shape) {
+        const auto known = known_.find(shape.TShape().get());
+        if (known != known_.end()) return known->second;
+        ShapeCounts counts;
+        switch (shape.ShapeType()) {
+            case TopAbs_FACE: {
+                TopLoc_Location location;
+                const auto triangles = BRep_Tool::Triangulation(TopoDS::Face(shape), location);
+                counts.faces = 1;
+                if (!triangles.IsNull()) counts.triangles = triangles->NbTriangles();
+                break;
+            }
+            case TopAbs_EDGE:
+                counts.edges = 1;
+                break;
+            case TopAbs_VERTEX:
+                break;
+            default:
+                counts.solids = shape.ShapeType() == TopAbs_SOLID;
+                for (TopoDS_Iterator child(shape); child.More(); child.Next())
+                    counts.Add(Count(child.Value()));
+        }
+        return known_[shape.TShape().get()] = counts;
+    }
+
+  private:
+    std::unordered_map<const TopoDS_TShape*, ShapeCounts> known_;
+};
+
+// In how many places a part or an assembly stands.
+class PlaceCounter {
+  public:
+    std::int64_t Count(const TDF_Label& shape) {
+        TCollection_AsciiString entry;
+        TDF_Tool::Entry(shape, entry);
+        const auto [place, isNew] = known_.try_emplace(entry.ToCString(), 0);
+        if (!isNew) return place->second;
+        if (XCAFDoc_ShapeTool::IsFree(shape)) return place->second = 1;
+        TDF_LabelSequence users;
+        XCAFDoc_ShapeTool::GetUsers(shape, users, Standard_False);
+        std::int64_t number = 0;
+        for (const TDF_Label& user : users) {
+            number = Plus(number, Count(XCAFDoc_ShapeTool::IsComponent(user) ? user.Father() : user));
+        }
+        return known_[entry.ToCString()] = number;
+    }
+
+  private:
+    std::unordered_map<std::string, std::int64_t> known_;
+};
+
+// "12", "NAUO12": what systems write that give their instances no names.
+bool IsRunningNumber(const TCollection_ExtendedString& name) {
+    std::string text = TCollection_AsciiString(name).ToCString();
+    if (text.starts_with("NAUO")) text.erase(0, 4);
+    return text.find_first_not_of("0123456789") == std::string::npos;
+}
+
+}  // namespace
+
+Document::Document() {
+    XCAFApp_Application::GetApplication()->NewDocument("BinXCAF", document_);
+    shapes_ = XCAFDoc_DocumentTool::ShapeTool(document_->Main());
+    colours_ = XCAFDoc_DocumentTool::ColorTool(document_->Main());
+}
+
+TDF_Label Document::AddPart(const TopoDS_Shape& shape, const std::string& name) {
+    const TCollection_ExtendedString title(name.c_str(), Standard_True);
+    const TopLoc_Location& location = shape.Location();
+    const TDF_Label part = shapes_->AddShape(shape.Located(TopLoc_Location()), Standard_False);
+    TDataStd_Name::Set(part, title);
+    if (location.IsIdentity()) return part;
+    const TDF_Label assembly = shapes_->NewShape();
+    TDataStd_Name::Set(assembly, title);
+    TDataStd_Name::Set(shapes_->AddComponent(assembly, part, location), title);
+    shapes_->UpdateAssemblies();
+    return part;
+}
+
+void Document::NameInstances() {
+    TDF_LabelSequence shapes;
+    shapes_->GetShapes(shapes);
+    for (const TDF_Label& shape : shapes) {
+        TDF_LabelSequence components;
+        XCAFDoc_ShapeTool::GetComponents(shape, components);
+        for (const TDF_Label& component : components) {
+            TDF_Label part;
+            Handle(TDataStd_Name) own, partName;
+            if (!XCAFDoc_ShapeTool::GetReferredShape(component, part) ||
+                !part.FindAttribute(TDataStd_Name::GetID(), partName)) {
+                continue;
+            }
+            if (!component.FindAttribute(TDataStd_Name::GetID(), own) || IsRunningNumber(own->Get())) {
+                TDataStd_Name::Set(component, partName->Get());
+            }
+        }
+    }
+}
+
+bool Document::ColourOf(const TDF_Label& label, Quantity_ColorRGBA& colour) const {
+    return colours_->GetColor(label, XCAFDoc_ColorSurf, colour) ||
+           colours_->GetColor(label, XCAFDoc_ColorGen, colour);
+}
+
+TDF_LabelSequence Document::Roots() const {
+    TDF_LabelSequence roots;
+    shapes_->GetFreeShapes(roots);
+    return roots;
+}
+
+std::vector<TDF_Label> Document::Parts() const {
+    TDF_LabelSequence shapes;
+    shapes_->GetShapes(shapes);
+    std::vector<TDF_Label> parts;
+    for (const TDF_Label& label : shapes) {
+        if (XCAFDoc_ShapeTool::IsSimpleShape(label)) parts.push_back(label);
+    }
+    return parts;
+}
+
+TopoDS_Shape Document::WholeShape() const {
+    const TDF_LabelSequence roots = Roots();
+    if (roots.IsEmpty()) return {};
+    if (roots.Length() == 1) return XCAFDoc_ShapeTool::GetShape(roots.First());
+    TopoDS_Compound whole;
+    const BRep_Builder builder;
+    builder.MakeCompound(whole);
+    for (const TDF_Label& root : roots) {
+        const TopoDS_Shape shape = XCAFDoc_ShapeTool::GetShape(root);
+        if (!shape.IsNull()) builder.Add(whole, shape);
+    }
+    return whole;
+}
+
+ModelCounts Document::Count() const {
+    ModelCounts counts;
+    TDF_LabelSequence colours;
+    colours_->GetColors(colours);
+    counts.colours = colours.Length();
+    PlaceCounter places;
+    ShapeCounter shapes;
+    for (const TDF_Label& part : Parts()) {
+        const std::int64_t instances = places.Count(part);
+        const ShapeCounts& shape = shapes.Count(XCAFDoc_ShapeTool::GetShape(part));
+        ++counts.parts;
+        counts.instances = Plus(counts.instances, instances);
+        counts.solids = Plus(counts.solids, Times(shape.solids, instances));
+        counts.faces = Plus(counts.faces, Times(shape.faces, instances));
+        counts.triangles = Plus(counts.triangles, Times(shape.triangles, instances));
+        counts.edges = Plus(counts.edges, Times(shape.edges, instances));
+    }
+    return counts;
+}
+
+std::string Document::MeshFault() const {
+    for (const TDF_Label& part : Parts()) {
+        for (TopExp_Explorer explorer(XCAFDoc_ShapeTool::GetShape(part), TopAbs_FACE); explorer.More();
+             explorer.Next()) {
+            const TopoDS_Face& face = TopoDS::Face(explorer.Current());
+            TopLoc_Location location;
+            const auto triangles = BRep_Tool::Triangulation(face, location);
+            if (triangles.IsNull()) {
+                if (BRep_Tool::Surface(face, location).IsNull()) return "The triangles of a face are missing";
+                continue;
+            }
+            for (int node = 1; node <= triangles->NbNodes(); ++node) {
+                const gp_Pnt point = triangles->Node(node);
+                if (!std::isfinite(point.X() + point.Y() + point.Z())) return "A coordinate is no number";
+            }
+        }
+    }
+    return {};
+}
+
+}  // namespace morvex

@@ -1,0 +1,35 @@
+// Everything between reader and writer.
+#pragma once
+
+#include "engine/modules/core/context.h"
+
+namespace morvex {
+
+// Applies the settings that change the model, then gives the writer what it needs: triangles, or surfaces.
+Outcome Prepare(JobContext& context);
+
+// The steps of it.
+
+// Leaves out what is hidden, or shows it, as the two visibility settings say.
+void ApplyVisibility(JobContext& context);
+// Leaves out edges, wires and points that bound no face.
+void DropWireframe(Document& document);
+// Makes the colours of materials (which mesh formats have) plain colours, which every writer knows.
+void MaterialsToColours(Document& document);
+void DropColours(Document& document);
+// One part in place of the assembly tree. Colours stay.
+void Flatten(Document& document, const std::string& name);
+// Every surface and curve as a B-spline.
+Outcome ToNurbs(JobContext& context);
+// Solids out of closed shells.
+void CloseSolids(Document& document);
+
+// Meshes every face that has a surface.
+Outcome MeshFaces(JobContext& context);
+
+// Faces that have triangles but no surface become plane faces with shared edges, and solids where they close.
+// Refused above a limit, as each triangle becomes about 1.2 KB of text and a third of a millisecond.
+Outcome TrianglesToFaces(JobContext& context);
+constexpr std::int64_t kMostFacets = 50'000;
+
+}  // namespace morvex

@@ -1,0 +1,85 @@
+// Triangles for every face.
+#include <BRepBndLib.hxx>
+#include <BRepMesh_IncrementalMesh.hxx>
+#include <BRepTools.hxx>
+#include <BRep_Builder.hxx>
+#include <BRep_Tool.hxx>
+#include <Bnd_Box.hxx>
+#include <IMeshTools_Parameters.hxx>
+#include <Poly_Triangulation.hxx>
+#include <TopExp_Explorer.hxx>
+#include <TopoDS.hxx>
+#include <TopoDS_Compound.hxx>
+#include <cmath>
+
+#include "engine/modules/core/prepare.h"
+
+namespace morvex {
+namespace {
+
+constexpr double kShareOfDiagonal = 1e-3;
+constexpr double kOwnAngle = 0.5;
+
+struct FaceSurvey {
+    std::int64_t surfaces = 0;  // faces that can be meshed
+    std::int64_t unmeshed = 0;  // of those
+};
+
+FaceSurvey Survey(const TopoDS_Shape& shape) {
+    FaceSurvey survey;
+    for (TopExp_Explorer explorer(shape, TopAbs_FACE); explorer.More(); explorer.Next()) {
+        const TopoDS_Face& face = TopoDS::Face(explorer.Current());
+        TopLoc_Location location;
+        if (BRep_Tool::Surface(face, location).IsNull()) continue;
+        ++survey.surfaces;
+        if (BRep_Tool::Triangulation(face, location).IsNull()) ++survey.unmeshed;
+    }
+    return survey;
+}
+
+double LinearDeflection(const Settings& settings, const TopoDS_Shape& shape) {
+    if (!settings.linearOff) return settings.linearTolerance;
+    Bnd_Box box;
+    BRepBndLib::AddClose(shape, box);
+    if (box.IsVoid()) return settings.linearTolerance;
+    const double diagonal = std::sqrt(box.SquareExtent());
+    return std::isfinite(diagonal) && diagonal > 0 ? diagonal * kShareOfDiagonal : settings.linearTolerance;
+}
+
+}  // namespace
+
+Outcome MeshFaces(JobContext& context) {
+    if (context.document.Count().faces == 0)
+        return Outcome::Fail(ZEL_EMPTY, "There is no face to make triangles of");
+    // Each part once, whatever the number of its instances.
+    TopoDS_Compound parts;
+    const BRep_Builder builder;
+    builder.MakeCompound(parts);
+    for (const TDF_Label& part : context.document.Parts()) {
+        const TopoDS_Shape shape = XCAFDoc_ShapeTool::GetShape(part);
+        if (Survey(shape).surfaces == 0) continue;
+        if (!context.settings.keepMeshes) BRepTools::Clean(shape);
+        if (!context.settings.keepMeshes || Survey(shape).unmeshed > 0) builder.Add(parts, shape);
+    }
+    if (parts.NbChildren() == 0) return Outcome::Ok();  // there are triangles already
+
+    IMeshTools_Parameters parameters;
+    parameters.Deflection = LinearDeflection(context.settings, context.document.WholeShape());
+    parameters.Angle = context.settings.angularOff ? kOwnAngle : context.settings.angularTolerance;
+    parameters.MinSize = context.settings.smallestEdge > 0 ? context.settings.smallestEdge : -1;
+    parameters.InParallel = !context.request.parallel;
+    parameters.AllowQualityDecrease = Standard_False;
+    BRepMesh_IncrementalMesh mesher(parts, parameters, context.progress);
+
+    const FaceSurvey survey = Survey(parts);
+    if (survey.unmeshed == survey.surfaces && !context.document.Count().triangles) {
+        return Outcome::Fail(ZEL_FAILED, "No face could be meshed");
+    }
+    if (survey.unmeshed > 0) {
+        context.journal.Warn(std::to_string(survey.unmeshed) + " of " + std::to_string(survey.surfaces) +
+                             " faces could not be meshed and are missing");
+    }
+    return Outcome::Ok();
+}
+
+}  // namespace morvex

@@ -1,0 +1,117 @@
+// The road of every conversion: read, prepare, write.
+#include <Standard_Failure.hxx>
+#include <Standard_OutOfMemory.hxx>
+#include <clocale>
+#include <system_error>
+#include <thread>
+
+#include "engine/common/job.h"
+#include "engine/modules/core/context.h"
+#include "engine/modules/core/messages.h"
+#include "engine/modules/core/prepare.h"
+
+namespace morvex {
+namespace {
+
+void SendCounts(Journal& journal, const char* side, const ModelCounts& counts) {
+    journal.Count(side, "parts", counts.parts);
+    journal.Count(side, "instances", counts.instances);
+    journal.Count(side, "solids", counts.solids);
+    journal.Count(side, "faces", counts.faces);
+    journal.Count(side, "triangles", counts.triangles);
+    journal.Count(side, "free-edges", counts.edges);
+    journal.Count(side, "colours", counts.colours);
+}
+
+constexpr std::int64_t kMostFaces = 50'000'000;
+
+Outcome CheckModel(JobContext& context) {
+    const ModelCounts counts = context.document.Count();
+    SendCounts(context.journal, "read", counts);
+    if (counts.faces > kMostFaces || counts.triangles > 10 * kMostFaces) {
+        return Outcome::Fail(ZEL_FAILED,
+                             "The parts of the model, each in all its places, have too many faces");
+    }
+    if (counts.faces > 0) {
+        const std::string fault = context.document.MeshFault();
+        return fault.empty() ? Outcome::Ok() : Damaged(fault);
+    }
+    if (counts.edges == 0) return Outcome::Fail(ZEL_EMPTY, "There is no geometry in the file");
+    if (!context.settings.wireframe) {
+        return Outcome::Fail(ZEL_EMPTY, "There are only curves in the file, and FILAIRE leaves curves out");
+    }
+    return Outcome::Ok();
+}
+
+// A reader that gives up by an exception does so over its input, but for want of memory.
+Outcome Read(JobContext& context, LoadFunction* load) {
+    const Format& format = *context.request.from;
+    const auto read = reinterpret_cast<FormatFunction*>(load(format.readModule, format.readFunction));
+    try {
+        return read(context);
+    } catch (const Standard_OutOfMemory&) {
+        throw;
+    } catch (const Standard_Failure& failure) {
+        return Damaged(std::string("The input could not be read: ") + failure.DynamicType()->Name() + " " +
+                       failure.GetMessageString());
+    }
+}
+
+// Loads the writer's libraries while the reader works. It is of no matter whether that succeeds.
+void PreloadWriter(const Format& format, LoadFunction* load) {
+    try {
+        std::thread([&format, load] {
+            try {
+                load(format.writeModule, format.writeFunction);
+            } catch (const std::exception&) {
+            }
+        }).detach();
+    } catch (const std::system_error&) {
+    }
+}
+
+Outcome Convert(const Job& job) {
+    const Format& to = *job.request.to;
+    Journal& journal = job.journal;
+    const Handle(JournalProgress) progress = new JournalProgress(journal);
+    Message_ProgressScope whole(progress->Start(), nullptr, 100);
+    Document document;
+    JobContext context{job.request, job.settings, journal, document, job.request.input, whole.Next(45)};
+    PreloadWriter(to, job.load);
+    Outcome outcome = Read(context, job.load);
+    if (outcome.IsOk()) outcome = CheckModel(context);
+    if (!outcome.IsOk()) return outcome;
+
+    journal.Start(Phase::Prepare);
+    context.progress = whole.Next(25);
+    outcome = Prepare(context);
+    if (!outcome.IsOk()) return outcome;
+
+    journal.Start(Phase::Write);
+    context.file = job.target;
+    context.progress = whole.Next(29);
+    const auto write = reinterpret_cast<FormatFunction*>(job.load(to.writeModule, to.writeFunction));
+    outcome = write(context);
+    if (outcome.IsOk()) SendCounts(journal, "written", document.Count());
+    return outcome;
+}
+
+}  // namespace
+
+extern "C" Outcome RunJob(const Job& job) {
+    std::setlocale(LC_ALL, "C");
+    CollectMessages(job.journal, job.request.trace);
+    Outcome outcome;
+    try {
+        outcome = Convert(job);
+    } catch (const Standard_OutOfMemory&) {
+        outcome = Outcome::Fail(ZEL_FAILED, "The conversion needs more memory than it may have");
+    } catch (const Standard_Failure& failure) {
+        outcome = Outcome::Fail(
+            ZEL_FAILED, std::string(failure.DynamicType()->Name()) + ": " + failure.GetMessageString());
+    }
+    FinishMessages(job.journal);
+    return outcome;
+}
+
+}  // namespace morvex

@@ -1,0 +1,136 @@
+// 3MF: a package with one model, the assembly tree as component objects.
+#include <cmath>
+#include <map>
+
+#include "engine/common/text.h"
+#include "engine/modules/core/context.h"
+#include "engine/modules/scene/mesh_scene.h"
+#include "engine/modules/scene/text_file.h"
+#include "engine/modules/scene/zip_file.h"
+
+namespace morvex {
+namespace {
+
+constexpr int kMaterialsId = 1, kFirstObjectId = 2;
+
+constexpr char kContentTypes[] =
+    R"(<?xml version="1.0" encoding="UTF-8"?>
+<Types xmlns="http://schemas.openxmlformats.org/package/2006/content-types"><Default Extension="rels" ContentType="application/vnd.openxmlformats-package.relationships+xml"/><Default Extension="model" ContentType="application/vnd.ms-package.3dmanufacturing-3dmodel+xml"/></Types>
+)";
+constexpr char kRelations[] =
+    R"(<?xml version="1.0" encoding="UTF-8"?>
+<Relationships xmlns="http://schemas.openxmlformats.org/package/2006/relationships"><Relationship Target="/3D/3dmodel.model" Id="rel0" Type="http://schemas.microsoft.com/3dmanufacturing/2013/01/3dmodel"/></Relationships>
+)";
+
+std::string HexColour(const Quantity_ColorRGBA& colour) {
+    std::string text = "#";
+    for (const double value : SrgbOf(colour)) {
+        char digits[8];
+        std::snprintf(digits, sizeof digits, "%02X", static_cast<unsigned>(std::lround(value * 255)));
+        text += digits;
+    }
+    return text;
+}
+
+class ModelWriter {
+  public:
+    ModelWriter(const MeshScene& scene, TextFile& file) : scene_(scene), file_(file), next_(kFirstObjectId) {}
+
+    void Write() {
+        file_ << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<model unit=\"millimeter\" xml:lang=\"en-US\" "
+                 "xmlns=\"http://schemas.microsoft.com/3dmanufacturing/core/2015/02\">\n"
+                 "<metadata name=\"Application\">Morvex</metadata>\n<resources>\n";
+        if (!scene_.materials.empty()) {
+            file_ << "<basematerials id=\"" << kMaterialsId << "\">";
+            for (std::size_t at = 0; at < scene_.materials.size(); ++at) {
+                file_ << "<base name=\"colour " << at + 1 << "\" displaycolor=\""
+                      << HexColour(scene_.materials[at]) << "\"/>";
+            }
+            file_ << "</basematerials>\n";
+        }
+        for (const MeshScene::Mesh& mesh : scene_.meshes) WriteMesh(mesh);
+        std::string items;
+        for (const MeshScene::Node& root : scene_.roots) items += Reference("item", root);
+        file_ << "</resources>\n<build>\n" << items << "</build>\n</model>\n";
+    }
+
+  private:
+    // Points at one place are one vertex, since the triangles of a mesh must share theirs. Sides of no length
+    // go.
+    void WriteMesh(const MeshScene::Mesh& mesh) {
+        file_ << "<object id=\"" << next_++ << "\" type=\"model\" name=\"" << XmlText(mesh.name)
+              << "\"><mesh><vertices>\n";
+        std::map<MeshScene::Vector, std::size_t> vertices;
+        std::vector<std::vector<std::size_t>> numbers;
+        for (const auto& patch : mesh.patches) {
+            auto& own = numbers.emplace_back();
+            for (const auto& point : patch.points) {
+                const auto [place, isNew] = vertices.try_emplace(point, vertices.size());
+                own.push_back(place->second);
+                if (!isNew) continue;
+                file_ << "<vertex x=\"";
+                file_.Coordinate(point[0]) << "\" y=\"";
+                file_.Coordinate(point[1]) << "\" z=\"";
+                file_.Coordinate(point[2]) << "\"/>\n";
+            }
+        }
+        file_ << "</vertices><triangles>\n";
+        for (std::size_t at = 0; at < mesh.patches.size(); ++at)
+            WriteTriangles(mesh.patches[at], numbers[at]);
+        file_ << "</triangles></mesh></object>\n";
+    }
+
+    void WriteTriangles(const MeshScene::Patch& patch, const std::vector<std::size_t>& numbers) {
+        const std::string material = patch.material < 0
+                                         ? ""
+                                         : " pid=\"" + std::to_string(kMaterialsId) + "\" p1=\"" +
+                                               std::to_string(patch.material) + "\"";
+        for (std::size_t at = 0; at < patch.corners.size(); at += 3) {
+            const auto a = numbers[patch.corners[at]], b = numbers[patch.corners[at + 1]],
+                       c = numbers[patch.corners[at + 2]];
+            if (a == b || b == c || c == a) continue;
+            file_ << "<triangle v1=\"" << a << "\" v2=\"" << b << "\" v3=\"" << c << "\"" << material
+                  << "/>\n";
+        }
+    }
+
+    // The element that places a node. A node with children becomes an object of its own first.
+    std::string Reference(const char* element, const MeshScene::Node& node) {
+        int object = kFirstObjectId + node.mesh;
+        if (node.mesh < 0) {
+            std::string components;
+            for (const MeshScene::Node& child : node.children) components += Reference("component", child);
+            object = next_++;
+            file_ << "<object id=\"" << object << "\" type=\"model\" name=\"" << XmlText(node.name)
+                  << "\"><components>" << components << "</components></object>\n";
+        }
+        TextFile text(0);
+        text << "<" << element << " objectid=\"" << object << "\" transform=\"";
+        for (std::size_t column = 0; column < 4; ++column) {
+            for (std::size_t row = 0; row < 3; ++row) {
+                text << (column + row == 0 ? "" : " ") << node.matrix[row * 4 + column];
+            }
+        }
+        text << "\"/>\n";
+        return text.Text();
+    }
+
+    const MeshScene& scene_;
+    TextFile& file_;
+    int next_;
+};
+
+}  // namespace
+
+extern "C" Outcome Write3mf(JobContext& context) {
+    const MeshScene scene = MakeMeshScene(context.document, false);
+    TextFile model(context.settings.decimals);
+    ModelWriter(scene, model).Write();
+    ZipFile package(context.file);
+    package.Add("[Content_Types].xml", kContentTypes);
+    package.Add("_rels/.rels", kRelations);
+    package.Add("3D/3dmodel.model", model.Text());
+    return package.Close() ? Outcome::Ok() : NotWritten();
+}
+
+}  // namespace morvex

@@ -1,0 +1,118 @@
+// STEP.
+#include <APIHeaderSection_MakeHeader.hxx>
+#include <Interface_Static.hxx>
+#include <STEPCAFControl_Controller.hxx>
+#include <STEPCAFControl_Reader.hxx>
+#include <STEPCAFControl_Writer.hxx>
+#include <StepData_Protocol.hxx>
+#include <StepData_StepModel.hxx>
+#include <StepData_StepWriter.hxx>
+#include <StepShape_FaceSurface.hxx>
+#include <TransferBRep.hxx>
+#include <Transfer_Binder.hxx>
+#include <Transfer_TransientProcess.hxx>
+#include <XCAFDoc_DimTolTool.hxx>
+#include <XCAFDoc_DocumentTool.hxx>
+#include <XSControl_TransferReader.hxx>
+#include <XSControl_WorkSession.hxx>
+
+#include "engine/modules/core/context.h"
+#include "engine/modules/core/transfer_check.h"
+#include "engine/modules/step/expansion.h"
+#include "engine/modules/step/step_text.h"
+
+namespace morvex {
+namespace {
+
+// The values of write.step.schema.
+constexpr int kAp214 = 4, kAp203 = 3, kAp242 = 5;
+
+bool HasAnnotations(const Document& document) {
+    const auto tool = XCAFDoc_DocumentTool::DimTolTool(document.Data()->Main());
+    TDF_LabelSequence dimensions, tolerances;
+    tool->GetDimensionLabels(dimensions);
+    tool->GetGeomToleranceLabels(tolerances);
+    return !dimensions.IsEmpty() || !tolerances.IsEmpty();
+}
+
+int Schema(const JobContext& context, bool annotations) {
+    switch (context.settings.stepVersion) {
+        case 203:
+            return kAp203;
+        case 214:
+            return kAp214;
+        case 242:
+            return kAp242;
+        default:
+            return annotations ? kAp242 : kAp214;
+    }
+}
+
+// The writer's own way to a file goes by copies and graphs of the whole model, which nothing here needs.
+bool WriteModel(const Handle(XSControl_WorkSession) & session, const std::filesystem::path& path) {
+    StepData_StepWriter text(Handle(StepData_StepModel)::DownCast(session->Model()));
+    text.SendModel(Handle(StepData_Protocol)::DownCast(session->Protocol()));
+    StepTextBuffer buffer(path);
+    std::ostream stream(&buffer);
+    return text.Print(stream) && buffer.Close();
+}
+
+}  // namespace
+
+extern "C" Outcome ReadStep(JobContext& context) {
+    STEPCAFControl_Controller::Init();
+    Interface_Static::SetCVal("xstep.cascade.unit", "MM");
+    // Not freed: taking its entities apart one by one takes longer than the process has left.
+    STEPCAFControl_Reader& reader = *new STEPCAFControl_Reader;
+    reader.SetColorMode(Standard_True);
+    reader.SetNameMode(Standard_True);
+    reader.SetLayerMode(Standard_True);
+    reader.SetPropsMode(Standard_True);
+    reader.SetGDTMode(context.KeepsAnnotations());
+
+    const IFSelect_ReturnStatus status = reader.ReadFile(context.file.c_str());
+    if (status == IFSelect_RetVoid) return Outcome::Fail(ZEL_EMPTY, "There is no entity in the file");
+    if (status != IFSelect_RetDone) return Damaged("The file is no valid STEP file");
+    const std::int64_t places = CountPlaces(*reader.Reader().WS()->Model());
+    if (places < 0) return Damaged("An assembly of the file contains itself");
+    if (places > kMostPlaces) {
+        return Outcome::Fail(ZEL_FAILED, "The parts of the file are in too many places (more than " +
+                                             std::to_string(kMostPlaces) + ")");
+    }
+    Handle(TDocStd_Document) document = context.document.Data();
+    const bool transferred = reader.Transfer(document, context.progress);
+    context.document.NameInstances();
+    const TransferLoss loss = CountLoss(reader.Reader().WS(), STANDARD_TYPE(StepShape_FaceSurface));
+    return JudgeTransfer(context, transferred, loss);
+}
+
+extern "C" Outcome WriteStep(JobContext& context) {
+    STEPCAFControl_Controller::Init();
+    const bool annotations = context.settings.writeStepAnnotations && HasAnnotations(context.document);
+    const int schema = Schema(context, annotations);
+    if (annotations && schema != kAp242)
+        context.journal.Warn("This STEP version holds no dimensions and tolerances");
+    const std::string name = context.request.output.stem().string();
+    Interface_Static::SetIVal("write.step.schema", schema);
+    Interface_Static::SetCVal("write.step.unit", "MM");
+    Interface_Static::SetIVal("write.surfacecurve.mode",
+                              context.facets ? 0 : 1);  // plane faces need no such curves
+    Interface_Static::SetCVal("write.step.product.name", name.c_str());
+
+    STEPCAFControl_Writer& writer = *new STEPCAFControl_Writer;  // not freed either
+    writer.SetColorMode(Standard_True);
+    writer.SetNameMode(Standard_True);
+    writer.SetLayerMode(Standard_True);
+    writer.SetPropsMode(Standard_True);
+    writer.SetDimTolMode(annotations);
+    if (!writer.Transfer(context.document.Data(), STEPControl_AsIs, nullptr, context.progress)) {
+        return Outcome::Fail(ZEL_FAILED, "The model could not be turned into STEP entities");
+    }
+    APIHeaderSection_MakeHeader header(
+        Handle(StepData_StepModel)::DownCast(writer.ChangeWriter().WS()->Model()));
+    header.SetName(new TCollection_HAsciiString(name.c_str()));
+    header.SetOriginatingSystem(new TCollection_HAsciiString("Morvex"));
+    return WriteModel(writer.ChangeWriter().WS(), context.file) ? Outcome::Ok() : NotWritten();
+}
+
+}  // namespace morvex

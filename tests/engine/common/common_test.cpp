@@ -1,0 +1,91 @@
+// Formats, settings files and texts.
+#include <gtest/gtest.h>
+
+#include "engine/common/formats.h"
+#include "engine/common/ini_file.h"
+#include "engine/common/settings.h"
+#include "engine/common/text.h"
+
+namespace morvex::test {
+namespace {
+
+std::string Utf16(const std::u16string& text) {
+    std::string bytes = "\xff\xfe";
+    for (const char16_t unit : text) bytes += {static_cast<char>(unit & 0xff), static_cast<char>(unit >> 8)};
+    return bytes;
+}
+
+TEST(IniFile, EncodingsAndOddities) {
+    const std::string plain =
+        "[A b]\r\nKEY = \" C:\\x \" \r\nkey=second\n;c=1\n[other\nnot a key\n=v\nx=[y=z\n";
+    std::u16string wide(plain.begin(), plain.end());
+    for (const std::string& bytes : {plain, "\xef\xbb\xbf" + plain, Utf16(wide)}) {
+        const IniFile file = IniFile::Parse(bytes);
+        EXPECT_EQ(file.Value("a B", "Key"), "C:\\x");
+        EXPECT_EQ(file.Value("A b", ";c"), std::nullopt);
+        EXPECT_EQ(file.Value("other", "x"), "[y=z");
+        EXPECT_EQ(file.Value("none", "x"), std::nullopt);
+    }
+    EXPECT_EQ(IniFile::Parse(Utf16(u"[s]\nk=я\xd83d\xde00")).Value("s", "k"), "я😀");
+    EXPECT_EQ(IniFile::Parse("[").Value("", ""), std::nullopt);
+    EXPECT_EQ(IniFile::Parse(std::string(1 << 22, '[')).Value("", "a"), std::nullopt);
+    IniFile file;
+    EXPECT_TRUE(file.Override("S/K = 2"));
+    EXPECT_EQ(file.Value("s", "k"), "2");
+    EXPECT_FALSE(file.Override("S=K/2"));
+}
+
+TEST(Settings, DefaultsFallbacksAndValues) {
+    std::vector<std::string> complaints;
+    const Settings fresh =
+        ReadSettings(IniFile::Parse("[STL CONF]\nANGULAR_TOL= 0.174532\nLINEAR_TOL=0.1000000\n"
+                                    "MAXSIZE=100000000000000010000000000000000000.0\n"),
+                     complaints);
+    EXPECT_TRUE(complaints.empty());
+    EXPECT_TRUE(fresh.linearOff && fresh.angularOff && fresh.keepMeshes && fresh.keepAssembly);
+    EXPECT_DOUBLE_EQ(fresh.angularTolerance, 0.174532);
+
+    for (const char* bad :
+         {"STL CONF/LINEAR_TOL=0,5", "STL CONF/LINEAR_TOL=-1", "STL CONF/LINEAR_TOL=nan",
+          "STL CONF/ANGULAR_TOL=4", "STL CONF/WRITE_ASCII=yes", "STEP CONF/WRITE_VERSION=215",
+          "MODIFICATION D'ATTRIBUT/VISIBILITY=2", "TOLERANCE/NB_DECIMALE=99", "STL CONF/WRITE_ASCII="}) {
+        IniFile file;
+        ASSERT_TRUE(file.Override(bad));
+        complaints.clear();
+        const Settings settings = ReadSettings(file, complaints);
+        EXPECT_EQ(complaints.size(), 1u) << bad;
+        EXPECT_EQ(settings.linearTolerance, Settings().linearTolerance);
+        EXPECT_EQ(settings.stepVersion, 0);
+    }
+}
+
+TEST(Text, XmlIsWellFormedWhateverTheBytes) {
+    EXPECT_EQ(XmlText("a<b>&\"c\""), "a&lt;b&gt;&amp;&quot;c&quot;");
+    EXPECT_EQ(XmlText("Ω漢😀"), "Ω漢😀");
+    const std::string mark = "\xef\xbf\xbd";
+    EXPECT_EQ(XmlText(std::string("\0\x1b", 2)), mark + mark);
+    EXPECT_EQ(XmlText("\xc3("), mark + "(");                 // cut off
+    EXPECT_EQ(XmlText("\xed\xa0\x80"), mark + mark + mark);  // a surrogate
+    EXPECT_EQ(XmlText("\xc0\x80\xff"), mark + mark + mark);  // overlong, no lead
+    EXPECT_EQ(CleanUtf8("ok\xe6\x97"), "ok" + mark + mark);
+}
+
+TEST(Formats, NumbersAndSuffixes) {
+    const auto id = [](const Format* format) {
+        return format == nullptr ? -1 : static_cast<int>(format->id);
+    };
+    const auto is = [](FormatId format) { return static_cast<int>(format); };
+    EXPECT_EQ(id(FindInputFormat(54, "a.GLB")), is(FormatId::Glb));
+    EXPECT_EQ(id(FindInputFormat(54, "a.gltf")), is(FormatId::Gltf));
+    EXPECT_EQ(id(FindOutputFormat(54, "a.x.glb")), is(FormatId::Glb));
+    EXPECT_EQ(id(FindInputFormat(4, "part.with.odd.suffix")), is(FormatId::Step));
+    EXPECT_EQ(id(FindInputFormat(kAnyFormatCode, "a.IGES")), is(FormatId::Iges));
+    EXPECT_EQ(id(FindInputFormat(kAnyFormatCode, "a.unknown")), -1);
+    EXPECT_EQ(id(FindInputFormat(23, "a.wrl")), -1) << "VRML is only written";
+    EXPECT_EQ(id(FindOutputFormat(48, "a.ifc")), -1) << "IFC is only read";
+    EXPECT_EQ(id(FindInputFormat(2, "a.stp")), -1) << "the number counts more than the suffix";
+    EXPECT_EQ(id(FindFormatByName("3mf")), is(FormatId::ThreeMf));
+}
+
+}  // namespace
+}  // namespace morvex::test

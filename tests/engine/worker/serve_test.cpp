@@ -1,0 +1,155 @@
+// The worker at the service of the entry library: the protocol, and what becomes of it when its caller dies.
+#include <chrono>
+#include <csignal>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+#include "engine/common/protocol.h"
+#include "tests/engine/support/worker_run.h"
+
+namespace morvex::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+class Service {
+  public:
+    Service() {
+        int in[2], out[2];
+        if (pipe2(in, O_CLOEXEC) != 0 || pipe2(out, O_CLOEXEC) != 0) return;
+        process_ = fork();
+        if (process_ == 0) {
+            dup2(in[0], STDIN_FILENO);
+            dup2(out[1], STDOUT_FILENO);
+            execl(MORVEX_WORKER, MORVEX_WORKER, MORVEX_SERVE_OPTION, nullptr);
+            _exit(127);
+        }
+        close(in[0]), close(out[1]);
+        to_ = in[1], from_ = out[0];
+    }
+    ~Service() {
+        Leave();
+        close(from_);
+        kill(process_, SIGKILL);
+        waitpid(process_, nullptr, 0);
+    }
+    void Send(const std::vector<std::string>& fields) const {
+        std::string job;
+        for (const std::string& field : fields) job += field + '\0';
+        job += '\0';
+        ASSERT_EQ(write(to_, job.data(), job.size()), static_cast<ssize_t>(job.size()));
+    }
+    // The next line; empty at the end.
+    std::string Line() const {
+        std::string line;
+        for (char c; read(from_, &c, 1) == 1 && c != '\n';) line += c;
+        return line;
+    }
+    void Leave() {
+        if (to_ >= 0) close(to_);
+        to_ = -1;
+    }
+    pid_t Process() const { return process_; }
+
+  private:
+    pid_t process_ = -1;
+    int to_ = -1, from_ = -1;
+};
+
+std::vector<std::string> Job(const std::string& input, int from, const std::string& output, int to) {
+    return {MORVEX_JOB_INPUT + input, MORVEX_JOB_OUTPUT + output,
+            MORVEX_JOB_INPUT_FORMAT + std::to_string(from), MORVEX_JOB_OUTPUT_FORMAT + std::to_string(to)};
+}
+
+template <class Condition>
+bool Within(std::chrono::seconds limit, Condition condition) {
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        std::this_thread::sleep_for(5ms);
+    }
+    return true;
+}
+
+bool Exists(pid_t process) {
+    return kill(process, 0) == 0;
+}
+
+// The job process of the worker, 0 while there is none.
+pid_t ChildOf(pid_t process) {
+    const std::string path =
+        "/proc/" + std::to_string(process) + "/task/" + std::to_string(process) + "/children";
+    return std::atoi(ReadWhole(path).c_str());
+}
+
+TEST(Serve, ProgressThenResult) {
+    const ScratchFolder folder;
+    WriteWhole(folder / "c.zel", "[STL CONF]\nWRITE_ASCII=1\n");
+    Service service;
+    auto job = Job(Sample("step/screw.step"), 4, folder / "имя с пробелом.stl", 22);
+    job.push_back(MORVEX_JOB_CONFIG + folder / "c.zel");
+    service.Send(job);
+    int percent = 0, lines = 0;
+    std::string line;
+    for (line = service.Line(); line.starts_with(MORVEX_LINE_PROGRESS); line = service.Line(), ++lines) {
+        const int next = std::stoi(line.substr(1));
+        EXPECT_GT(next, percent);
+        percent = next;
+    }
+    EXPECT_GT(lines, 2);
+    EXPECT_LE(percent, 100);
+    EXPECT_EQ(line, "R 0 ");
+    EXPECT_EQ(service.Line(), "");
+    EXPECT_TRUE(ReadWhole(folder / "имя с пробелом.stl").starts_with("solid"));
+}
+
+TEST(Serve, RefusalsHaveTheirNumbers) {
+    const ScratchFolder folder;
+    const std::string screw = Sample("step/screw.step");
+    const struct {
+        std::vector<std::string> job;
+        const char* answer;
+    } cases[] = {{Job(screw, 2, folder / "a.stl", 22), "R -29 "},
+                 {Job(screw, 4, folder / "a.sat", 2), "R -29 "},
+                 {Job(screw, 6, folder / "a.stl", 22), "R -29 "},
+                 {Job(folder / "no.stp", 4, folder / "a.stl", 22), "R -28 "},
+                 {Job(screw, 4, folder / "no/a.stl", 22), "R -23 "},
+                 {{}, "R 1 "}};
+    for (const auto& refused : cases) {
+        Service service;
+        service.Send(refused.job);
+        EXPECT_TRUE(service.Line().starts_with(refused.answer)) << refused.answer;
+    }
+    EXPECT_TRUE(folder.Names().empty());
+}
+
+// A caller that is killed takes the conversion with it, and no file stays behind.
+TEST(Serve, NothingOutlivesTheCaller) {
+    const ScratchFolder folder;
+    for (const bool caller : {true, false}) {
+        Service service;
+        service.Send(Job(Sample("stl/head.stl"), 22, folder / "a.3mf", 50));
+        ASSERT_TRUE(Within(20s, [&] { return ChildOf(service.Process()) != 0; }));
+        const pid_t job = ChildOf(service.Process());
+        if (caller) {
+            service.Leave();
+        } else {
+            kill(service.Process(), SIGTERM);
+        }
+        EXPECT_TRUE(Within(20s, [&] { return !Exists(job); }));
+        EXPECT_TRUE(Within(20s, [&] { return waitpid(service.Process(), nullptr, WNOHANG) != 0; }));
+        EXPECT_TRUE(folder.Names().empty()) << folder.Names().front();
+    }
+}
+
+TEST(Serve, ACallerThatLeavesBeforeTheJobIsNoHang) {
+    Service service;
+    service.Leave();
+    EXPECT_EQ(service.Line(), "");
+}
+
+}  // namespace
+}  // namespace morvex::test
