@@ -6,10 +6,10 @@
 
 #include <cstring>
 
-#include "app/start_up.h"
 #include "convert/child_road.h"
 #include "convert/conversion_run.h"
-#include "settings/prompts.h"
+#include "core/start_up.h"
+#include "dialogs/prompts.h"
 #include "ui/main_window.h"
 #include "win/command_line.h"
 #include "win/paths.h"

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "app/context.h"
 #include "convert/conversion_job.h"
+#include "core/context.h"
 
 namespace morvex {
 

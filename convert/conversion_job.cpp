@@ -1,9 +1,9 @@
 #include "convert/conversion_job.h"
 
+#include "core/conversion_config.h"
 #include "formats/format_groups.h"
 #include "formats/input_formats.h"
 #include "formats/output_formats.h"
-#include "settings/conversion_config.h"
 #include "win/paths.h"
 
 namespace morvex {

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "app/context.h"
 #include "convert/output_naming.h"
+#include "core/context.h"
 
 // What a run needs to know, as plain data: made once on the user-interface thread, then only read.
 namespace morvex {

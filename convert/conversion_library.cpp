@@ -1,6 +1,6 @@
 #include "convert/conversion_library.h"
 
-#include "app/text_catalogue.h"
+#include "core/text_catalogue.h"
 
 namespace morvex {
 

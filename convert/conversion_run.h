@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "app/text_catalogue.h"
 #include "convert/conversion_job.h"
+#include "core/text_catalogue.h"
 
 // One run over a list of files: each is converted in this process or by a child process of the program.
 namespace morvex {

@@ -1,6 +1,6 @@
 #include "convert/crash_log.h"
 
-#include "app/text_catalogue.h"
+#include "core/text_catalogue.h"
 #include "win/text_file.h"
 
 namespace morvex {

@@ -1,6 +1,6 @@
 #include "convert/elapsed_text.h"
 
-#include "app/text_catalogue.h"
+#include "core/text_catalogue.h"
 
 namespace morvex {
 

@@ -1,6 +1,6 @@
-// Numbers of the controls of the settings dialogs, Options and About, for the resource compiler and for C++: only
-// defines and comments. A number may stand for different controls in different templates. Labels and group boxes
-// carry the id of their text (string_ids.h) instead.
+// Numbers of the controls of the settings dialogs, Options and About, for the resource compiler and for C++:
+// only defines and comments. A number may stand for different controls in different templates. Labels and
+// group boxes carry the id of their text (string_ids.h) instead.
 #pragma once
 
 // Configuration file. Its path stands in a control of another number in the healing and Robcad templates.

@@ -13,7 +13,8 @@
 #define TEXT_OFFSET_CZECH 50000
 #define TEXT_OFFSET_JAPANESE 60000
 
-// Main window, menus, list, results and dialogs: fixed numbers. Where a control shows the text, its id is the same.
+// Main window, menus, list, results and dialogs: fixed numbers. Where a control shows the text, its id is the
+// same.
 #define IDS_QUIT 2
 #define IDS_OPTIONS 3
 #define IDS_ABOUT 101

@@ -1,56 +1,38 @@
-"""Fails when an include of the program's sources points up or sideways between layers, or in a circle.
+"""Fails when an include points up or sideways between layers, or in a circle.
 
-A layer may include itself and what its row names. The engine is a project of its own and includes only itself.
+A folder is a layer, and what it may include is what its CMakeLists.txt links. Tests and benchmarks stand on top of all
+layers and may include each; no layer includes them.
 """
 import pathlib
 import re
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-
-# Layer -> the layers it may include, lowest first.
-LAYERS = {
-    "formats": [],
-    "win": [],
-    "res": [],
-    "stores": ["formats", "win", "res"],
-    "run": ["stores", "formats", "win", "res"],
-    "dialogs": ["run", "stores", "formats", "win", "res"],
-    "ui": ["dialogs", "run", "stores", "formats", "win", "res"],
-    "application": ["ui", "dialogs", "run", "stores", "formats", "win", "res"],
-    "engine": [],
-}
-# Files that do not belong to the layer of their folder.
-EXCEPTIONS = {
-    "app/main": "application",
-    "app/morvex_app": "application",
-    "convert/progress_dialog": "dialogs",
-    "settings/conversion_config": "run",
-    "settings/default_config": "run",
-}
-FOLDERS = {"app": "stores", "convert": "run", "settings": "dialogs"}
+ON_TOP = ("tests", "bench")
+SOURCES = (".h", ".cpp", ".c", ".S", ".inc")
 
 
-def layer_of(path):
-    stem = path.rsplit(".", 1)[0]
-    folder = path.split("/", 1)[0]
-    return EXCEPTIONS.get(stem) or FOLDERS.get(folder, folder)
+def find_layers():
+    """Folder -> the folders that its CMakeLists.txt links. The engine is a project of its own and includes itself."""
+    links = {}
+    for file in ROOT.glob("*/CMakeLists.txt"):
+        text = file.read_text(encoding="utf-8")
+        calls = re.findall(r"^\s*(?:add_layer|target_link_libraries)\(([^)]*)\)", text, re.M)
+        links[file.parent.name] = {name.removeprefix("morvex_") for call in calls for name in call.split()[1:]}
+    return {folder: names & links.keys() for folder, names in links.items() if folder not in ON_TOP}
 
 
-def includes():
+def find_includes(folders):
     """File -> the project files it includes, both as paths from the root."""
     graph = {}
-    for layer in ("formats", "win", "app", "convert", "settings", "ui", "engine"):
-        for file in sorted((ROOT / layer).rglob("*")):
-            if file.suffix not in (".h", ".cpp", ".c", ".S"):
+    for folder in folders:
+        for file in sorted((ROOT / folder).rglob("*")):
+            if file.suffix not in SOURCES:
                 continue
-            targets = []
-            for name in re.findall(r'^\s*#\s*include\s+"([^"]+)"', file.read_text(encoding="utf-8"), re.M):
-                for base in (ROOT, file.parent, ROOT / "engine"):
-                    if (base / name).is_file():
-                        targets.append(str((base / name).resolve().relative_to(ROOT)))
-                        break
-            graph[str(file.relative_to(ROOT))] = targets
+            bases = (ROOT, file.parent)
+            names = re.findall(r'^\s*#\s*include\s+"([^"]+)"', file.read_text(encoding="utf-8"), re.M)
+            targets = [next((base / name for base in bases if (base / name).is_file()), None) for name in names]
+            graph[str(file.relative_to(ROOT))] = [str(t.resolve().relative_to(ROOT)) for t in targets if t]
     return graph
 
 
@@ -71,21 +53,20 @@ def find_circle(graph):
         done.add(file)
         return None
 
-    for file in graph:
-        circle = visit(file)
-        if circle:
-            return circle
-    return None
+    return next((circle for circle in map(visit, graph) if circle), None)
 
 
 def main():
-    graph = includes()
+    layers = find_layers()
+    graph = find_includes([*layers, *ON_TOP])
     faults = []
     for file, targets in graph.items():
-        layer = layer_of(file)
+        layer = file.split("/")[0]
         for target in targets:
-            if layer_of(target) != layer and layer_of(target) not in LAYERS[layer]:
-                faults.append(f"{file}: layer {layer} may not include {target} of {layer_of(target)}")
+            other = target.split("/")[0]
+            allowed = other == layer or (other in layers if layer in ON_TOP else other in layers[layer])
+            if not allowed and not (layer == "bench" and other == "tests"):
+                faults.append(f"{file}: layer {layer} may not include {target} of {other}")
     circle = find_circle(graph)
     if circle:
         faults.append("includes in a circle: " + " -> ".join(circle))

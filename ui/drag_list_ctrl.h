@@ -3,8 +3,8 @@
 #include <array>
 #include <string>
 
-#include "app/text_catalogue.h"
-#include "ui/conversion_list.h"
+#include "core/text_catalogue.h"
+#include "list/conversion_list.h"
 #include "ui/list_ole_drop_target.h"
 #include "win/list_view.h"
 

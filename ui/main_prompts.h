@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "settings/prompts.h"
+#include "dialogs/prompts.h"
 #include "win/menu.h"
 #include "win/shell.h"
 

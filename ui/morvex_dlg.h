@@ -4,16 +4,16 @@
 #include <string>
 #include <vector>
 
-#include "app/context.h"
-#include "convert/progress_dialog.h"
+#include "core/context.h"
+#include "dialogs/progress_dialog.h"
+#include "list/conversion_list.h"
+#include "list/file_adder.h"
+#include "list/list_files.h"
+#include "list/recent_files.h"
 #include "res/resource.h"
-#include "ui/conversion_list.h"
 #include "ui/drag_list_ctrl.h"
-#include "ui/file_adder.h"
-#include "ui/list_files.h"
 #include "ui/main_prompts.h"
 #include "ui/my_edit.h"
-#include "ui/recent_files.h"
 #include "ui/run_worker.h"
 #include "win/anchor_layout.h"
 #include "win/dialog.h"

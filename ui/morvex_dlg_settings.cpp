@@ -1,12 +1,12 @@
 #include <algorithm>
 
 #include "convert/conversion_job.h"
+#include "dialogs/options_dlg.h"
+#include "dialogs/settings_dialogs.h"
 #include "formats/format_codes.h"
 #include "formats/input_formats.h"
 #include "formats/output_formats.h"
 #include "res/string_ids.h"
-#include "settings/options_dlg.h"
-#include "settings/settings_dialogs.h"
 #include "ui/morvex_dlg.h"
 #include "ui/morvex_dlg_messages.h"
 #include "win/paths.h"

@@ -11,7 +11,7 @@
 #include <functional>
 #include <string>
 
-#include "ui/list_row.h"
+#include "list/list_row.h"
 
 // What the benchmarks measure against, and with.
 namespace morvex::bench {

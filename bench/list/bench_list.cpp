@@ -10,9 +10,9 @@
 
 #include "bench/list/baseline.h"
 #include "bench/list/many_files.h"
-#include "ui/conversion_list.h"
-#include "ui/folder_scan.h"
-#include "ui/list_files.h"
+#include "list/conversion_list.h"
+#include "list/folder_scan.h"
+#include "list/list_files.h"
 
 namespace morvex::bench {
 namespace {

@@ -10,11 +10,11 @@
 #include <thread>
 #include <vector>
 
-#include "app/start_up.h"
 #include "bench/list/baseline.h"
 #include "bench/list/many_files.h"
 #include "convert/child_road.h"
 #include "convert/conversion_run.h"
+#include "core/start_up.h"
 #include "res/string_ids.h"
 #include "tests/support/temp_folder.h"
 #include "ui/morvex_dlg.h"

@@ -1,4 +1,4 @@
-#include "ui/conversion_list.h"
+#include "list/conversion_list.h"
 
 #include <algorithm>
 #include <gmock/gmock.h>

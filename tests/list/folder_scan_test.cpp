@@ -1,4 +1,4 @@
-#include "ui/folder_scan.h"
+#include "list/folder_scan.h"
 
 #include <algorithm>
 #include <gmock/gmock.h>

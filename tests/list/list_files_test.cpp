@@ -1,12 +1,12 @@
-#include "ui/list_files.h"
+#include "list/list_files.h"
 
 #include <windows.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "list/recent_files.h"
 #include "tests/support/temp_folder.h"
-#include "ui/recent_files.h"
 #include "win/text_file.h"
 
 namespace morvex {

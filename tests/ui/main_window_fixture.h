@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "app/start_up.h"
+#include "core/start_up.h"
 #include "res/resource.h"
 #include "res/string_ids.h"
 #include "tests/support/library_log.h"

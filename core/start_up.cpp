@@ -1,0 +1,44 @@
+#include "core/start_up.h"
+
+#include "win/profile.h"
+
+namespace morvex {
+namespace {
+
+// Every section of the installation settings file but these two is a conversion profile.
+bool IsProfile(const std::wstring& section) {
+    return section != L"General" && section != L"Options";
+}
+
+void RegisterProfiles(AppContext& context) {
+    constexpr unsigned kLongestList = 4096;
+    const std::wstring& file = context.folders.installationSettings;
+    for (const std::wstring& section : profile::SectionNames(file)) {
+        if (!IsProfile(section)) continue;
+        const auto value = [&](const wchar_t* key) {
+            return profile::ReadText(file, section.c_str(), key, L"", kLongestList);
+        };
+        context.pairs.RegisterProfile(value(L"ZEL_INPUT_FORMAT"), value(L"ZEL_OUTPUT_FORMAT"),
+                                      value(L"ZEL_CONFIG_FILE"));
+    }
+}
+
+void RepairSavedPair(AppContext& context) {
+    std::wstring input = context.settings.formatIn.Get();
+    std::wstring output = context.settings.formatOut.Get();
+    if (context.pairs.ValidateSavedPair(input, output)) return;
+    context.settings.formatIn.Set(input);
+    context.settings.formatOut.Set(output);
+}
+
+}  // namespace
+
+void LoadState(AppContext& context) {
+    context.settings.Load();
+    RegisterProfiles(context);
+    context.text.SetLanguage(context.settings.language.Get());
+    if (context.settings.addNativeFormat.Get()) context.pairs.AddNativeFormat();
+    if (!context.settings.developerMode.Get()) RepairSavedPair(context);
+}
+
+}  // namespace morvex

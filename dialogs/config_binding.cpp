@@ -1,0 +1,110 @@
+#include "dialogs/config_binding.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cwchar>
+#include <numbers>
+#include <span>
+
+#include "core/text_catalogue.h"
+#include "win/controls.h"
+#include "win/profile.h"
+
+namespace morvex {
+namespace {
+
+std::span<const BoundControl> ControlsOf(const ConfigBinding& binding) {
+    size_t count = 0;
+    while (count < std::size(binding.controls) && binding.controls[count].id != 0) ++count;
+    return {binding.controls, count};
+}
+
+int ToInteger(const std::wstring& text) {
+    return static_cast<int>(std::wcstol(text.c_str(), nullptr, 10));
+}
+
+void ShowChoice(const ConfigBinding& binding, HWND dialog, int value) {
+    const auto controls = ControlsOf(binding);
+    auto chosen = std::find_if(controls.begin(), controls.end(),
+                               [value](const BoundControl& control) { return control.value == value; });
+    if (chosen == controls.end() && binding.kind == BindingKind::Choice) --chosen;
+    for (auto control = controls.begin(); control != controls.end(); ++control) {
+        CheckBox(GetDlgItem(dialog, control->id)).Check(control == chosen);
+    }
+}
+
+std::wstring ShownText(BindingKind kind, const std::wstring& stored) {
+    switch (kind) {
+        case BindingKind::Number:
+            return std::to_wstring(ToInteger(stored));
+        case BindingKind::Length: {
+            const double length = ToReal(stored);
+            return Format(L"%.5lf", length > 0 ? length : 0.1);
+        }
+        case BindingKind::Angle: {
+            const double radians = std::min(ToReal(stored), std::numbers::pi / 2);
+            return Format(L"%.2lf", radians * 180 / std::numbers::pi);
+        }
+        default:
+            return stored;
+    }
+}
+
+std::wstring StoredText(BindingKind kind, const std::wstring& typed) {
+    switch (kind) {
+        case BindingKind::Number:
+            return Format(L"%d", ToInteger(typed));
+        case BindingKind::Length:
+            return ToReal(typed) > 0 ? typed : L"0.10000";
+        case BindingKind::Angle: {
+            const double degrees = ToReal(typed);
+            return Format(L"%f", (degrees > 0 ? degrees : 90) * (std::numbers::pi / 180));
+        }
+        default:
+            return typed;
+    }
+}
+
+bool IsEdit(BindingKind kind) {
+    return kind >= BindingKind::Text;
+}
+
+}  // namespace
+
+double ToReal(const std::wstring& text) {
+    const double value = std::wcstod(text.c_str(), nullptr);
+    return std::isfinite(value) ? value : 0;
+}
+
+void LoadBinding(const ConfigBinding& binding, HWND dialog, const std::wstring& file) {
+    const std::wstring stored = file.empty()
+                                    ? binding.fallback
+                                    : profile::ReadText(file, binding.section, binding.key, binding.fallback);
+    if (IsEdit(binding.kind)) {
+        Control(GetDlgItem(dialog, binding.controls[0].id)).SetText(ShownText(binding.kind, stored));
+    } else {
+        ShowChoice(binding, dialog, ToInteger(stored));
+    }
+}
+
+bool SaveBinding(const ConfigBinding& binding, HWND dialog, const std::wstring& file) {
+    const auto controls = ControlsOf(binding);
+    std::wstring value;
+    if (IsEdit(binding.kind)) {
+        value = StoredText(binding.kind, Control(GetDlgItem(dialog, controls[0].id)).Text());
+    } else {
+        const auto chosen =
+            std::find_if(controls.begin(), controls.end(), [dialog](const BoundControl& control) {
+                return CheckBox(GetDlgItem(dialog, control.id)).Checked();
+            });
+        if (chosen != controls.end())
+            value = std::to_wstring(chosen->value);
+        else if (binding.kind == BindingKind::StrictChoice)
+            return true;
+        else
+            value = binding.kind == BindingKind::Check ? L"0" : std::to_wstring(controls.back().value);
+    }
+    return profile::WriteText(file, binding.section, binding.key, value);
+}
+
+}  // namespace morvex

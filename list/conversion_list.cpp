@@ -1,0 +1,92 @@
+#include "list/conversion_list.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "formats/file_recognition.h"
+#include "list/list_sort.h"
+#include "win/paths.h"
+
+namespace morvex {
+
+bool ConversionList::AddFileRow(const std::wstring& path, std::wstring_view inputFilterText) {
+    return AppendRow(MakeAcceptedRow(path, inputFilterText));
+}
+
+bool ConversionList::AppendPickedFile(const std::wstring& path) {
+    return AppendRow(MakeRow(path, FileSizeOf(path)));
+}
+
+bool ConversionList::AddRecentPath(const std::wstring& path, std::wstring_view inputFilterText) {
+    if (!IsFileOfInputFormat(path, inputFilterText)) return false;
+    // Long paths are asked for with backslashes only; the Folder text keeps the slashes.
+    std::wstring native = path;
+    std::ranges::replace(native, L'/', L'\\');
+    std::optional<ListRow> row = MakeRow(native, FileSizeOf(native));
+    if (row) row->folder = path.substr(0, row->folder.size());
+    return AppendRow(std::move(row));
+}
+
+bool ConversionList::AppendRow(std::optional<ListRow> row) {
+    if (!row) return false;
+    const std::uint64_t sizeNumber = SizeNumber(row->size);
+    rows_.push_back({std::make_unique<ListRow>(std::move(*row)), sizeNumber});
+    return true;
+}
+
+void ConversionList::Append(std::vector<ListRow> rows) {
+    for (ListRow& row : rows) AppendRow(std::move(row));
+}
+
+void ConversionList::RemoveRows(const std::vector<size_t>& selected) {
+    for (const size_t index : selected) rows_[index].texts.reset();
+    std::erase_if(rows_, [](const Entry& row) { return !row.texts; });
+}
+
+bool ConversionList::MoveRow(size_t index, bool up) {
+    if (up ? index == 0 : index + 1 == rows_.size()) return false;
+    std::swap(rows_[index], rows_[up ? index - 1 : index + 1]);
+    return true;
+}
+
+void ConversionList::SortByColumn(ListColumn column) {
+    ascending_ = column == sortedColumn_ ? !ascending_ : true;
+    sortedColumn_ = column;
+    std::vector<Entry> sorted;
+    sorted.reserve(rows_.size());
+    for (const size_t index : SortedOrder()) sorted.push_back(std::move(rows_[index]));
+    rows_ = std::move(sorted);
+}
+
+std::vector<std::uint32_t> ConversionList::SortedOrder() const {
+    if (sortedColumn_ == ListColumn::Size) {
+        std::vector<std::uint64_t> numbers;
+        numbers.reserve(rows_.size());
+        for (const Entry& row : rows_) numbers.push_back(row.sizeNumber);
+        return OrderOfNumbers(numbers, ascending_);
+    }
+    std::vector<std::wstring_view> texts;
+    texts.reserve(rows_.size());
+    for (const Entry& row : rows_) texts.push_back(row.texts->Text(sortedColumn_));
+    return OrderOfTexts(texts, ascending_);
+}
+
+void ConversionList::ResetStatuses() {
+    for (const Entry& row : rows_) {
+        row.texts->status = kStatusNone;
+        row.texts->outputPath.clear();
+    }
+}
+
+void ConversionList::SetOutputPaths(const std::vector<std::wstring>& paths) {
+    for (size_t i = 0; i < rows_.size(); ++i) rows_[i].texts->outputPath = paths[i];
+}
+
+std::vector<SourceFile> ConversionList::Sources() const {
+    std::vector<SourceFile> sources;
+    sources.reserve(rows_.size());
+    for (const Entry& row : rows_) sources.push_back({row.texts->folder, row.texts->name});
+    return sources;
+}
+
+}  // namespace morvex

@@ -1,0 +1,117 @@
+#include "list/folder_scan.h"
+
+#include <windows.h>
+
+#include <optional>
+#include <set>
+#include <utility>
+
+#include "win/paths.h"
+#include "win/unique_handle.h"
+
+namespace morvex {
+namespace {
+
+constexpr ULONGLONG kReportMs = 100;
+
+// Volume and file number: the same for every path that leads to a folder.
+using FolderId = std::pair<DWORD, std::uint64_t>;
+
+std::optional<FolderId> IdOf(std::wstring_view folder) {
+    // The backslash makes "C:" the drive's root and not the current folder on it.
+    const UniqueHandle handle =
+        OwnFile(CreateFileW(WithLongPrefix(std::wstring(folder) + L"\\").c_str(), FILE_READ_ATTRIBUTES,
+                            FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                            FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    BY_HANDLE_FILE_INFORMATION info;
+    if (!handle || !GetFileInformationByHandle(handle.get(), &info)) return std::nullopt;
+    return FolderId(info.dwVolumeSerialNumber, std::uint64_t{info.nFileIndexHigh} << 32 | info.nFileIndexLow);
+}
+
+class FolderScan {
+  public:
+    FolderScan(const std::wstring& root, bool recursive, std::wstring_view inputFilterText,
+               const ScanReceiver& receive)
+        : root_(root), recursive_(recursive), inputFilterText_(inputFilterText), receive_(receive) {}
+
+    void Run(const std::stop_token& stop) {
+        Enter(root_);
+        while (!open_.empty()) {
+            if (stop.stop_requested()) return;
+            OpenFolder& folder = open_.back();
+            const WIN32_FIND_DATAW entry = folder.entry;
+            std::wstring path = folder.path + L"\\" + entry.cFileName;
+            if (!FindNextFileW(folder.find.get(), &folder.entry)) open_.pop_back();
+            TakeEntry(std::move(path), entry);
+        }
+        if (!rows_.empty()) Report(root_);
+    }
+
+  private:
+    // A folder with entries left, the next of them read already. The stack of these replaces recursion, so
+    // that no depth is too deep.
+    struct OpenFolder {
+        std::wstring path;
+        UniqueFind find;
+        WIN32_FIND_DATAW entry;
+    };
+
+    void Enter(const std::wstring& folder) {
+        OpenFolder opened{folder, nullptr, {}};
+        const HANDLE find =
+            FindFirstFileExW(WithLongPrefix(folder + L"\\*").c_str(), FindExInfoBasic, &opened.entry,
+                             FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH);
+        if (find == INVALID_HANDLE_VALUE) return;
+        opened.find.reset(find);
+        open_.push_back(std::move(opened));
+    }
+
+    void TakeEntry(std::wstring path, const WIN32_FIND_DATAW& entry) {
+        if (GetTickCount64() - reported_ >= kReportMs) Report(std::wstring(FolderOf(path)));
+        if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
+            const std::wstring_view name = entry.cFileName;
+            if (!recursive_ || name == L"." || name == L"..") return;
+            if (!(entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) || LeadsSomewhereNew(path))
+                Enter(path);
+        } else if (IsAcceptedFile(path, inputFilterText_)) {
+            rows_.push_back(
+                *MakeRow(std::move(path), std::uint64_t{entry.nFileSizeHigh} << 32 | entry.nFileSizeLow));
+        }
+    }
+
+    // Whether a link leads to a folder that is none of those above it and that no other link led to.
+    bool LeadsSomewhereNew(const std::wstring& link) {
+        const std::optional<FolderId> target = IdOf(link);
+        if (!target) return false;
+        for (std::wstring_view above = FolderOf(link); above.size() >= root_.size();
+             above = FolderOf(above)) {
+            if (IdOf(above) == target) return false;
+        }
+        return linked_.insert(*target).second;
+    }
+
+    void Report(const std::wstring& folder) {
+        receive_(std::exchange(rows_, {}), folder);
+        reported_ = GetTickCount64();
+    }
+
+    const std::wstring root_;
+    const bool recursive_;
+    const std::wstring_view inputFilterText_;
+    const ScanReceiver& receive_;
+    std::vector<OpenFolder> open_;
+    std::set<FolderId> linked_;
+    std::vector<ListRow> rows_;
+    ULONGLONG reported_ = GetTickCount64();
+};
+
+}  // namespace
+
+void ScanFolder(const std::wstring& folder, bool recursive, std::wstring_view inputFilterText,
+                const std::stop_token& stop, const ScanReceiver& receive) {
+    const bool endsInBackslash = folder.ends_with(L'\\');  // "C:\"
+    FolderScan(folder.substr(0, folder.size() - endsInBackslash), recursive, inputFilterText, receive)
+        .Run(stop);
+}
+
+}  // namespace morvex
