@@ -8,7 +8,13 @@ namespace morvex {
 // Applies the settings that change the model, then gives the writer what it needs: triangles, or surfaces.
 Outcome Prepare(JobContext& context);
 
-// The steps of it.
+// Right after reading: locations keep their rigid part, and scale and mirroring go into copies of the parts.
+void BakeLocations(JobContext& context);
+
+// The steps of the preparation.
+
+// Removes assemblies that have lost their last component.
+void RemoveEmptyAssemblies(const Document& document);
 
 // Leaves out what is hidden, or shows it, as the two visibility settings say.
 void ApplyVisibility(JobContext& context);

@@ -71,7 +71,8 @@ void Remove(const Document& document, const TDF_Label& label) {
     document.Shapes()->RemoveShape(label);
 }
 
-// Assemblies that have lost their last component.
+}  // namespace
+
 void RemoveEmptyAssemblies(const Document& document) {
     for (bool again = true; again;) {
         again = false;
@@ -86,8 +87,6 @@ void RemoveEmptyAssemblies(const Document& document) {
     }
     document.Shapes()->UpdateAssemblies();
 }
-
-}  // namespace
 
 void ApplyVisibility(JobContext& context) {
     const Document& document = context.document;

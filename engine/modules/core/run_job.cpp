@@ -79,6 +79,7 @@ Outcome Convert(const Job& job) {
     JobContext context{job.request, job.settings, journal, document, job.request.input, whole.Next(45)};
     PreloadWriter(to, job.load);
     Outcome outcome = Read(context, job.load);
+    if (outcome.IsOk()) BakeLocations(context);
     if (outcome.IsOk()) outcome = CheckModel(context);
     if (!outcome.IsOk()) return outcome;
 

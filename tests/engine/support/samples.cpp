@@ -44,6 +44,22 @@ std::vector<Corner> Corners(double unit) {
 constexpr int kSides[6][4] = {{0, 2, 3, 1}, {4, 5, 7, 6}, {0, 1, 5, 4},
                               {2, 6, 7, 3}, {0, 4, 6, 2}, {1, 3, 7, 5}};
 
+std::string Base64(const std::string& bytes) {
+    static constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string text;
+    for (std::size_t at = 0; at < bytes.size(); at += 3) {
+        unsigned group = 0;
+        for (std::size_t byte = 0; byte < 3; ++byte) {
+            group =
+                group << 8 | (at + byte < bytes.size() ? static_cast<unsigned char>(bytes[at + byte]) : 0u);
+        }
+        for (std::size_t digit = 0; digit < 4; ++digit) {
+            text += at + digit > bytes.size() ? '=' : kDigits[group >> (18 - 6 * digit) & 63];
+        }
+    }
+    return text;
+}
+
 Handle(TDocStd_Document) NewDocument() {
     Handle(TDocStd_Document) document;
     XCAFApp_Application::GetApplication()->NewDocument("BinXCAF", document);
@@ -234,6 +250,25 @@ DATA;
 ENDSEC;
 END-ISO-10303-21;
 )";
+}
+
+std::string GltfBox(const std::string& nodes) {
+    std::string bytes;
+    const auto add = [&](auto value) { bytes.append(reinterpret_cast<const char*>(&value), sizeof value); };
+    for (const Corner& corner : Corners(1)) {
+        for (const double value : corner) add(static_cast<float>(value));
+    }
+    for (const auto& side : kSides) {
+        for (const int at : {0, 1, 2, 0, 2, 3}) add(static_cast<std::uint16_t>(side[at]));
+    }
+    return R"({"asset":{"version":"2.0"},"scene":0,"scenes":[{"nodes":[0]}],"nodes":)" + nodes + R"(,
+"meshes":[{"name":"box","primitives":[{"attributes":{"POSITION":0},"indices":1,"material":0}]}],
+"materials":[{"name":"red","pbrMetallicRoughness":{"baseColorFactor":[0.8,0.1,0.1,1]}}],
+"accessors":[{"bufferView":0,"componentType":5126,"count":8,"type":"VEC3","min":[1,2,3],"max":[11,22,33]},
+ {"bufferView":1,"componentType":5123,"count":36,"type":"SCALAR"}],
+"bufferViews":[{"buffer":0,"byteOffset":0,"byteLength":96},{"buffer":0,"byteOffset":96,"byteLength":72}],
+"buffers":[{"byteLength":168,"uri":"data:application/octet-stream;base64,)" +
+           Base64(bytes) + "\"}]}";
 }
 
 std::string DxfBox() {

@@ -22,5 +22,8 @@ void WriteHiddenAndWire(const std::string& stepPath);
 std::string FbxBox();
 std::string IfcBox();
 std::string DxfBox();
+// In glTF 2, in metres and Z up as it stands there, red; `nodes` is the array of the scene's nodes, of which
+// the first is the root and mesh 0 is the box.
+std::string GltfBox(const std::string& nodes);
 
 }  // namespace morvex::test
