@@ -15,7 +15,7 @@ const struct {
     int code;
     const wchar_t* dialogFilter;
 } kInputs[] = {
-#include "tests/formats/expected_input_formats.inc"
+#include "tests/support/expected_input_formats.inc"
 };
 
 const struct {
@@ -25,7 +25,7 @@ const struct {
     const wchar_t* extension;
     int code;
 } kOutputs[] = {
-#include "tests/formats/expected_output_formats.inc"
+#include "tests/support/expected_output_formats.inc"
 };
 
 TEST(FormatCodes, ReachTheLibraryForEveryInput) {

@@ -8,11 +8,11 @@ namespace morvex {
 namespace {
 
 const InputFormat kExpectedInputs[] = {
-#include "tests/formats/expected_input_formats.inc"
+#include "tests/support/expected_input_formats.inc"
 };
 
 const OutputFormat kExpectedOutputs[] = {
-#include "tests/formats/expected_output_formats.inc"
+#include "tests/support/expected_output_formats.inc"
 };
 
 TEST(InputFormats, EveryRowIsInPlaceAndFoundByEveryLookup) {
