@@ -79,8 +79,8 @@ void CmorvexApp::RunChildRoad(const std::vector<std::wstring>& arguments) {
 // What a window would show goes to standard error: the file's status, or why there was no run.
 int CmorvexApp::ConvertForParent(const std::vector<std::wstring>& arguments) {
     struct Printer : RunObserver {
-        void OnStatus(size_t row, const std::wstring& text) override {
-            if (row == 0) status = text;  // a further row tells the whole run's time
+        void OnStatus(size_t row, const RowStatus& now) override {
+            if (row == 0) status = now.text;  // a further row tells the whole run's time
         }
         std::wstring status;
     } printer;

@@ -1,8 +1,9 @@
 #include "convert/child_process.h"
 
 #include <cstddef>
-#include <utility>
 #include <vector>
+
+#include "win/environment.h"
 
 namespace morvex {
 namespace {
@@ -61,23 +62,24 @@ std::wstring ChildCommandLine(const std::wstring& program, const ChildArguments&
     return line;
 }
 
-ChildRunner::ChildRunner(std::wstring program, const std::wstring& formatIn, const std::wstring& formatOut)
-    : program_(std::move(program)), job_(CreateJobObjectW(nullptr, nullptr)) {
-    SetEnvironmentVariableW(kFormatInVariable, formatIn.c_str());
-    SetEnvironmentVariableW(kFormatOutVariable, formatOut.c_str());
-    SetEnvironmentVariableW(kSideBySideVariable, L"1");
+ChildRunner::ChildRunner(const ConversionRequest& request)
+    : program_(request.program),
+      environment_(EnvironmentBlockWith({
+          {kFormatInVariable, request.formats.input},
+          {kFormatOutVariable, request.formats.output},
+          {kUserFolderVariable, request.userFolder},
+          {kSideBySideVariable, L"1"},
+          {kChildOfRunVariable, L"1"},
+      })),
+      job_(CreateJobObjectW(nullptr, nullptr)) {
     JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
     limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
     SetInformationJobObject(job_.get(), JobObjectExtendedLimitInformation, &limits, sizeof limits);
 }
 
-// Conversions that this process makes itself afterwards have the machine to themselves.
-ChildRunner::~ChildRunner() {
-    SetEnvironmentVariableW(kSideBySideVariable, nullptr);
-}
-
 int ChildRunner::Run(const ChildArguments& arguments) const {
     std::wstring line = ChildCommandLine(program_, arguments);
+    std::wstring environment = environment_;
     const JobAttribute attribute(job_.get());
     STARTUPINFOEXW startup{};
     startup.StartupInfo.cb = sizeof startup;
@@ -85,8 +87,8 @@ int ChildRunner::Run(const ChildArguments& arguments) const {
     PROCESS_INFORMATION created{};
     const auto start = [&](DWORD flags) {
         return CreateProcessW(program_.c_str(), line.data(), nullptr, nullptr, TRUE,
-                              NORMAL_PRIORITY_CLASS | flags, nullptr, nullptr, &startup.StartupInfo,
-                              &created) != FALSE;
+                              NORMAL_PRIORITY_CLASS | CREATE_UNICODE_ENVIRONMENT | flags, environment.data(),
+                              nullptr, &startup.StartupInfo, &created) != FALSE;
     };
     if (!attribute.Usable() || !start(EXTENDED_STARTUPINFO_PRESENT)) {
         startup.StartupInfo.cb = sizeof startup.StartupInfo;

@@ -3,31 +3,27 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "convert/child_process.h"
+#include "core/conversion_config.h"
 #include "formats/input_formats.h"
 #include "formats/output_formats.h"
+#include "win/environment.h"
 #include "win/paths.h"
 
 namespace morvex {
 namespace {
 
-std::wstring EnvironmentText(const wchar_t* name) {
-    std::wstring text(GetEnvironmentVariableW(name, nullptr, 0), L'\0');
-    if (!text.empty())
-        text.resize(GetEnvironmentVariableW(name, text.data(), static_cast<DWORD>(text.size())));
-    return text;
-}
-
 // Both are known to the tables, whether by filter text or by display name.
-void TakeFormatsOfParent(AppSettings& settings) {
+ConversionFormats ChosenFormats(const AppSettings& settings) {
     const std::wstring input = EnvironmentText(kFormatInVariable);
     const std::wstring output = EnvironmentText(kFormatOutVariable);
-    if (input.empty() || output.empty()) return;
+    if (input.empty() || output.empty()) return SavedFormats(settings);
     const std::wstring inputOfName = InputDisplayNameToFilterText(input);
     const std::wstring outputOfName = OutputDisplayNameToFilterText(output);
-    settings.formatIn.Assume(inputOfName.empty() ? input : inputOfName);
-    settings.formatOut.Assume(outputOfName.empty() ? output : outputOfName);
+    return LookUpFormats(inputOfName.empty() ? input : inputOfName,
+                         outputOfName.empty() ? output : outputOfName);
 }
 
 // A path typed by hand may be relative or hold slashes. Nothing else is touched: odd names must reach the
@@ -43,36 +39,31 @@ std::wstring FullPath(std::wstring path) {
     return JoinPath(folder, onDrive ? path.substr(2) : path);
 }
 
-// "C:" names the drive's current folder, so a drive's root keeps its backslash.
-std::wstring FolderToKeep(const std::wstring& path) {
-    std::wstring folder(FolderOf(path));
-    if (folder.ends_with(L':')) folder += L'\\';
-    return folder;
-}
-
 }  // namespace
 
 ConversionJob MakeChildJob(AppContext& context, const std::vector<std::wstring>& arguments) {
     const auto argument = [&](size_t index) {
         return index < arguments.size() ? arguments[index] : std::wstring();
     };
-    AppSettings& settings = context.settings;
-    TakeFormatsOfParent(settings);
-    settings.multiprocess.Assume(false);
-    std::wstring output = argument(2);
+    const ConversionFormats formats = ChosenFormats(context.settings);
+    ConversionRequest request = MakeRequest(
+        context, formats, argument(3).empty() ? PrepareConfigFile(context, formats) : argument(3));
+    request.multiprocess = false;
+    request.outputFolder.reset();
+    if (!argument(4).empty()) request.schemaFolder = argument(4);
+
+    const std::wstring output = argument(2);
     // A run's child is told the very path: a folder that has taken that name is an error, not a place to put
     // it.
-    const bool ofRun = !EnvironmentText(kSideBySideVariable).empty();
+    const bool ofRun = !EnvironmentText(kChildOfRunVariable).empty();
     const bool outputIsFolder =
         !ofRun && (output.ends_with(L'\\') || output.ends_with(L'/') || FolderExists(output));
-    settings.besideInput.Assume(output.empty());
-    if (outputIsFolder) settings.outputFolder.Assume(FullPath(output));
+    if (outputIsFolder) request.outputFolder = FullPath(output);
 
     const std::wstring input = FullPath(argument(1));
-    const std::wstring config = argument(3).empty() ? PrepareConfigFile(context) : argument(3);
-    ConversionJob job = MakeJob(context, {{FolderToKeep(input), std::wstring(FileNameOf(input))}}, config);
+    ConversionJob job =
+        MakeJob(std::move(request), {{std::wstring(FolderOf(input)), std::wstring(FileNameOf(input))}});
     if (!output.empty() && !outputIsFolder) job.outputs = {WithLongPrefix(FullPath(output))};
-    if (!argument(4).empty()) job.schemaFolder = argument(4);
     return job;
 }
 

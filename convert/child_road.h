@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "convert/conversion_job.h"
+#include "convert/conversion_request.h"
 #include "core/context.h"
 
 namespace morvex {

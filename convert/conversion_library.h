@@ -27,7 +27,7 @@ class ConversionLibrary {
     explicit ConversionLibrary(const std::wstring& path);
 
     bool Loaded() const { return module_ != nullptr; }
-    ZelConvert Convert() const { return Entry<ZelConvert>("_zelConvert"); }  // null when not offered
+    ZelConvert ConvertEntry() const { return Entry<ZelConvert>("_zelConvert"); }  // null when not offered
     bool HasExecute() const { return Entry<void (*)()>("_zel_Execute") != nullptr; }
 
   private:

@@ -12,7 +12,6 @@
 #include "convert/crash_guard.h"
 #include "convert/crash_log.h"
 #include "convert/elapsed_text.h"
-#include "convert/result_text.h"
 #include "res/string_ids.h"
 #include "win/paths.h"
 
@@ -40,39 +39,57 @@ void OnLibraryProgress(const int* phase, const int* percent) {
 // The library's call with its arguments, in the shape that the guard can call.
 struct LibraryCall {
     ZelConvert convert;
-    const ConversionJob& job;
+    const ConversionRequest& request;
     std::wstring input;
     const std::wstring& output;
     int runSize;
 
     int operator()() const {
         constexpr int kAlone = 0;  // a multiprocess run makes no call in this process
-        const int option = job.ShowsProgress() ? 1 : job.developerMode ? job.healing : 0;
-        return convert(job.inputCode, job.outputCode, input.c_str(), output.c_str(), job.configFile.c_str(),
-                       job.schemaFolder.c_str(), OnLibraryProgress, kAlone, nullptr, option,
-                       job.developerMode ? -5 : 0, 0, runSize);
+        const ConversionFormats& formats = request.formats;
+        const int option = formats.InProgressGroup() ? 1 : request.developerMode ? request.healing : 0;
+        return convert(formats.inputCode, formats.outputCode, input.c_str(), output.c_str(),
+                       request.configFile.c_str(), request.schemaFolder.c_str(), OnLibraryProgress, kAlone,
+                       nullptr, option, request.developerMode ? -5 : 0, 0, runSize);
     }
     static int Invoke(void* call) { return (*static_cast<const LibraryCall*>(call))(); }
 };
 
+std::wstring MessageOf(const std::exception_ptr& failure) {
+    try {
+        std::rethrow_exception(failure);
+    } catch (const std::exception& known) {
+        const std::string what = known.what();
+        return {what.begin(), what.end()};
+    } catch (...) {
+        return L"Unknown exception";
+    }
+}
+
 class Run {
   public:
     Run(const ConversionJob& job, RunObserver& observer)
-        : job_(job), observer_(observer), count_(job.files.size()), log_(job.crashLog) {
-        if (job.multiprocess)
-            children_ = std::make_unique<ChildRunner>(job.program, job.formatIn, job.formatOut);
+        : request_(job.request),
+          job_(job),
+          observer_(observer),
+          count_(job.files.size()),
+          log_(request_.crashLog),
+          states_(count_, RowState::Idle) {
+        if (request_.multiprocess) children_ = std::make_unique<ChildRunner>(request_);
     }
 
     RunOutcome ConvertAll() {
         log_.RunStarts(count_);
-        observer_.OnRunStarted(count_);
         // The analyser does not see the loop's clause. NOLINTNEXTLINE(clang-analyzer-deadcode.DeadStores)
-        const int workers = job_.multiprocess ? omp_get_max_threads() : 1;
+        const int workers = children_ ? omp_get_max_threads() : 1;
         const auto files = static_cast<std::ptrdiff_t>(count_);
 #pragma omp parallel for schedule(dynamic, 1) num_threads(workers)
         for (std::ptrdiff_t row = 0; row < files; ++row) ConvertOrKeepFailure(static_cast<size_t>(row));
-        if (failure_) std::rethrow_exception(failure_);
-        if (job_.developerMode) observer_.OnStatus(count_, L"-" + Format(L" [%g]", seconds_));
+        if (failure_) Abandon(MessageOf(failure_));
+        TellRowsLeft();
+        if (request_.developerMode) {
+            observer_.OnStatus(count_, {RowState::Idle, kResultOk, kStatusNone + Format(L" [%g]", seconds_)});
+        }
         log_.RunEnds();
         return outcome_;
     }
@@ -92,51 +109,58 @@ class Run {
     void Convert(size_t row) {
         std::unique_ptr<ConversionLibrary> library;
         if (!children_) {
-            library = std::make_unique<ConversionLibrary>(job_.libraryPath);
+            library = std::make_unique<ConversionLibrary>(request_.libraryPath);
             if (!Usable(*library)) return;
         }
         const SourceFile& source = job_.files[row];
         const std::wstring input = JoinPath(source.folder, source.name);
-        observer_.OnFileStarted(row, source.name);
-        observer_.OnStatus(row, job_.text(IDS_IN_PROGRESS));
+        Tell(row, StatusOfState(RowState::Running, request_.text));
         log_.FileStarts(input);
         const std::clock_t start = std::clock();
         int result = kResultCannotWrite;
         // However the paths are spelled, the input is never written.
         if (!SameFile(job_.outputs[row], input)) {
-            result = children_
-                         ? children_->Run({input, job_.outputs[row], job_.configFile, job_.schemaFolder})
-                         : CallLibrary(*library, row, input);
+            result =
+                children_
+                    ? children_->Run({input, job_.outputs[row], request_.configFile, request_.schemaFolder})
+                    : CallLibrary(*library, row, input);
         }
         Finish(row, result, (std::clock() - start) / CLOCKS_PER_SEC);
     }
 
     // A library that cannot be used ends the whole run.
     bool Usable(const ConversionLibrary& library) {
-        const bool required = job_.ShowsProgress() || library.Convert() || library.HasExecute();
-        if (library.Loaded() && required) return true;
+        const bool progressGroup = request_.formats.InProgressGroup();
+        if (library.Loaded() && (progressGroup || library.ConvertEntry() || library.HasExecute()))
+            return true;
+        std::wstring message;
+        if (!library.Loaded()) {
+            const std::wstring name =
+                progressGroup ? std::wstring(FileNameOf(request_.libraryPath)) : request_.libraryPath;
+            message = request_.text(IDS_COMPONENT_MISSING) + L" : " + name;
+        }
+        Abandon(message);
+        return false;
+    }
+
+    void Abandon(const std::wstring& message) {
         const std::lock_guard lock(mutex_);
         ended_ = true;
         outcome_.abandoned = true;
         outcome_.lastResult = kResultFailed;
-        if (!library.Loaded()) {
-            const std::wstring name =
-                job_.ShowsProgress() ? std::wstring(FileNameOf(job_.libraryPath)) : job_.libraryPath;
-            outcome_.message = job_.text(IDS_COMPONENT_MISSING) + L" : " + name;
-        }
-        return false;
+        outcome_.message = message;
     }
 
     int CallLibrary(const ConversionLibrary& library, size_t row, const std::wstring& input) {
         constexpr size_t kMarkedPosition = 33;  // the library expects its mark there too
-        if (!library.Convert()) return kResultFailed;
+        if (!library.ConvertEntry()) return kResultFailed;
         const bool marked = row == 0 || row == kMarkedPosition || row + 1 == count_;
         const int files = static_cast<int>(count_);
-        LibraryCall call{library.Convert(), job_, input, job_.outputs[row], marked ? -files : files};
+        LibraryCall call{library.ConvertEntry(), request_, input, job_.outputs[row], marked ? -files : files};
         ProgressTarget target{observer_, nullptr};
         progressTarget = &target;
         int result = kResultFailed;
-        if (job_.guarded) {
+        if (request_.guarded) {
             const GuardedResult guarded = CallGuarded(LibraryCall::Invoke, &call);
             if (guarded.fault)
                 log_.FileCrashed();
@@ -151,24 +175,39 @@ class Run {
     }
 
     void Finish(size_t row, int result, long seconds) {
-        const int id = ResultTextId(result);
-        std::wstring text = id == IDS_RESULT_KO && job_.developerMode ? Format(L"%d", result) : job_.text(id);
-        if (job_.developerMode) text += ElapsedText(seconds);
+        RowStatus status = StatusOfResult(result, request_.text, request_.developerMode);
+        if (request_.developerMode) status.text += ElapsedText(seconds);
         {
             const std::lock_guard lock(mutex_);
             outcome_.lastResult = result;
             outcome_.failed += result != kResultOk;
             seconds_ += static_cast<double>(seconds);
         }
-        observer_.OnStatus(row, text);
-        observer_.OnResult(row, result);
+        Tell(row, status);
     }
 
+    void Tell(size_t row, const RowStatus& status) {
+        states_[row] = status.state;
+        observer_.OnStatus(row, status);
+    }
+
+    // After a run that ended before its time.
+    void TellRowsLeft() {
+        for (size_t row = 0; row < count_; ++row) {
+            if (states_[row] == RowState::Running)
+                Tell(row, StatusOfResult(kResultFailed, request_.text, request_.developerMode));
+            else if (states_[row] == RowState::Idle)
+                Tell(row, StatusOfState(RowState::NotConverted, request_.text));
+        }
+    }
+
+    const ConversionRequest& request_;
     const ConversionJob& job_;
     RunObserver& observer_;
     const size_t count_;
     CrashLog log_;
     std::unique_ptr<ChildRunner> children_;  // only in a multiprocess run
+    std::vector<RowState> states_;           // each row is one worker's at a time
 
     std::atomic<bool> ended_ = false;
     std::mutex mutex_;  // guards what follows
@@ -179,8 +218,13 @@ class Run {
 
 }  // namespace
 
-RunOutcome RunConversions(const ConversionJob& job, RunObserver& observer) {
-    return Run(job, observer).ConvertAll();
+RunOutcome RunConversions(const ConversionJob& job, RunObserver& observer) noexcept {
+    try {
+        return Run(job, observer).ConvertAll();
+    } catch (...) {
+        return {
+            .lastResult = kResultFailed, .abandoned = true, .message = MessageOf(std::current_exception())};
+    }
 }
 
 }  // namespace morvex

@@ -65,30 +65,32 @@ struct OutputName {
     }
 };
 
-OutputName NameByRules(const SourceFile& source, const NamingRules& rules) {
+OutputName NameByRules(const SourceFile& source, const ConversionRequest& request) {
     OutputName name;
-    name.extension = rules.extension;
-    if (!rules.useOutputFolder) {
+    const ConversionFormats& formats = request.formats;
+    name.extension = formats.extension;
+    if (!request.outputFolder) {
         const size_t dot = ExtensionStart(source.name);
         const std::wstring_view inputExtension =
             dot == std::wstring::npos ? std::wstring_view{} : std::wstring_view(source.name).substr(dot);
-        if (SameText(inputExtension, rules.extension) || rules.inputCode == rules.outputCode) {
+        if (SameText(inputExtension, formats.extension) || formats.inputCode == formats.outputCode) {
             name.extension = L"-zel" + name.extension;
         }
     }
-    std::wstring base = BaseName(source, rules.inputCode);
-    if (rules.inputPathInName) base = FolderAsName(source.folder) + L"_" + base;
-    name.stem = JoinPath(rules.useOutputFolder ? rules.outputFolder : source.folder, base);
+    std::wstring base = BaseName(source, formats.inputCode);
+    if (request.inputPathInName) base = FolderAsName(source.folder) + L"_" + base;
+    name.stem = JoinPath(request.outputFolder.value_or(source.folder), base);
     return name;
 }
 
 }  // namespace
 
-std::wstring OutputPath(const SourceFile& source, const NamingRules& rules) {
-    return NameByRules(source, rules).Path();
+std::wstring OutputPath(const SourceFile& source, const ConversionRequest& request) {
+    return NameByRules(source, request).Path();
 }
 
-std::vector<std::wstring> PlanOutputs(const std::vector<SourceFile>& sources, const NamingRules& rules) {
+std::vector<std::wstring> PlanOutputs(const std::vector<SourceFile>& sources,
+                                      const ConversionRequest& request) {
     std::unordered_set<std::wstring> taken;
     taken.reserve(sources.size() * 2);
     for (const SourceFile& source : sources) taken.insert(CaseKey(JoinPath(source.folder, source.name)));
@@ -97,7 +99,7 @@ std::vector<std::wstring> PlanOutputs(const std::vector<SourceFile>& sources, co
     outputs.reserve(sources.size());
     std::unordered_map<std::wstring, int> lastNumber;  // keeps many equal names from being tried one by one
     for (const SourceFile& source : sources) {
-        const OutputName name = NameByRules(source, rules);
+        const OutputName name = NameByRules(source, request);
         std::wstring path = name.Path();
         if (std::wstring key = CaseKey(path); !taken.insert(key).second) {
             int& number = lastNumber.try_emplace(std::move(key), 1).first->second;

@@ -1,33 +1,38 @@
 #include "core/conversion_config.h"
 
 #include "core/default_config.h"
-#include "formats/format_groups.h"
-#include "formats/input_formats.h"
-#include "formats/output_formats.h"
 #include "win/paths.h"
 #include "win/profile.h"
 
 namespace morvex {
 
-bool UsesSharedConfig(const AppContext& context) {
-    return IsProgressGroup(InputFilterTextToFormatCode(context.settings.formatIn.Get()),
-                           OutputFilterTextToFormatCode(context.settings.formatOut.Get()));
+ConversionFormats SavedFormats(const AppSettings& settings) {
+    return LookUpFormats(settings.formatIn.Get(), settings.formatOut.Get());
 }
 
-std::wstring GetConfigFilePath(AppContext& context) {
+std::wstring GetConfigFilePath(AppContext& context, const ConversionFormats& formats) {
     std::wstring chosen = context.settings.configFilePath.Get();
-    if (!chosen.empty() && FileExists(chosen)) return chosen;
+    if (!chosen.empty() && PathExists(chosen)) return chosen;
     context.settings.configFilePath.Set(L"");
-    if (context.settings.developerMode.Get() || UsesSharedConfig(context))
+    if (context.settings.developerMode.Get() || formats.InProgressGroup())
         return context.folders.SharedConfig();
-    const ConversionPair* pair =
-        context.pairs.Find(context.settings.formatIn.Get(), context.settings.formatOut.Get());
+    const ConversionPair* pair = context.pairs.Find(formats.input, formats.output);
     if (!pair || pair->configFile.empty()) return {};
     return JoinPath(context.folders.user, pair->configFile);
 }
 
+std::wstring GetConfigFilePath(AppContext& context) {
+    return GetConfigFilePath(context, SavedFormats(context.settings));
+}
+
+std::wstring PrepareConfigFile(AppContext& context, const ConversionFormats& formats) {
+    const std::wstring path = GetConfigFilePath(context, formats);
+    WriteDefaultConfig(path);
+    return path;
+}
+
 bool WriteDefaultConfig(const std::wstring& path) {
-    if (path.empty() || FileExists(path)) return false;
+    if (path.empty() || PathExists(path)) return false;
     for (const ConfigDefault& entry : kConfigDefaults) {
         profile::WriteText(path, entry.section, entry.key, entry.value);
     }

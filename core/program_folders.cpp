@@ -4,6 +4,7 @@
 
 #include <shlobj.h>
 
+#include "win/environment.h"
 #include "win/paths.h"
 #include "win/text_file.h"
 
@@ -11,17 +12,13 @@ namespace morvex {
 namespace {
 
 std::wstring EnsureFolder(const std::wstring& folder) {
-    if (!FileExists(folder)) CreateDirectoryW(folder.c_str(), nullptr);
+    if (!PathExists(folder)) CreateDirectoryW(folder.c_str(), nullptr);
     return folder;
 }
 
-// A child is told by its parent: asking the shell for the folder loads the shell library.
-constexpr wchar_t kUserFolderVariable[] = L"MORVEX_USER_FOLDER";
-
 std::wstring FindUserFolder(const std::wstring& program) {
-    wchar_t known[MAX_PATH];
-    const DWORD length = GetEnvironmentVariableW(kUserFolderVariable, known, MAX_PATH);
-    if (length > 0 && length < MAX_PATH && FolderExists(known)) return known;
+    const std::wstring known = EnvironmentText(kUserFolderVariable);
+    if (!known.empty() && FolderExists(known)) return known;
     wchar_t roaming[MAX_PATH];
     const bool found = SHGetSpecialFolderPathW(nullptr, roaming, CSIDL_APPDATA, FALSE);
     return EnsureFolder(EnsureFolder((found ? roaming : program) + L"\\Norwend") + L"\\Morvex");
@@ -47,8 +44,7 @@ ProgramFolders MakeProgramFolders(const std::wstring& program, const std::wstrin
 ProgramFolders PrepareProgramFolders() {
     const std::wstring program(FolderOf(ModulePath()));
     ProgramFolders folders = MakeProgramFolders(program, FindUserFolder(program));
-    SetEnvironmentVariableW(kUserFolderVariable, folders.user.c_str());
-    if (!FileExists(folders.userSettings)) WriteTextFile(folders.userSettings, L"");
+    if (!PathExists(folders.userSettings)) WriteTextFile(folders.userSettings, L"");
     return folders;
 }
 

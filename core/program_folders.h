@@ -23,6 +23,10 @@ struct ProgramFolders {
 // Builds the paths for a program and a user folder; touches nothing.
 ProgramFolders MakeProgramFolders(const std::wstring& program, const std::wstring& user);
 
+// Names the user folder, where it exists, in place of the system's answer. A child is told it by its parent:
+// asking the shell for the folder loads the shell library.
+inline constexpr wchar_t kUserFolderVariable[] = L"MORVEX_USER_FOLDER";
+
 // Finds both folders, creates the user folder and an empty UTF-16LE user settings file where they are
 // missing. Never fails: without an application data folder the program folder takes its place, other failures
 // are ignored.

@@ -38,7 +38,6 @@ class TextSetting : public Setting {
         : Setting(file, section, key), value_(fallback) {}
     const std::wstring& Get() const { return value_; }
     void Set(const std::wstring& value);
-    void Assume(const std::wstring& value) { value_ = value; }  // for this process only, not stored
     void Load() override { value_ = ReadText(value_); }
 
   private:
@@ -52,7 +51,6 @@ class SwitchSetting : public Setting {
         : Setting(file, section, key), value_(fallback) {}
     bool Get() const { return value_; }
     void Set(bool value);
-    void Assume(bool value) { value_ = value; }  // for this process only, not stored
     void Load() override { value_ = ReadInt(value_) == 1; }
 
   private:

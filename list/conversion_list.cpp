@@ -73,7 +73,7 @@ std::vector<std::uint32_t> ConversionList::SortedOrder() const {
 
 void ConversionList::ResetStatuses() {
     for (const Entry& row : rows_) {
-        row.texts->status = kStatusNone;
+        row.texts->status = {};
         row.texts->outputPath.clear();
     }
 }

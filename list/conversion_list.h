@@ -7,7 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "convert/conversion_job.h"
+#include "convert/conversion_request.h"
+#include "convert/row_status.h"
 #include "list/list_row.h"
 
 namespace morvex {
@@ -49,7 +50,7 @@ class ConversionList {
     ListColumn SortedColumn() const { return sortedColumn_; }
     bool Ascending() const { return ascending_; }
 
-    void SetStatus(size_t row, std::wstring text) { rows_[row].texts->status = std::move(text); }
+    void SetStatus(size_t row, RowStatus status) { rows_[row].texts->status = std::move(status); }
 
     // Makes every row as it was before a run: status "-", no output path.
     void ResetStatuses();

@@ -64,7 +64,7 @@ bool SaveResultsReport(const std::wstring& path, const ConversionList& list, con
     if (outputFolder) content += text(IDS_OUTPUT_FOLDER) + L"\n" + *outputFolder + L"\n\n";
     content += text(IDS_FILENAME) + L";" + text(IDS_SIZE) + L";" + text(IDS_STATUS) + L"\n";
     for (size_t i = 0; i < list.Count(); ++i) {
-        content += list.FullPath(i) + L";" + list.Row(i).size + L";" + list.Row(i).status + L"\n";
+        content += list.FullPath(i) + L";" + list.Row(i).size + L";" + list.Row(i).status.text + L"\n";
     }
     return WriteTextFile(path, content);
 }
@@ -98,7 +98,7 @@ bool SaveLastState(const ProgramFolders& folders, const ConversionList& list, co
 }
 
 ListFile ReadLastState(const ProgramFolders& folders, const ConversionPairs& pairs) {
-    return ReadListFile(FileExists(folders.lastState) ? folders.lastState : folders.temporaryList, pairs,
+    return ReadListFile(PathExists(folders.lastState) ? folders.lastState : folders.temporaryList, pairs,
                         false);
 }
 

@@ -24,7 +24,7 @@ const std::wstring& ListRow::Text(ListColumn column) const {
         case ListColumn::Status:
             break;
     }
-    return status;
+    return status.text;
 }
 
 std::wstring ListRow::FullPath() const {

@@ -7,14 +7,13 @@
 #include <string_view>
 #include <vector>
 
+#include "convert/row_status.h"
+
 namespace morvex {
 
 // The list's columns, in this order on the screen.
 enum class ListColumn { Filename, Size, Folder, Status };
 inline constexpr int kListColumns = 4;
-
-// The status of a row that no run has touched.
-inline constexpr const wchar_t* kStatusNone = L"-";
 
 // No path of the system is longer, in characters; longer lines of a text file are none.
 inline constexpr size_t kLongestPath = 32767;
@@ -24,7 +23,7 @@ struct ListRow {
     std::wstring name;
     std::wstring size;    // made by FormatFileSize; "-" when it could not be read
     std::wstring folder;  // without the backslash (or slash) that joined it to the name
-    std::wstring status = kStatusNone;
+    RowStatus status;
     std::wstring outputPath;  // the file that the last run wrote, or tried to; empty before a run
 
     const std::wstring& Text(ListColumn column) const;

@@ -99,7 +99,9 @@
 #define IDS_CANNOT_WRITE_FILE 3025
 #define IDS_CANNOT_SAVE_SETTINGS 3026
 #define IDS_NO_SETTINGS 3027
-#define IDS_NOT_CONVERTED 3028  // status of a row after an abandoned run
+#define IDS_NOT_CONVERTED 3028  // status of a row after an abandoned or stopped run
+#define IDS_STOPPED 3029        // of a row that was being converted when the run was stopped
+#define IDS_TIME_LIMIT 3030     // of a row that took longer than a file may
 
 // Captions of the conversion settings dialogs, shared between them.
 #define IDS_CFG_TITLE_WRITE 3100

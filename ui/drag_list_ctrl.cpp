@@ -48,9 +48,6 @@ void CDragListCtrl::Localise() {
     for (int i = 0; i < kListColumns; ++i)
         view_.SetColumnTitle(i, text_(kColumns[i].title), kColumns[i].format);
     ShowSorted(sorted_);  // titles take the arrow along
-    ok_ = text_(IDS_RESULT_OK);
-    ko_ = text_(IDS_RESULT_KO);
-    inProgress_ = text_(IDS_IN_PROGRESS);
     hint_ = text_(IDS_EMPTY_HINT);
     InvalidateRect(view_.Handle(), nullptr, TRUE);
 }
@@ -129,21 +126,26 @@ void CDragListCtrl::Draw(const DRAWITEMSTRUCT& item) const {
         const auto column = static_cast<ListColumn>(i);
         const std::wstring& text = row.Text(column);
         cell.right = cell.left + view_.ColumnWidth(i);
-        DrawCell(item.hDC, cell, text, kColumns[i].format, ColoursOf(text, column, selected));
+        DrawCell(item.hDC, cell, text, kColumns[i].format, ColoursOf(row.status.state, column, selected));
         cell.left = cell.right;
     }
     if (item.itemState & ODS_FOCUS) DrawFocusRect(item.hDC, &item.rcItem);
 }
 
-CDragListCtrl::Colours CDragListCtrl::ColoursOf(const std::wstring& text, ListColumn column,
-                                                bool selected) const {
+CDragListCtrl::Colours CDragListCtrl::ColoursOf(RowState state, ListColumn column, bool selected) {
     if (selected) return {GetSysColor(COLOR_HIGHLIGHT), GetSysColor(COLOR_HIGHLIGHTTEXT)};
     const Colours plain{GetSysColor(COLOR_WINDOW), GetSysColor(COLOR_WINDOWTEXT)};
     if (column != ListColumn::Status || WindowTheme::HighContrast()) return plain;
-    if (text.starts_with(ok_)) return {kGoodBackground, kGoodText};
-    if (text == inProgress_) return {kBusyBackground, kBusyText};
-    if (text == ko_ || text.size() >= 2) return {kBadBackground, kBadText};
-    return plain;
+    switch (state) {
+        case RowState::Idle:
+            return plain;
+        case RowState::Running:
+            return {kBusyBackground, kBusyText};
+        case RowState::Converted:
+            return {kGoodBackground, kGoodText};
+        default:
+            return {kBadBackground, kBadText};
+    }
 }
 
 void CDragListCtrl::DrawCell(HDC device, const RECT& cell, const std::wstring& text, int format,

@@ -25,7 +25,7 @@ class CDragListCtrl {
     const ListView& View() const { return view_; }
     CListOleDropTarget& DropTarget() { return dropTarget_; }
 
-    // Column titles and the texts that have colours, in the chosen language.
+    // Column titles and the empty list's hint, in the chosen language.
     void Localise();
     // After rows came or went: shows the model's number of rows, nothing selected that is not there any more.
     void Refresh();
@@ -55,7 +55,7 @@ class CDragListCtrl {
         COLORREF background;
         COLORREF text;
     };
-    Colours ColoursOf(const std::wstring& text, ListColumn column, bool selected) const;
+    static Colours ColoursOf(RowState state, ListColumn column, bool selected);
     void DrawCell(HDC device, const RECT& cell, const std::wstring& text, int format,
                   const Colours& colours) const;
     void DrawHint() const;
@@ -68,7 +68,7 @@ class CDragListCtrl {
     CListOleDropTarget dropTarget_;
     bool roomForScrollBar_ = false;
     bool sorted_ = false;
-    std::wstring ok_, ko_, inProgress_, hint_;
+    std::wstring hint_;
 };
 
 }  // namespace morvex

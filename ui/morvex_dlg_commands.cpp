@@ -165,8 +165,7 @@ void CmorvexDlg::OpenResult(const NMITEMACTIVATE& click) {
     const ListRow& row = list_.Row(index);
     const ListColumn column = listControl_.ColumnAt(static_cast<int>(click.ptAction.x));
     if (column == ListColumn::Folder) return prompts_.open(Handle(), row.folder);
-    if (row.outputPath.empty() || row.status == kStatusNone || row.status == context_.text(IDS_IN_PROGRESS))
-        return;
+    if (!row.status.Final() || row.outputPath.empty()) return;
     prompts_.open(Handle(), column == ListColumn::Status ? row.outputPath + kReportSuffix : row.outputPath);
 }
 

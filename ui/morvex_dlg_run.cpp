@@ -1,4 +1,4 @@
-#include "convert/conversion_job.h"
+#include "core/conversion_config.h"
 #include "res/string_ids.h"
 #include "ui/morvex_dlg.h"
 #include "ui/morvex_dlg_messages.h"
@@ -17,11 +17,13 @@ void CmorvexDlg::StartRun() {
     EnableControls(false);
     RedrawWindow(Handle(), nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN);
     state_ = RunState::Running;
-    ConversionJob job = MakeJob(context_, list_.Sources(), PrepareConfigFile(context_));
+    const ConversionFormats formats = SavedFormats(settings_);
+    ConversionJob job =
+        MakeJob(MakeRequest(context_, formats, PrepareConfigFile(context_, formats)), list_.Sources());
     list_.ResetStatuses();
     list_.SetOutputPaths(job.outputs);
     listControl_.RedrawVisible();
-    if (job.ShowsProgress() && !job.multiprocess) {
+    if (formats.InProgressGroup() && !job.request.multiprocess) {
         const Colour theme = settings_.Theme();
         progress_.emplace(context_.text, RGB(theme.red, theme.green, theme.blue), Handle());
         progress_->StartRun(list_.Count());
@@ -34,11 +36,11 @@ void CmorvexDlg::OnRunNews() {
     KillTimer(Handle(), kRunNewsTimer);
     if (!Converting()) return;
     RunNews news = worker_.Take();
-    for (auto& [row, text] : news.statuses) {
-        if (row < list_.Count()) list_.SetStatus(row, std::move(text));  // one more row means the whole run
+    for (auto& [row, status] : news.statuses) {
+        if (row < list_.Count()) list_.SetStatus(row, std::move(status));  // one more row means the whole run
     }
     if (!news.statuses.empty()) listControl_.RedrawVisible();
-    if (news.file && progress_) progress_->StartFile(news.file->first, list_.Count(), news.file->second);
+    if (news.file && progress_) progress_->StartFile(*news.file, list_.Count(), list_.Row(*news.file).name);
     if (news.percent && progress_) progress_->ShowPercent(*news.percent);
     ShowRunProgress(news);
     if (news.outcome) OnRunEnded(*news.outcome);
@@ -56,15 +58,7 @@ void CmorvexDlg::OnRunEnded(const RunOutcome& outcome) {
     progress_.reset();
     state_ = RunState::Finished;
     if (outcome.abandoned) {
-        for (size_t row = 0; row < list_.Count(); ++row) {
-            const std::wstring& status = list_.Row(row).status;
-            if (status == kStatusNone)
-                list_.SetStatus(row, context_.text(IDS_NOT_CONVERTED));
-            else if (status == context_.text(IDS_IN_PROGRESS))
-                list_.SetStatus(row, context_.text(IDS_RESULT_KO));
-        }
         taskbar_.Show(list_.Count(), list_.Count(), true);
-        listControl_.RedrawVisible();
     }
     EnableControls(true);
     AnnounceInBackground(Handle());

@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include "convert/conversion_job.h"
+#include "core/conversion_config.h"
 #include "dialogs/options_dlg.h"
 #include "dialogs/settings_dialogs.h"
 #include "formats/format_codes.h"
@@ -126,7 +126,7 @@ void CmorvexDlg::OnSwitch(int id) {
             settings_.multiprocess.Set(on);
             break;
         case IDS_OVERRIDE:
-            PrepareConfigFile(context_);
+            PrepareConfigFile(context_, SavedFormats(settings_));
             settings_.SetFillOverride(on);
             break;
         case IDS_CONVERT_AT_STARTUP:

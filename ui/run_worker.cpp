@@ -1,9 +1,5 @@
 #include "ui/run_worker.h"
 
-#include <exception>
-
-#include "convert/result_text.h"
-
 namespace morvex {
 
 RunWorker::~RunWorker() {
@@ -31,33 +27,20 @@ RunNews RunWorker::Take() {
 }
 
 void RunWorker::Run(const ConversionJob& job) {
-    RunOutcome outcome;
-    try {
-        outcome = RunConversions(job, *this);
-    } catch (const std::exception& failure) {  // out of memory at worst
-        outcome.abandoned = true;
-        outcome.lastResult = kResultFailed;
-        const std::string what = failure.what();
-        outcome.message.assign(what.begin(), what.end());
-    }
+    RunOutcome outcome = RunConversions(job, *this);
     Tell([&](RunNews& news) { news.outcome = std::move(outcome); });
 }
 
-void RunWorker::OnFileStarted(size_t row, const std::wstring& fileName) {
+void RunWorker::OnStatus(size_t row, const RowStatus& status) {
     Tell([&](RunNews& news) {
-        news.file.emplace(row, fileName);
-        news.percent = 0;
-    });
-}
-
-void RunWorker::OnStatus(size_t row, const std::wstring& text) {
-    Tell([&](RunNews& news) { news.statuses.emplace_back(row, text); });
-}
-
-void RunWorker::OnResult(size_t, int result) {
-    Tell([&](RunNews& news) {
-        ++news.done;
-        news.failed += result != kResultOk;
+        news.statuses.emplace_back(row, status);
+        if (status.state == RowState::Running) {
+            news.file = row;
+            news.percent = 0;
+        }
+        const bool failed = status.state == RowState::Failed || status.state == RowState::Stopped;
+        news.failed += failed;
+        news.done += failed || status.state == RowState::Converted;
     });
 }
 

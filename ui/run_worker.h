@@ -15,12 +15,12 @@ namespace morvex {
 
 // What happened in a run since it was last asked, in the order of a reader's interest.
 struct RunNews {
-    std::vector<std::pair<size_t, std::wstring>> statuses;  // row and text, oldest first
-    std::optional<std::pair<size_t, std::wstring>> file;    // the file begun last: row and name
-    std::optional<int> percent;                             // of that file
-    size_t done = 0;                                        // files ended in the whole run
-    size_t failed = 0;                                      // of these, those with another result than 0
-    std::optional<RunOutcome> outcome;                      // the run is over
+    std::vector<std::pair<size_t, RowStatus>> statuses;  // by row, oldest first
+    std::optional<size_t> file;                          // the row of the file begun last
+    std::optional<int> percent;                          // of that file
+    size_t done = 0;                                     // files ended in the whole run
+    size_t failed = 0;                                   // of these, those that were not converted
+    std::optional<RunOutcome> outcome;                   // the run is over
 };
 
 // Makes runs on a thread of its own and collects what they tell. `notify` is called on that thread (or one of
@@ -38,9 +38,7 @@ class RunWorker : private RunObserver {
     RunNews Take();
 
   private:
-    void OnFileStarted(size_t row, const std::wstring& fileName) override;
-    void OnStatus(size_t row, const std::wstring& text) override;
-    void OnResult(size_t row, int result) override;
+    void OnStatus(size_t row, const RowStatus& status) override;
     void OnProgress(int percent) override;
     bool StopRequested() override { return stop_; }
     void Run(const ConversionJob& job);

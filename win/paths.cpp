@@ -31,7 +31,10 @@ std::wstring_view FileNameOf(std::wstring_view path) {
 
 std::wstring_view FolderOf(std::wstring_view path) {
     const size_t slash = path.rfind(L'\\');
-    return slash == path.npos ? std::wstring_view{} : path.substr(0, slash);
+    if (slash == path.npos) return {};
+    const bool ofRoot = slash > 0 && path[slash - 1] == L':';
+    if (ofRoot && slash + 1 == path.size()) return {};
+    return path.substr(0, slash + ofRoot);
 }
 
 size_t ExtensionStart(std::wstring_view path) {
@@ -57,7 +60,7 @@ std::wstring WithLongPrefix(std::wstring path) {
     return L"\\\\?\\" + path;
 }
 
-bool FileExists(const std::wstring& path) {
+bool PathExists(const std::wstring& path) {
     return Attributes(path) != INVALID_FILE_ATTRIBUTES;
 }
 

@@ -15,7 +15,8 @@ std::wstring JoinPath(std::wstring_view folder, std::wstring_view name);
 // The text after the last backslash; the whole text when there is none.
 std::wstring_view FileNameOf(std::wstring_view path);
 
-// The text before the last backslash, without it; empty when there is none.
+// The folder of a path: the text before the last backslash, which only a drive's root keeps ("C:\" of
+// "C:\a": "C:" alone is the drive's current folder). Empty when there is none, as for a root itself.
 std::wstring_view FolderOf(std::wstring_view path);
 
 // A file name's position of the last "." or npos; a "." in a folder name does not count.
@@ -31,7 +32,7 @@ bool SameText(std::wstring_view a, std::wstring_view b);
 // for a share).
 std::wstring WithLongPrefix(std::wstring path);
 
-bool FileExists(const std::wstring& path);    // something of that name, a folder included
+bool PathExists(const std::wstring& path);    // a file or folder of that name
 bool FolderExists(const std::wstring& path);  // a folder of that name
 
 // Size in bytes from the file's attributes; nothing when they cannot be read.

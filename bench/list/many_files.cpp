@@ -24,7 +24,7 @@ bool HostMakesFiles(const std::wstring& folder, int count) {
     }
     const std::wstring made = JoinPath(folder, L"made");
     const ULONGLONG begun = GetTickCount64();
-    while (!FileExists(made) && GetTickCount64() - begun < kHostDeadlineMs) Sleep(50);
+    while (!PathExists(made) && GetTickCount64() - begun < kHostDeadlineMs) Sleep(50);
     return DeleteFileW(made.c_str());
 }
 

@@ -43,10 +43,10 @@ int RunRows(int count, const std::wstring& library) {
         job.files.push_back({L"C:\\in", std::to_wstring(i) + L".stp"});
         job.outputs.push_back(L"C:\\out\\" + std::to_wstring(i) + L".stl");
     }
-    job.libraryPath = library;
+    job.request.libraryPath = library;
     RunObserver nobody;
     const double loadStart = Now();
-    for (int i = 0; i < count; ++i) ConversionLibrary(library).Convert();
+    for (int i = 0; i < count; ++i) ConversionLibrary(library).ConvertEntry();
     const double load = Now() - loadStart;
     const double start = Now();
     RunConversions(job, nobody);
@@ -64,10 +64,9 @@ int RunChildren(int count, const std::vector<std::wstring>& arguments) {
         job.files.push_back({folder, name});
         job.outputs.push_back(arguments[7] + L"\\" + std::to_wstring(i) + L".out");
     }
-    job.program = arguments[3];
-    job.formatIn = arguments[4];
-    job.formatOut = arguments[5];
-    job.multiprocess = true;
+    job.request.program = arguments[3];
+    job.request.formats = LookUpFormats(arguments[4], arguments[5]);
+    job.request.multiprocess = true;
     RunObserver nobody;
     const double start = Now(), processorStart = ProcessorTime();
     const RunOutcome outcome = RunConversions(job, nobody);

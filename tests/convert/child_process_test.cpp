@@ -21,9 +21,9 @@ using test::LibraryLog;
 
 class LastStatus : public RunObserver {
   public:
-    void OnStatus(size_t row, const std::wstring& text) override {
+    void OnStatus(size_t row, const RowStatus& status) override {
         const std::lock_guard lock(mutex_);
-        texts[row] = text;
+        texts[row] = status.text;
     }
     std::map<size_t, std::wstring> texts;
 
@@ -37,12 +37,12 @@ ConversionJob Job(const std::vector<std::wstring>& names) {
         job.files.push_back({L"C:\\in dir", name});
         job.outputs.push_back(L"C:\\out dir\\" + name + L".stl");
     }
-    job.formatIn = L"STEP (*.step;*.stp;*.stpz;*.stpx;*.stpxz;*.stpnc;*.stpa)";
-    job.formatOut = L"STL (*.stl)";
-    job.configFile = L"C:\\my config\\c.zel";
-    job.schemaFolder = L"C:\\schema";
-    job.program = ModulePath();
-    job.multiprocess = true;
+    job.request.formats =
+        LookUpFormats(L"STEP (*.step;*.stp;*.stpz;*.stpx;*.stpxz;*.stpnc;*.stpa)", L"STL (*.stl)");
+    job.request.configFile = L"C:\\my config\\c.zel";
+    job.request.schemaFolder = L"C:\\schema";
+    job.request.program = ModulePath();
+    job.request.multiprocess = true;
     return job;
 }
 
@@ -92,8 +92,8 @@ TEST(ChildProcess, OneChildAFileAndAsManyAtOnceAsWorkers) {
     omp_set_num_threads(workers);
 
     ConversionJob here = Job({L"here.stp", L"here too.stp"});
-    here.multiprocess = false;
-    here.libraryPath = LibraryLog::LibraryPath();
+    here.request.multiprocess = false;
+    here.request.libraryPath = LibraryLog::LibraryPath();
     RunConversions(here, status);
     EXPECT_EQ(log.Calls().back().process, static_cast<int>(GetCurrentProcessId()));
     const std::vector<LibraryCall> all = log.Calls();
@@ -122,7 +122,7 @@ TEST(ChildProcess, ExitCodesAndDeathsBecomeTheRowsText) {
     for (size_t i = 0; i < names.size(); ++i) EXPECT_EQ(status.texts[i], cases[i].second) << i;
 
     ConversionJob unstartable = Job({L"a.stp", L"b.stp"});
-    unstartable.program = L"C:\\no such program.exe";
+    unstartable.request.program = L"C:\\no such program.exe";
     RunConversions(unstartable, status);
     EXPECT_EQ(status.texts[0] + status.texts[1], L"OKOK");  // the program's rule
 }
@@ -132,12 +132,12 @@ TEST(ChildProcess, WorkersKeepTheLogAndTheTimesApart) {
     const test::TempFolder folder;
     LastStatus status;
     ConversionJob job = Job({L"a.stp", L"b.stp", L"c.stp", L"d.stp", L"e.stp", L"f.stp"});
-    job.crashLog = folder / L"log.txt";
-    job.developerMode = true;
+    job.request.crashLog = folder / L"log.txt";
+    job.request.developerMode = true;
     omp_set_num_threads(6);
     RunConversions(job, status);
     std::wstring text;
-    ASSERT_TRUE(ReadTextFile(job.crashLog, text));
+    ASSERT_TRUE(ReadTextFile(job.request.crashLog, text));
     for (size_t row = 0; row < job.files.size(); ++row) {
         EXPECT_EQ(status.texts[row], L"OK [1 sec]");
         EXPECT_NE(

@@ -20,17 +20,17 @@ using test::TempFolder;
 // Keeps what a run says, from any thread.
 class Recorder : public RunObserver {
   public:
-    void OnRunStarted(size_t files) override { started = files; }
-    void OnStatus(size_t row, const std::wstring& text) override {
+    void OnStatus(size_t row, const RowStatus& status) override {
         const std::lock_guard lock(mutex_);
-        statuses[row].push_back(text);
+        statuses[row].push_back(status.text);
+        last[row] = status;
     }
     void OnProgress(int percent) override { percents.push_back(percent); }
     bool StopRequested() override { return stop; }
     std::wstring Last(size_t row) { return statuses[row].empty() ? L"" : statuses[row].back(); }
 
-    size_t started = 0;
     std::map<size_t, std::vector<std::wstring>> statuses;
+    std::map<size_t, RowStatus> last;
     std::vector<int> percents;
     bool stop = false;
 
@@ -45,11 +45,11 @@ ConversionJob Job(const std::vector<std::wstring>& names,
         job.files.push_back({L"C:\\in", name});
         job.outputs.push_back(L"C:\\out\\" + name + L".stl");
     }
-    job.inputCode = 4;
-    job.outputCode = 22;
-    job.configFile = L"C:\\conf dir\\c.zel";
-    job.schemaFolder = L"C:\\schema";
-    job.libraryPath = library;
+    job.request.formats.inputCode = 4;
+    job.request.formats.outputCode = 22;
+    job.request.configFile = L"C:\\conf dir\\c.zel";
+    job.request.schemaFolder = L"C:\\schema";
+    job.request.libraryPath = library;
     return job;
 }
 
@@ -64,11 +64,11 @@ TEST(ConversionRun, CallsTheLibraryAsItExpects) {
     Recorder recorder;
     ConversionJob job = Job({L"a b.stp"});
     EXPECT_EQ(RunConversions(job, recorder).lastResult, 0);
-    job.developerMode = true;
-    job.healing = 1;
+    job.request.developerMode = true;
+    job.request.healing = 1;
     RunConversions(job, recorder);
-    job.outputCode = 13;  // a progress-group format
-    job.healing = 0;
+    job.request.formats.outputCode = 13;  // a progress-group format
+    job.request.healing = 0;
     RunConversions(job, recorder);
     const std::vector<LibraryCall> calls = log.Calls();
     ASSERT_EQ(calls.size(), 3u);
@@ -96,7 +96,6 @@ TEST(ConversionRun, MarksFirstThirtyFourthAndLastFile) {
     for (size_t i = 0; i < calls.size(); ++i) {
         EXPECT_EQ(calls[i].runSize, i == 0 || i == 33 || i == 35 ? -36 : 36) << i;
     }
-    EXPECT_EQ(recorder.started, 36u);
     EXPECT_EQ(recorder.statuses[5], (std::vector<std::wstring>{L"In progress...", L"OK"}));
 }
 
@@ -124,7 +123,7 @@ TEST(ConversionRun, TurnsResultsIntoStatusTexts) {
     for (const bool developer : {false, true}) {
         Recorder recorder;
         ConversionJob job = Job(names);
-        job.developerMode = developer;
+        job.request.developerMode = developer;
         const RunOutcome outcome = RunConversions(job, recorder);
         EXPECT_EQ(outcome.lastResult, 2);
         EXPECT_EQ(outcome.failed, names.size() - 1);
@@ -134,7 +133,10 @@ TEST(ConversionRun, TurnsResultsIntoStatusTexts) {
                                     : developer          ? std::to_wstring(result)
                                                          : L"KO";
             if (developer) expected += L" [0.00 sec]";
-            EXPECT_EQ(recorder.Last(static_cast<size_t>(result + 40)), expected);
+            const RowStatus& status = recorder.last[static_cast<size_t>(result + 40)];
+            EXPECT_EQ(status.text, expected);
+            EXPECT_EQ(status.result, result);
+            EXPECT_EQ(status.state, result == 0 ? RowState::Converted : RowState::Failed);
         }
         if (developer) {
             EXPECT_EQ(recorder.Last(names.size()), L"- [0]");
@@ -148,7 +150,7 @@ TEST(ConversionRun, SurvivesFaultsOfTheLibrary) {
     Recorder recorder;
     ConversionJob job = Job({L"{read}.stp", L"{overflow}.stp", L"{throw}.stp", L"{overflow}2.stp",
                              L"{write}.stp", L"{raise}.stp", L"good.stp"});
-    job.crashLog = folder / L"LogFileIfCrash.txt";
+    job.request.crashLog = folder / L"LogFileIfCrash.txt";
     const RunOutcome outcome = RunConversions(job, recorder);
     EXPECT_EQ(outcome.failed, 6u);
     EXPECT_EQ(outcome.lastResult, 0);
@@ -161,7 +163,7 @@ TEST(ConversionRun, SurvivesFaultsOfTheLibrary) {
         if (file.name != L"good.stp") expected += L"Crash!!!\r\n";
     }
     expected += L"\r\nFin des conversions";
-    EXPECT_EQ(test::ReadFileBytes(job.crashLog), test::Utf16Bytes(expected));
+    EXPECT_EQ(test::ReadFileBytes(job.request.crashLog), test::Utf16Bytes(expected));
 }
 
 TEST(ConversionRun, IsAbandonedWithoutAUsableLibrary) {
@@ -176,17 +178,17 @@ TEST(ConversionRun, IsAbandonedWithoutAUsableLibrary) {
         std::wstring message;
         std::wstring status;
     } cases[] = {
-        {missing, 22, true, L"A component is missing : " + missing, L""},
-        {text, 22, true, L"A component is missing : " + text, L""},
-        {text, 7, true, L"A component is missing : Polyvane_x64.dll", L""},
-        {LibraryLog::LibraryPath(L"without_entries"), 22, true, L"", L""},
+        {missing, 22, true, L"A component is missing : " + missing, L"Not converted"},
+        {text, 22, true, L"A component is missing : " + text, L"Not converted"},
+        {text, 7, true, L"A component is missing : Polyvane_x64.dll", L"Not converted"},
+        {LibraryLog::LibraryPath(L"without_entries"), 22, true, L"", L"Not converted"},
         {LibraryLog::LibraryPath(L"without_entries"), 7, false, L"", L"KO"},
         {LibraryLog::LibraryPath(L"execute_only"), 22, false, L"", L"KO"},
     };
     for (const auto& c : cases) {
         Recorder recorder;
         ConversionJob job = Job(Names(2), c.library);
-        job.outputCode = c.outputCode;
+        job.request.formats.outputCode = c.outputCode;
         const RunOutcome outcome = RunConversions(job, recorder);
         EXPECT_EQ(outcome.abandoned, c.abandoned);
         EXPECT_EQ(outcome.message, c.message);
@@ -204,6 +206,7 @@ TEST(ConversionRun, ClampsProgressAndStopsOnRequest) {
     recorder.stop = true;
     RunConversions(Job({L"b.stp"}), recorder);
     EXPECT_EQ(log.Calls().size(), 1u);
+    EXPECT_EQ(recorder.last[0].state, RowState::NotConverted);
 }
 
 TEST(ConversionRun, ShowsElapsedTime) {

@@ -5,89 +5,86 @@
 namespace morvex {
 namespace {
 
-NamingRules Rules(const std::wstring& extension, int inputCode = 4, int outputCode = 22) {
-    return {
-        .inputCode = inputCode, .outputCode = outputCode, .extension = extension, .outputFolder = L"D:\\out"};
+ConversionRequest To(const std::wstring& extension, int inputCode = 4, int outputCode = 22) {
+    ConversionRequest request;
+    request.formats = {L"", L"", inputCode, outputCode, extension};
+    return request;
 }
 
-NamingRules ToFolder(NamingRules rules, const std::wstring& folder = L"D:\\out") {
-    rules.useOutputFolder = true;
-    rules.outputFolder = folder;
-    return rules;
+ConversionRequest Into(ConversionRequest request, const std::wstring& folder = L"D:\\out") {
+    request.outputFolder = folder;
+    return request;
 }
 
 TEST(OutputNaming, FollowsTheRules) {
-    NamingRules pathInName = ToFolder(Rules(L".stl"));
+    ConversionRequest pathInName = Into(To(L".stl"));
     pathInName.inputPathInName = true;
     const struct {
         SourceFile source;
-        NamingRules rules;
+        ConversionRequest request;
         std::wstring expected;
     } cases[] = {
-        {{L"C:\\in", L"part.stp"}, Rules(L".stl"), L"C:\\in\\part.stl"},
-        {{L"C:\\in", L"part.stp"}, ToFolder(Rules(L".stl")), L"D:\\out\\part.stl"},
-        {{L"C:\\in", L"part.stp"}, ToFolder(Rules(L".stl"), L"C:\\"), L"C:\\part.stl"},
-        {{L"C:\\", L"part.stp"}, Rules(L".stl"), L"C:\\part.stl"},
-        {{L"C:\\in", L"two.dots.stp"}, Rules(L".stl"), L"C:\\in\\two.dots.stl"},
-        {{L"C:\\in.d", L"nodot"}, Rules(L".stl"), L"C:\\in.d\\nodot.stl"},
-        {{L"C:\\in", L".stp"}, Rules(L".stl"), L"C:\\in\\.stl"},
+        {{L"C:\\in", L"part.stp"}, To(L".stl"), L"C:\\in\\part.stl"},
+        {{L"C:\\in", L"part.stp"}, Into(To(L".stl")), L"D:\\out\\part.stl"},
+        {{L"C:\\in", L"part.stp"}, Into(To(L".stl"), L"C:\\"), L"C:\\part.stl"},
+        {{L"C:\\", L"part.stp"}, To(L".stl"), L"C:\\part.stl"},
+        {{L"C:\\in", L"two.dots.stp"}, To(L".stl"), L"C:\\in\\two.dots.stl"},
+        {{L"C:\\in.d", L"nodot"}, To(L".stl"), L"C:\\in.d\\nodot.stl"},
+        {{L"C:\\in", L".stp"}, To(L".stl"), L"C:\\in\\.stl"},
         // Never onto the input: the same extension in any case, or the same format.
-        {{L"C:\\in", L"a.STP"}, Rules(L".stp", 4, 4), L"C:\\in\\a-zel.stp"},
-        {{L"C:\\in", L"a.step"}, Rules(L".stp", 4, 4), L"C:\\in\\a-zel.stp"},
-        {{L"C:\\in", L"a.stl"}, Rules(L".stl", 1, 22), L"C:\\in\\a-zel.stl"},
-        {{L"C:\\in", L"a.step"}, ToFolder(Rules(L".stp", 4, 4)), L"D:\\out\\a.stp"},
+        {{L"C:\\in", L"a.STP"}, To(L".stp", 4, 4), L"C:\\in\\a-zel.stp"},
+        {{L"C:\\in", L"a.step"}, To(L".stp", 4, 4), L"C:\\in\\a-zel.stp"},
+        {{L"C:\\in", L"a.stl"}, To(L".stl", 1, 22), L"C:\\in\\a-zel.stl"},
+        {{L"C:\\in", L"a.step"}, Into(To(L".stp", 4, 4)), L"D:\\out\\a.stp"},
         // A Creo version number goes with the extension.
-        {{L"C:\\in", L"gear.prt.3"}, Rules(L".stp", 12, 4), L"C:\\in\\gear.stp"},
-        {{L"C:\\in", L"top.asm.3"}, Rules(L".stp", 12, 4), L"C:\\in\\top.asm.stp"},
-        {{L"C:\\in", L"gear.prt.3"}, Rules(L".stp", 17, 4), L"C:\\in\\gear.prt.stp"},
+        {{L"C:\\in", L"gear.prt.3"}, To(L".stp", 12, 4), L"C:\\in\\gear.stp"},
+        {{L"C:\\in", L"top.asm.3"}, To(L".stp", 12, 4), L"C:\\in\\top.asm.stp"},
+        {{L"C:\\in", L"gear.prt.3"}, To(L".stp", 17, 4), L"C:\\in\\gear.prt.stp"},
         // Cadds parts are named by their folder.
-        {{L"C:\\in\\flange", L"_pd"}, Rules(L".stp", 7, 4), L"C:\\in\\flange\\flange.stp"},
-        {{L"C:\\in\\flange", L"_db"}, ToFolder(Rules(L".stp", 7, 4)), L"D:\\out\\flange.stp"},
+        {{L"C:\\in\\flange", L"_pd"}, To(L".stp", 7, 4), L"C:\\in\\flange\\flange.stp"},
+        {{L"C:\\in\\flange", L"_db"}, Into(To(L".stp", 7, 4)), L"D:\\out\\flange.stp"},
         {{L"C:\\in\\a b", L"part.stp"}, pathInName, L"D:\\out\\C__in_a b_part.stl"},
-        {{L"C:\\in", L"part.stp"}, Rules(L""), L"C:\\in\\part"},
-        {{L"C:\\in", L"\u90E8\u54C1 \U0001F600.stp"}, Rules(L".stl"), L"C:\\in\\\u90E8\u54C1 \U0001F600.stl"},
+        {{L"C:\\in", L"part.stp"}, To(L""), L"C:\\in\\part"},
+        {{L"C:\\in", L"\u90E8\u54C1 \U0001F600.stp"}, To(L".stl"), L"C:\\in\\\u90E8\u54C1 \U0001F600.stl"},
     };
-    for (const auto& c : cases) EXPECT_EQ(OutputPath(c.source, c.rules), c.expected);
+    for (const auto& c : cases) EXPECT_EQ(OutputPath(c.source, c.request), c.expected);
 }
 
 TEST(OutputNaming, PrefixesPathsOfMoreThan259Characters) {
     const auto withLength = [](size_t length) {
         const std::wstring frame = L"C:\\.stl";
-        return OutputPath({L"C:\\", std::wstring(length - frame.size(), L'x') + L".stp"}, Rules(L".stl"));
+        return OutputPath({L"C:\\", std::wstring(length - frame.size(), L'x') + L".stp"}, To(L".stl"));
     };
     EXPECT_EQ(withLength(259).size(), 259u);
     EXPECT_EQ(withLength(260).substr(0, 8), L"\\\\?\\C:\\x");
     EXPECT_EQ(withLength(260).size(), 264u);
     const std::wstring share =
-        OutputPath({L"\\\\server\\share", std::wstring(300, L'x') + L".stp"}, Rules(L".stl"));
+        OutputPath({L"\\\\server\\share", std::wstring(300, L'x') + L".stp"}, To(L".stl"));
     EXPECT_TRUE(share.starts_with(L"\\\\?\\UNC\\server\\share\\x"));
     const std::wstring prefixed =
-        OutputPath({L"\\\\?\\C:\\in", std::wstring(300, L'x') + L".stp"}, Rules(L".stl"));
+        OutputPath({L"\\\\?\\C:\\in", std::wstring(300, L'x') + L".stp"}, To(L".stl"));
     EXPECT_TRUE(prefixed.starts_with(L"\\\\?\\C:\\in\\x"));
-    const std::wstring slashes =
-        OutputPath({L"C:/in/sub", std::wstring(300, L'x') + L".stp"}, Rules(L".stl"));
+    const std::wstring slashes = OutputPath({L"C:/in/sub", std::wstring(300, L'x') + L".stp"}, To(L".stl"));
     EXPECT_TRUE(slashes.starts_with(L"\\\\?\\C:\\in\\sub\\x"));
 }
 
 TEST(OutputNaming, KeepsOutputsOfOneRunApart) {
-    const auto plan = [](const std::vector<SourceFile>& sources, const NamingRules& rules) {
-        return PlanOutputs(sources, rules);
+    const auto plan = [](const std::vector<SourceFile>& sources, const ConversionRequest& request) {
+        return PlanOutputs(sources, request);
     };
     using Paths = std::vector<std::wstring>;
-    EXPECT_EQ(
-        plan({{L"C:\\1", L"a.stp"}, {L"C:\\2", L"A.stp"}, {L"C:\\3", L"a.step"}}, ToFolder(Rules(L".stl"))),
-        (Paths{L"D:\\out\\a.stl", L"D:\\out\\A (2).stl", L"D:\\out\\a (3).stl"}));
+    EXPECT_EQ(plan({{L"C:\\1", L"a.stp"}, {L"C:\\2", L"A.stp"}, {L"C:\\3", L"a.step"}}, Into(To(L".stl"))),
+              (Paths{L"D:\\out\\a.stl", L"D:\\out\\A (2).stl", L"D:\\out\\a (3).stl"}));
     // A number that another file carries already is passed over, for the later one of the two.
-    EXPECT_EQ(plan({{L"C:\\1", L"a.stp"}, {L"C:\\1", L"a (2).stp"}, {L"C:\\2", L"a.stp"}},
-                   ToFolder(Rules(L".stl"))),
+    EXPECT_EQ(plan({{L"C:\\1", L"a.stp"}, {L"C:\\1", L"a (2).stp"}, {L"C:\\2", L"a.stp"}}, Into(To(L".stl"))),
               (Paths{L"D:\\out\\a.stl", L"D:\\out\\a (2).stl", L"D:\\out\\a (3).stl"}));
     // The output folder is the input's own: the input keeps its bytes.
-    EXPECT_EQ(plan({{L"D:\\OUT", L"a.stp"}}, ToFolder(Rules(L".stp", 4, 4))), (Paths{L"D:\\out\\a (2).stp"}));
+    EXPECT_EQ(plan({{L"D:\\OUT", L"a.stp"}}, Into(To(L".stp", 4, 4))), (Paths{L"D:\\out\\a (2).stp"}));
     // Another row's input is not written either.
-    EXPECT_EQ(plan({{L"C:\\in", L"a.stp"}, {L"C:\\in", L"a.igs"}}, Rules(L".igs", 1, 6)),
+    EXPECT_EQ(plan({{L"C:\\in", L"a.stp"}, {L"C:\\in", L"a.igs"}}, To(L".igs", 1, 6)),
               (Paths{L"C:\\in\\a (2).igs", L"C:\\in\\a-zel.igs"}));
     // The same row twice is converted twice.
-    EXPECT_EQ(plan({{L"C:\\in", L"a.stp"}, {L"C:\\in", L"a.stp"}}, Rules(L".igs", 1, 6)),
+    EXPECT_EQ(plan({{L"C:\\in", L"a.stp"}, {L"C:\\in", L"a.stp"}}, To(L".igs", 1, 6)),
               (Paths{L"C:\\in\\a.igs", L"C:\\in\\a (2).igs"}));
 }
 

@@ -177,7 +177,7 @@ TEST(ConfigFile, IsChosenByPairAndMode) {
     context.settings.formatOut.Set(L"Robface (*.rf)");
     EXPECT_EQ(GetConfigFilePath(context), places.folder / L"zelConfig.zel");
     context.settings.formatOut.Set(L"STL (*.stl)");
-    context.settings.developerMode.Assume(true);
+    context.settings.developerMode.Set(true);
     EXPECT_EQ(GetConfigFilePath(context), places.folder / L"zelConfig.zel");
 
     const std::wstring own = places.folder / L"own.zel";

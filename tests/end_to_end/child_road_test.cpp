@@ -120,7 +120,7 @@ TEST(ChildRoad, FallsBackToTheSettings) {
     EXPECT_EQ(call.output, L"C:\\in\\a.3mf");
     EXPECT_EQ(call.config, program.UserFolder() + L"\\jt.zel");
     EXPECT_EQ(call.schema, program.Folder() + L"\\schema");
-    EXPECT_TRUE(FileExists(call.config));
+    EXPECT_TRUE(PathExists(call.config));
 }
 
 TEST(ChildRoad, NeverLoadsALibraryFromBesideTheInput) {
@@ -149,10 +149,14 @@ TEST(ChildRoad, OfARunTakesArgumentTwoAsItStands) {
     const LibraryLog log;
     const std::wstring taken = program.Folder() + L"\\a.stl";
     CreateDirectoryW(taken.c_str(), nullptr);
-    SetEnvironmentVariableW(L"MORVEX_SIDE_BY_SIDE", L"1");
-    program.Run(Quoted(L"C:\\in\\a.stp") + L" " + Quoted(taken));
-    SetEnvironmentVariableW(L"MORVEX_SIDE_BY_SIDE", nullptr);
-    EXPECT_EQ(log.Calls().back().output, taken);
+    const auto outputWith = [&](const wchar_t* variable) {
+        SetEnvironmentVariableW(variable, L"1");
+        program.Run(Quoted(L"C:\\in\\a.stp") + L" " + Quoted(taken));
+        SetEnvironmentVariableW(variable, nullptr);
+        return log.Calls().back().output;
+    };
+    EXPECT_EQ(outputWith(L"MORVEX_CHILD_OF_RUN"), taken);
+    EXPECT_EQ(outputWith(L"MORVEX_SIDE_BY_SIDE"), taken + L"\\a.stl");
 }
 
 TEST(ChildRoad, NeverWritesItsInput) {
@@ -180,7 +184,7 @@ TEST(FirstStart, MakesTheUserFolderAndAnEmptySettingsFile) {
     ASSERT_GT(GetEnvironmentVariableW(L"APPDATA", roaming, MAX_PATH), 0u);
     const std::wstring folder = std::wstring(roaming) + L"\\Norwend", aside = folder + L".put-aside";
     const bool had = MoveFileW(folder.c_str(), aside.c_str()) != FALSE;
-    ASSERT_FALSE(FileExists(folder));
+    ASSERT_FALSE(PathExists(folder));
     SetEnvironmentVariableW(L"MORVEX_USER_FOLDER", nullptr);
     program.Run(Quoted(L"C:\\in\\a.stp"));
     const std::string settings = test::ReadFileBytes(folder + L"\\Morvex\\zel_morvex.ini");

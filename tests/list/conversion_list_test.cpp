@@ -98,7 +98,7 @@ TEST(ConversionList, RowsHoldThePathsPartsAndTheSize) {
     EXPECT_THAT(Column(list, ListColumn::Size), ElementsAre(L"2 KB", L"2 KB", L"2 KB", L"-", L"5 b", L"-"));
     EXPECT_EQ(list.Row(0).folder, folder.Path());
     EXPECT_EQ(list.Row(2).folder, recent.substr(0, folder.Path().size()));  // keeps its slashes
-    EXPECT_EQ(list.Row(0).status, L"-");
+    EXPECT_EQ(list.Row(0).status.text, L"-");
     EXPECT_EQ(list.FullPath(4), deep);
     EXPECT_EQ(list.FullPath(5), L"C:\\top.stp");
     EXPECT_EQ(list.Sources()[5].folder, L"C:");
@@ -110,17 +110,17 @@ TEST(ConversionList, RemovesAndMovesRows) {
     list.RemoveRows({});
     list.RemoveRows({3, 0});
     EXPECT_THAT(Names(list), ElementsAre(L"b", L"c", L"e"));
-    list.SetStatus(1, L"OK");
+    list.SetStatus(1, {RowState::Converted, kResultOk, L"OK"});
     list.SetOutputPaths({L"B", L"C", L"E"});
     EXPECT_FALSE(list.MoveRow(0, true));
     EXPECT_FALSE(list.MoveRow(2, false));
     EXPECT_TRUE(list.MoveRow(1, true));
     EXPECT_TRUE(list.MoveRow(1, false));
     EXPECT_THAT(Names(list), ElementsAre(L"c", L"e", L"b"));
-    EXPECT_EQ(list.Row(0).status, L"OK");  // what belongs to a row goes with it
+    EXPECT_EQ(list.Row(0).status.text, L"OK");  // what belongs to a row goes with it
     EXPECT_EQ(list.Row(0).outputPath, L"C");
     list.ResetStatuses();
-    EXPECT_EQ(list.Row(0).status, L"-");
+    EXPECT_EQ(list.Row(0).status.text, L"-");
     EXPECT_EQ(list.Row(0).outputPath, L"");
     list.RemoveRows({0, 1, 2});
     EXPECT_TRUE(list.Empty());

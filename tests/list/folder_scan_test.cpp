@@ -47,7 +47,7 @@ TEST(FolderScan, FindsTheFilesOfTheFormat) {
         ASSERT_EQ(rows.size(), 1u);
         EXPECT_EQ(rows[0].folder, folder / L"sub");
         EXPECT_EQ(rows[0].size, L"1 KB");
-        EXPECT_EQ(rows[0].status, L"-");
+        EXPECT_EQ(rows[0].status.text, L"-");
     });
 }
 
@@ -100,7 +100,7 @@ class FolderLinks {
 
     bool WaitUntil(const std::wstring& link, bool there) const {
         const ULONGLONG begun = GetTickCount64();
-        while (FileExists(folder_ + L"\\" + link) != there) {
+        while (PathExists(folder_ + L"\\" + link) != there) {
             if (GetTickCount64() - begun > 10'000) return false;
             Sleep(2);
         }

@@ -114,7 +114,7 @@ TEST(ListFiles, DamagedAndForeignFiles) {
 TEST(ListFiles, ResultsReportAndPythonList) {
     const test::TempFolder folder;
     ConversionList list = ListOf({L"C:\\a\\one.stp", L"C:\\ü\\a;b\xD83D\xDE00.stp"});
-    list.SetStatus(0, L"OK");
+    list.SetStatus(0, {RowState::Converted, kResultOk, L"OK"});
     TextCatalogue text;
     const std::wstring report = folder / L"report.csv";
     const std::wstring head =
@@ -159,8 +159,8 @@ TEST(ListFiles, LastState) {
     EXPECT_THAT(ReadLastState(folders, pairs).paths, ElementsAre(L"C:\\temporary.stp"));
 
     ASSERT_TRUE(SaveLastState(folders, ListOf({L"C:\\last.stp"}), kStepToStl));
-    EXPECT_FALSE(FileExists(program / L"tmp_list.ini"));
-    EXPECT_TRUE(FileExists(user / L"zel_last_state.ini"));
+    EXPECT_FALSE(PathExists(program / L"tmp_list.ini"));
+    EXPECT_TRUE(PathExists(user / L"zel_last_state.ini"));
     EXPECT_THAT(ReadLastState(folders, pairs).paths, ElementsAre(L"C:\\last.stp"));
 
     test::WriteFileBytes(folders.lastState, "no list");

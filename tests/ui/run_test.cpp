@@ -67,7 +67,7 @@ TEST_F(MainWindowTest, ARunFreezesItsControlsAndRefusesEveryCommand) {
     EXPECT_EQ(Names(), (Texts{L"a.stp", L"b.stp"}));
     EXPECT_TRUE(opened_.empty());
     EXPECT_TRUE(messages_.empty());
-    EXPECT_FALSE(FileExists(savePath_));
+    EXPECT_FALSE(PathExists(savePath_));
     EXPECT_FALSE(window_->Adding());
     ASSERT_TRUE(WaitForState(RunState::Finished));
     EXPECT_EQ(Statuses(), (Texts{L"OK", L"OK"}));

@@ -67,6 +67,9 @@ TEST(Paths, AreSplitAndJoined) {
     EXPECT_EQ(JoinPath(L"C:\\", L"a"), L"C:\\a");
     EXPECT_EQ(JoinPath(L"C:\\x", L"a"), L"C:\\x\\a");
     EXPECT_EQ(FileNameOf(L"C:\\x.y\\a.b"), L"a.b");
+    EXPECT_EQ(FolderOf(L"C:\\x.y\\a.b"), L"C:\\x.y");
+    EXPECT_EQ(FolderOf(L"C:\\a"), L"C:\\");
+    EXPECT_EQ(FolderOf(L"C:\\"), L"");
     EXPECT_EQ(FolderOf(L"a"), L"");
     EXPECT_EQ(ExtensionOf(L"C:\\x.y\\a"), L"");
     EXPECT_EQ(ExtensionOf(L"C:\\x.y\\a.b.c"), L"c");

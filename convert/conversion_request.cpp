@@ -1,0 +1,38 @@
+#include "convert/conversion_request.h"
+
+#include <utility>
+
+#include "convert/output_naming.h"
+#include "win/paths.h"
+
+namespace morvex {
+
+ConversionRequest MakeRequest(const AppContext& context, ConversionFormats formats, std::wstring configFile) {
+    const AppSettings& settings = context.settings;
+    ConversionRequest request;
+    request.formats = std::move(formats);
+    if (settings.UseOutputFolder()) request.outputFolder = settings.outputFolder.Get();
+    request.inputPathInName = settings.inputPathInName.Get();
+    request.configFile = std::move(configFile);
+    request.schemaFolder = context.folders.schema;
+    request.libraryPath = context.folders.library;
+    request.userFolder = context.folders.user;
+    request.program = ModulePath();
+    if (settings.CrashLogOn()) request.crashLog = context.folders.crashLog;
+    request.guarded = !settings.disableGuard.Get();
+    request.developerMode = settings.developerMode.Get();
+    request.multiprocess = settings.multiprocess.Get();
+    request.healing = settings.healing.Get() ? 1 : 0;
+    request.text = context.text;
+    return request;
+}
+
+ConversionJob MakeJob(ConversionRequest request, std::vector<SourceFile> files) {
+    ConversionJob job;
+    job.outputs = PlanOutputs(files, request);
+    job.files = std::move(files);
+    job.request = std::move(request);
+    return job;
+}
+
+}  // namespace morvex

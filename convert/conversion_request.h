@@ -1,0 +1,51 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "core/context.h"
+#include "formats/conversion_formats.h"
+
+// What a run needs to know, as plain data: made once, then only read.
+namespace morvex {
+
+// A file to convert: a row's folder (no trailing backslash but for a drive's root) and file name.
+struct SourceFile {
+    std::wstring folder;
+    std::wstring name;
+};
+
+// How files are to be converted. The window, a start with arguments and the batch command fill it, each from
+// its own sources.
+struct ConversionRequest {
+    ConversionFormats formats;
+    std::optional<std::wstring> outputFolder;  // nothing: each output goes beside its input
+    bool inputPathInName = false;  // output names start with the input's folder, "\" and ":" as "_"
+    std::wstring configFile;
+    std::wstring schemaFolder;
+    std::wstring libraryPath;
+    std::wstring userFolder;
+    std::wstring program;   // started for each file of a multiprocess run
+    std::wstring crashLog;  // empty: none is kept
+    bool guarded = true;    // library faults are caught
+    bool developerMode = false;
+    bool multiprocess = false;  // each file in a child process, as many at once as there are processors
+    int healing = 0;
+    TextCatalogue text;
+};
+
+// A request with its files.
+struct ConversionJob {
+    ConversionRequest request;
+    std::vector<SourceFile> files;
+    std::vector<std::wstring> outputs;  // for each file the path to write, see output_naming.h
+};
+
+// A request between these formats with the folders and switches of the settings.
+ConversionRequest MakeRequest(const AppContext& context, ConversionFormats formats, std::wstring configFile);
+
+// Builds all output paths.
+ConversionJob MakeJob(ConversionRequest request, std::vector<SourceFile> files);
+
+}  // namespace morvex

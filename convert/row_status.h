@@ -1,0 +1,42 @@
+#pragma once
+
+#include <string>
+
+#include "core/text_catalogue.h"
+
+namespace morvex {
+
+// Results of the conversion library that this program gives itself; the library has more (row_status.cpp).
+inline constexpr int kResultOk = 0;
+inline constexpr int kResultCannotWrite = -23;
+inline constexpr int kResultFailed = 1;  // also: no entry point, a fault, an abandoned run
+
+// What a run has made of one file.
+enum class RowState {
+    Idle,          // no run has touched it
+    Running,       // being converted
+    Converted,     // ended with kResultOk
+    Failed,        // ended with any other result
+    Stopped,       // being converted when the run was stopped
+    NotConverted,  // the run ended before its turn
+};
+
+// The status of a row that no run has touched.
+inline constexpr const wchar_t* kStatusNone = L"-";
+
+struct RowStatus {
+    RowState state = RowState::Idle;
+    int result = kResultOk;           // of a file that was Converted or has Failed
+    std::wstring text = kStatusNone;  // as the list shows it
+
+    // The run is done with the row.
+    bool Final() const { return state != RowState::Idle && state != RowState::Running; }
+};
+
+// The status of a row in a state that has no result.
+RowStatus StatusOfState(RowState state, const TextCatalogue& text);
+
+// The status of a file that ended with this result. The number takes the place of "KO" when it is wanted.
+RowStatus StatusOfResult(int result, const TextCatalogue& text, bool numberForKo);
+
+}  // namespace morvex
