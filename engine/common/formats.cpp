@@ -4,6 +4,8 @@
 #include <array>
 #include <string>
 
+#include "engine/common/text.h"
+
 namespace morvex {
 namespace {
 
@@ -52,15 +54,9 @@ constexpr auto kFormats = std::to_array<Format>({
      Needs::Anything, nullptr},
 });
 
-std::string Lower(std::string_view text) {
-    std::string lower(text);
-    for (char& c : lower) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    return lower;
-}
-
 template <class Usable>
 const Format* Find(int code, const std::filesystem::path& path, Usable usable) {
-    const std::string suffix = Lower(path.extension().string());
+    const std::string suffix = LowerAscii(path.extension().string());
     const Format* byCode = nullptr;
     for (const Format& format : kFormats) {
         const bool hasCode = code == kAnyFormatCode || std::ranges::count(format.codes, code) != 0;
@@ -87,7 +83,7 @@ const Format* FindOutputFormat(int code, const std::filesystem::path& path) {
 
 const Format* FindFormatByName(std::string_view name) {
     const auto found = std::ranges::find_if(
-        kFormats, [&](const Format& format) { return Lower(format.name) == Lower(name); });
+        kFormats, [&](const Format& format) { return LowerAscii(format.name) == LowerAscii(name); });
     return found == kFormats.end() ? nullptr : &*found;
 }
 

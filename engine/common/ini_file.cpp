@@ -3,6 +3,8 @@
 #include <fstream>
 #include <iterator>
 
+#include "engine/common/text.h"
+
 namespace morvex {
 namespace {
 
@@ -15,25 +17,7 @@ std::string_view Trim(std::string_view text) {
 }
 
 std::string Name(std::string_view section, std::string_view key) {
-    std::string name = std::string(section) + '\n' + std::string(key);
-    for (char& c : name) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    return name;
-}
-
-void AppendUtf8(std::string& text, char32_t c) {
-    const auto tail = [&](int shift) { text += static_cast<char>(0x80 | ((c >> shift) & 0x3f)); };
-    if (c < 0x80) {
-        text += static_cast<char>(c);
-    } else if (c < 0x800) {
-        text += static_cast<char>(0xc0 | (c >> 6));
-        tail(0);
-    } else if (c < 0x10000) {
-        text += static_cast<char>(0xe0 | (c >> 12));
-        tail(6), tail(0);
-    } else {
-        text += static_cast<char>(0xf0 | (c >> 18));
-        tail(12), tail(6), tail(0);
-    }
+    return LowerAscii(std::string(section) + '\n' + std::string(key));
 }
 
 std::string FromUtf16(std::string_view bytes) {

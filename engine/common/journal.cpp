@@ -1,9 +1,7 @@
 #include "engine/common/journal.h"
 
-#include <cerrno>
 #include <charconv>
 #include <chrono>
-#include <unistd.h>
 
 namespace morvex {
 namespace {
@@ -52,14 +50,12 @@ void Journal::Finish(const Outcome& outcome) {
     Send(kFinishLine, std::to_string(outcome.result) + ' ' + outcome.reason.substr(0, kLongestText));
 }
 
-// One write a line: lines below PIPE_BUF bytes never mix.
 void Journal::Send(char kind, std::string_view text) {
     std::string line{kind};
     line += text;
     for (char& c : line) c = c == '\n' ? ' ' : c;
     line += '\n';
-    while (write(pipe_, line.data(), line.size()) < 0 && errno == EINTR) {
-    }
+    send_(line);
 }
 
 void JournalRecord::Enter(Phase next) {
@@ -67,6 +63,25 @@ void JournalRecord::Enter(Phase next) {
     if (since_ > 0) seconds[static_cast<std::size_t>(phase)] += now - since_;
     since_ = now;
     phase = next;
+}
+
+void JournalRecord::Take(std::string_view bytes) {
+    pending_ += bytes;
+    std::size_t start = 0;
+    for (std::size_t end; (end = pending_.find('\n', start)) != std::string::npos; start = end + 1) {
+        TakeLine(std::string_view(pending_).substr(start, end - start));
+    }
+    pending_.erase(0, start);
+}
+
+// "side what number"
+void JournalRecord::TakeCount(std::string_view text) {
+    const auto first = text.find(' '), last = text.rfind(' ');
+    if (first == std::string_view::npos || first == last) return;
+    std::int64_t number = 0;
+    std::from_chars(text.data() + last + 1, text.data() + text.size(), number);
+    counts.push_back(
+        {std::string(text.substr(0, first)), std::string(text.substr(first + 1, last - first - 1)), number});
 }
 
 void JournalRecord::TakeLine(std::string_view line) {
@@ -82,16 +97,9 @@ void JournalRecord::TakeLine(std::string_view line) {
         case kProgressLine:
             percent = NumberAt(line);
             break;
-        case kCountLine: {
-            const auto side = line.substr(0, line.find(' '));
-            line.remove_prefix(std::min(line.size(), side.size() + 1));
-            const auto last = line.rfind(' ');
-            if (last == std::string_view::npos) break;
-            std::int64_t number = 0;
-            std::from_chars(line.data() + last + 1, line.data() + line.size(), number);
-            counts.push_back({std::string(side), std::string(line.substr(0, last)), number});
+        case kCountLine:
+            TakeCount(line);
             break;
-        }
         case kWarningLine:
             warnings.emplace_back(line);
             break;

@@ -3,7 +3,9 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -20,7 +22,8 @@ const char* PhaseName(Phase phase);
 // The job's side. Used by one thread at a time but for Progress, which the writers' own threads may call too.
 class Journal {
   public:
-    explicit Journal(int pipe) : pipe_(pipe) {}
+    // `send` takes each line, its end included, by whichever thread has something to tell.
+    explicit Journal(std::function<void(std::string_view line)> send) : send_(std::move(send)) {}
 
     void Start(Phase phase);
     void Progress(int percent);  // of the whole conversion; smaller values than before are dropped
@@ -30,8 +33,8 @@ class Journal {
 
   private:
     void Send(char kind, std::string_view text);
-    int pipe_;
-    int percent_ = 0;
+    std::function<void(std::string_view line)> send_;
+    std::atomic<int> percent_ = 0;
 };
 
 // The supervisor's side: everything the job has said.
@@ -48,12 +51,16 @@ struct JournalRecord {
     bool finished = false;
     Outcome outcome;
 
-    void TakeLine(std::string_view line);
+    // Takes in what has come through the pipe, in pieces of any size.
+    void Take(std::string_view bytes);
     // Books the time up to now on the phase that was running and makes `next` the running one.
     void Enter(Phase next);
 
   private:
+    void TakeLine(std::string_view line);
+    void TakeCount(std::string_view text);
     double since_ = 0;
+    std::string pending_;  // a line without its end
 };
 
 }  // namespace morvex

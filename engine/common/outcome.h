@@ -4,7 +4,7 @@
 #include <string>
 #include <utility>
 
-#include "engine/common/protocol.h"
+#include "engine/common/result.h"
 
 namespace morvex {
 
@@ -17,5 +17,9 @@ struct Outcome {
     static Outcome Fail(int result, std::string reason) { return {result, std::move(reason)}; }
     bool IsOk() const { return result == ZEL_OK; }
 };
+
+inline Outcome OutOfMemory() {
+    return Outcome::Fail(ZEL_FAILED, "The conversion exceeded its memory limit");
+}
 
 }  // namespace morvex

@@ -13,4 +13,11 @@ std::string XmlText(std::string_view text);
 // Valid UTF-8 for a writer that expects it; broken bytes become U+FFFD.
 std::string CleanUtf8(std::string_view text);
 
+// Takes the first character off a text that is not empty. A byte of no well-formed sequence is U+FFFD.
+char32_t TakeCharacter(std::string_view& utf8);
+void AppendUtf8(std::string& text, char32_t character);
+
+// With the letters A to Z in lower case.
+std::string LowerAscii(std::string_view text);
+
 }  // namespace morvex

@@ -6,6 +6,7 @@
 #include <string.h>
 
 #include "engine/common/protocol.h"
+#include "engine/common/result.h"
 #include "engine/entry/platform.h"
 
 enum { kVersion = 244, kRelease = 20240930, kConvertingPhase = 1 };

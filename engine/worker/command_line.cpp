@@ -1,41 +1,21 @@
 #include "engine/worker/command_line.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <stdexcept>
-#include <unistd.h>
 
 #include "engine/common/formats.h"
 #include "engine/common/ini_file.h"
+#include "engine/common/protocol.h"
 #include "engine/worker/supervisor.h"
 
 namespace morvex {
 namespace {
 
 constexpr int kUsageError = 64;
-
-constexpr char kHelp[] = R"(Usage: morvex-engine [options] INPUT OUTPUT
-       morvex-engine --list
-Converts one CAD file. The formats go by the suffixes unless an option says otherwise.
-
-  --from FORMAT            format of the input, by a name of --list
-  --to FORMAT              format of the output
-  --config FILE            conversion configuration file (.zel)
-  --set SECTION/KEY=VALUE  one setting of such a file; may be repeated
-  --jobs-beside            other conversions run at the same time: keep to one processor
-  --seconds N              give up after that time
-  --patience N             give up when the percentage stands still for N seconds of processor time, plus one for
-                           each 100 KB of the input (default: 40)
-  --memory MIB             most address space of the conversion (default: half of the machine's memory)
-  --progress               print the whole percentage to standard error
-  --verbose                let the libraries' own messages through
-  --list                   the formats and what each can be converted to
-  --help                   this text
-
-Exit codes: 0 converted; 1 failed; 5 damaged input; 22 input cannot be opened; 23 output cannot be written;
-27 version of the format not supported; 28 no such input; 29 not of that format; 32 nothing in it; 64 wrong usage.
-)";
 
 struct UsageError : std::runtime_error {
     using runtime_error::runtime_error;
@@ -56,57 +36,134 @@ const Format* NamedFormat(const std::string& name, bool input) {
     return format;
 }
 
-double Number(const std::string& option, const std::string& text) {
+double PositiveNumber(const std::string& text) {
     double value = 0;
     const char* const end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, value);
     if (error != std::errc{} || stop != end || !(value > 0))
-        throw UsageError(option + " takes a positive number");
+        throw UsageError("\"" + text + "\" is not a positive number");
     return value;
+}
+
+void SetConfig(Command& command, const std::string& value) {
+    if (!std::ifstream(value)) throw UsageError("cannot read " + value);
+    command.request.config = value;
+}
+
+void AddSetting(Command& command, const std::string& value) {
+    if (IniFile test; !test.Override(value)) throw UsageError("--set takes SECTION/KEY=VALUE");
+    command.request.settings.push_back(value);
+}
+
+void SetMemory(Command& command, const std::string& value) {
+    constexpr double kMebibyte = 1024 * 1024;
+    command.options.memoryAllowed = static_cast<std::uint64_t>(PositiveNumber(value) * kMebibyte);
+}
+
+struct Option {
+    const char* name;
+    const char* value;  // what the help calls its value; null: it takes none
+    const char* help;   // further lines are indented like the first
+    void (*apply)(Command& command, const std::string& value);
+};
+
+const Option kOptions[] = {
+    {"--from", "FORMAT", "format of the input, by a name of --list",
+     [](Command& command, const std::string& value) { command.request.from = NamedFormat(value, true); }},
+    {"--to", "FORMAT", "format of the output",
+     [](Command& command, const std::string& value) { command.request.to = NamedFormat(value, false); }},
+    {"--config", "FILE", "conversion configuration file (.zel)", SetConfig},
+    {"--set", "SECTION/KEY=VALUE", "one setting of such a file; may be repeated", AddSetting},
+    {"--jobs-beside", nullptr, "other conversions run at the same time: keep to one processor",
+     [](Command& command, const std::string&) { command.request.parallel = true; }},
+    {"--seconds", "N", "give up after that time",
+     [](Command& command, const std::string& value) {
+         command.options.time.secondsAllowed = PositiveNumber(value);
+     }},
+    {"--patience", "N",
+     "give up when the percentage stands still for N seconds of processor time, plus one\n"
+     "for each 100 KB of the input (default: 40)",
+     [](Command& command, const std::string& value) {
+         command.options.time.stallSeconds = PositiveNumber(value);
+     }},
+    {"--memory", "MIB", "most address space of the conversion (default: half of the machine's memory)",
+     SetMemory},
+    {"--progress", nullptr, "print the whole percentage to standard error",
+     [](Command& command, const std::string&) {
+         command.options.onProgress = [](int percent) { std::fprintf(stderr, "%d%%\n", percent); };
+     }},
+    {"--verbose", nullptr, "let the libraries' own messages through",
+     [](Command& command, const std::string&) { command.request.trace = true; }},
+};
+
+constexpr struct {
+    int result;
+    const char* meaning;
+} kExitCodes[] = {{ZEL_OK, "converted"},
+                  {ZEL_FAILED, "failed"},
+                  {ZEL_CORRUPTED, "damaged input"},
+                  {ZEL_CANNOT_OPEN_INPUT, "input cannot be opened"},
+                  {ZEL_CANNOT_WRITE, "output cannot be written"},
+                  {ZEL_VERSION, "version of the format not supported"},
+                  {ZEL_NO_FILE, "no such input"},
+                  {ZEL_UNKNOWN_TYPE, "not of that format"},
+                  {ZEL_EMPTY, "nothing in it"},
+                  {kUsageError, "wrong usage"}};
+
+void PrintOption(const std::string& name, std::string_view help) {
+    constexpr int kColumn = 26;
+    std::string left = name;
+    while (!help.empty()) {
+        const auto end = std::min(help.find('\n'), help.size());
+        std::printf("  %-*s %.*s\n", kColumn - 3, left.c_str(), static_cast<int>(end), help.data());
+        help.remove_prefix(std::min(end + 1, help.size()));
+        left.clear();
+    }
+}
+
+void PrintHelp() {
+    std::printf(
+        "Usage: %s [options] INPUT OUTPUT\n       %s --list\n"
+        "Converts one CAD file. The formats go by the suffixes unless an option says otherwise.\n\n",
+        MORVEX_WORKER_NAME, MORVEX_WORKER_NAME);
+    for (const Option& option : kOptions) {
+        PrintOption(std::string(option.name) + (option.value == nullptr ? "" : " ") +
+                        (option.value == nullptr ? "" : option.value),
+                    option.help);
+    }
+    PrintOption("--list", "the formats, their suffixes, and which of them are read and written");
+    PrintOption("--help", "this text");
+    std::printf("\nExit codes:\n");
+    for (const auto& code : kExitCodes) std::printf("  %2d  %s\n", std::abs(code.result), code.meaning);
+}
+
+void PrintList() {
+    std::printf("%-8s  %-5s  %-5s  %s\n", "format", "read", "write", "suffixes");
+    for (const Format& format : AllFormats()) {
+        std::printf("%-8s  %-5s  %-5s ", format.name, format.readModule != nullptr ? "yes" : "-",
+                    format.writeModule != nullptr ? "yes" : "-");
+        for (const auto suffix : format.suffixes) std::printf(" %s", suffix.data());
+        std::printf("\n");
+    }
+    std::printf("\nEvery format that is read can be converted to every format that is written.\n");
 }
 
 Command Parse(const std::vector<std::string>& arguments) {
     Command command;
-    Request& request = command.request;
     bool optionsEnded = false;
     for (std::size_t at = 0; at < arguments.size(); ++at) {
-        const std::string& option = arguments[at];
-        const auto value = [&]() -> const std::string& {
-            if (at + 1 == arguments.size()) throw UsageError(option + " needs a value");
-            return arguments[++at];
-        };
-        if (optionsEnded || !option.starts_with("--")) {
-            command.files.push_back(option);
-        } else if (option == "--") {
-            optionsEnded = true;
-        } else if (option == "--from") {
-            request.from = NamedFormat(value(), true);
-        } else if (option == "--to") {
-            request.to = NamedFormat(value(), false);
-        } else if (option == "--config") {
-            request.config = value();
-            if (access(request.config.c_str(), R_OK) != 0)
-                throw UsageError("cannot read " + request.config.string());
-        } else if (option == "--set") {
-            request.settings.push_back(value());
-            if (IniFile test; !test.Override(request.settings.back())) {
-                throw UsageError("--set takes SECTION/KEY=VALUE");
-            }
-        } else if (option == "--seconds") {
-            command.options.secondsAllowed = Number(option, value());
-        } else if (option == "--patience") {
-            command.options.patience = Number(option, value());
-        } else if (option == "--memory") {
-            command.options.memoryAllowed = static_cast<std::uint64_t>(Number(option, value()) * 1024 * 1024);
-        } else if (option == "--jobs-beside") {
-            request.parallel = true;
-        } else if (option == "--progress") {
-            command.options.onProgress = [](int percent) { std::fprintf(stderr, "%d%%\n", percent); };
-        } else if (option == "--verbose") {
-            request.trace = true;
-        } else {
-            throw UsageError("unknown option " + option);
+        const std::string& argument = arguments[at];
+        if (optionsEnded || !argument.starts_with("--")) {
+            command.files.push_back(argument);
+            continue;
         }
+        optionsEnded = argument == "--";
+        if (optionsEnded) continue;
+        const auto option = std::ranges::find(kOptions, argument, &Option::name);
+        if (option == std::end(kOptions)) throw UsageError("unknown option " + argument);
+        const bool takesValue = option->value != nullptr;
+        if (takesValue && ++at == arguments.size()) throw UsageError(argument + " needs a value");
+        option->apply(command, takesValue ? arguments[at] : std::string());
     }
     return command;
 }
@@ -123,24 +180,11 @@ void Complete(Command& command) {
     if (request.to == nullptr) throw UsageError("the output's format is not known by its suffix; use --to");
 }
 
-void PrintList() {
-    std::printf("%-8s  %-5s  %-5s  %s\n", "format", "read", "write", "suffixes");
-    for (const Format& format : AllFormats()) {
-        std::printf("%-8s  %-5s  %-5s ", format.name, format.readModule != nullptr ? "yes" : "-",
-                    format.writeModule != nullptr ? "yes" : "-");
-        for (const auto suffix : format.suffixes) std::printf(" %s", suffix.data());
-        std::printf("\n");
-    }
-    std::printf(
-        "\nEvery format that is read can be converted to every format that is written. Triangles become the\n"
-        "plane faces of a STEP or IGES file only up to a limit (50,000).\n");
-}
-
 }  // namespace
 
 int RunCommand(const std::vector<std::string>& arguments) {
     for (const std::string& argument : arguments) {
-        if (argument == "--help") return std::fputs(kHelp, stdout), 0;
+        if (argument == "--help") return PrintHelp(), 0;
         if (argument == "--list") return PrintList(), 0;
         if (argument == "--") break;
     }
@@ -149,10 +193,12 @@ int RunCommand(const std::vector<std::string>& arguments) {
         Complete(command);
         const Outcome outcome = Supervise(command.request, command.options);
         if (outcome.IsOk()) return 0;
-        std::fprintf(stderr, "morvex-engine: %s: %s\n", command.files[0].c_str(), outcome.reason.c_str());
+        std::fprintf(stderr, "%s: %s: %s\n", MORVEX_WORKER_NAME, command.files[0].c_str(),
+                     outcome.reason.c_str());
         return std::abs(outcome.result);
     } catch (const UsageError& error) {
-        std::fprintf(stderr, "morvex-engine: %s\nTry: morvex-engine --help\n", error.what());
+        std::fprintf(stderr, "%s: %s\nTry: %s --help\n", MORVEX_WORKER_NAME, error.what(),
+                     MORVEX_WORKER_NAME);
         return kUsageError;
     }
 }

@@ -6,7 +6,7 @@
 
 namespace morvex {
 
-// Exit codes: 0 converted, 1 failed, 64 wrong usage, else the positive number of the result (5 for -5).
+// Runs the command and answers its exit code: that of wrong usage, or the result without its sign.
 int RunCommand(const std::vector<std::string>& arguments);
 
 }  // namespace morvex

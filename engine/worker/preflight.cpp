@@ -4,9 +4,9 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include <filesystem>
+#include <fstream>
+#include <system_error>
 
 #include "engine/common/formats.h"
 
@@ -38,6 +38,10 @@ Outcome CutOff() {
 }
 Outcome Version(string_view what) {
     return Outcome::Fail(ZEL_VERSION, std::string(what) + " is not supported");
+}
+
+Outcome CannotOpen(const std::string& why) {
+    return Outcome::Fail(ZEL_CANNOT_OPEN_INPUT, "The input cannot be opened: " + why);
 }
 
 bool IsText(const Excerpt& file) {
@@ -163,24 +167,19 @@ Outcome CheckContents(FormatId format, const Excerpt& file) {
     }
 }
 
-bool ReadAt(int file, std::uint64_t offset, std::size_t size, std::string& text) {
+bool ReadAt(std::ifstream& file, std::uint64_t offset, std::size_t size, std::string& text) {
     text.resize(size);
-    for (std::size_t done = 0; done < size;) {
-        const ssize_t got = pread(file, text.data() + done, size - done, static_cast<off_t>(offset + done));
-        if (got <= 0) return false;
-        done += static_cast<std::size_t>(got);
-    }
-    return true;
+    file.seekg(static_cast<std::streamoff>(offset));
+    file.read(text.data(), static_cast<std::streamsize>(size));
+    return file.good();
 }
 
-Outcome CheckOpenFile(int file, const Request& request) {
-    struct stat status {};
-    if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) {
-        return Outcome::Fail(ZEL_CANNOT_OPEN_INPUT, "The input is not a file");
-    }
-    if (status.st_size == 0) return Outcome::Fail(ZEL_EMPTY, "The file has no bytes");
+Outcome CheckFile(std::ifstream& file, const Request& request) {
+    std::error_code error;
     Excerpt excerpt;
-    excerpt.size = static_cast<std::uint64_t>(status.st_size);
+    excerpt.size = std::filesystem::file_size(request.input, error);
+    if (error) return CannotOpen(error.message());
+    if (excerpt.size == 0) return Outcome::Fail(ZEL_EMPTY, "The file has no bytes");
     const auto headSize = std::min<std::uint64_t>(excerpt.size, kHeadSize);
     const auto tailSize = std::min<std::uint64_t>(excerpt.size, kTailSize);
     if (!ReadAt(file, 0, headSize, excerpt.head) ||
@@ -196,18 +195,18 @@ Outcome CheckOpenFile(int file, const Request& request) {
 }  // namespace
 
 Outcome CheckInput(const Request& request) {
-    // Not blocking: a named pipe put in the place of the input must not hold the worker up.
-    const int file = open(request.input.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (file < 0) {
-        const int error = errno;
-        if (error == ENOENT || error == ENOTDIR)
-            return Outcome::Fail(ZEL_NO_FILE, "There is no such input file");
-        return Outcome::Fail(ZEL_CANNOT_OPEN_INPUT,
-                             std::string("The input cannot be opened: ") + strerror(error));
+    std::error_code error;
+    // Before the opening: a named pipe in the place of the input would hold it up.
+    const auto status = std::filesystem::status(request.input, error);
+    if (status.type() == std::filesystem::file_type::not_found)
+        return Outcome::Fail(ZEL_NO_FILE, "There is no such input file");
+    if (error) return CannotOpen(error.message());
+    if (!std::filesystem::is_regular_file(status)) {
+        return Outcome::Fail(ZEL_CANNOT_OPEN_INPUT, "The input is not a file");
     }
-    Outcome outcome = CheckOpenFile(file, request);
-    close(file);
-    return outcome;
+    std::ifstream file(request.input, std::ios::binary);
+    if (!file) return CannotOpen(std::generic_category().message(errno));
+    return CheckFile(file, request);
 }
 
 }  // namespace morvex

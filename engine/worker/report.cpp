@@ -3,10 +3,10 @@
 #include <cstdio>
 #include <fstream>
 #include <string>
-#include <unistd.h>
 
 #include "engine/common/formats.h"
 #include "engine/common/text.h"
+#include "engine/worker/temporary_folder.h"
 
 namespace morvex {
 namespace fs = std::filesystem;
@@ -69,22 +69,15 @@ fs::path ReportPath(const fs::path& output) {
 }
 
 bool WriteReport(const Request& request, const ReportFacts& facts) {
-    const fs::path temporary =
-        request.output.parent_path() / (".morvex-report-" + std::to_string(getpid()) + ".xml");
-    {
-        std::ofstream file(temporary, std::ios::binary);
-        file << ReportText(request, facts);
-        file.close();
-        if (!file) {
-            std::error_code error;
-            fs::remove(temporary, error);
-            return false;
-        }
-    }
+    TemporaryFolder folder;
+    if (folder.Make(request.output.parent_path())) return false;
+    const fs::path temporary = folder.Path() / "report.xml";
+    std::ofstream file(temporary, std::ios::binary);
+    file << ReportText(request, facts);
+    file.close();
     std::error_code error;
-    fs::rename(temporary, ReportPath(request.output), error);
-    if (error) fs::remove(temporary, error);
-    return !error;
+    if (file) fs::rename(temporary, ReportPath(request.output), error);
+    return file && !error;
 }
 
 }  // namespace morvex

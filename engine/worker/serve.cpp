@@ -1,15 +1,14 @@
 #include "engine/worker/serve.h"
 
-#include <cerrno>
-#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
 #include <string>
 #include <system_error>
-#include <unistd.h>
 
 #include "engine/common/formats.h"
+#include "engine/common/protocol.h"
+#include "engine/worker/standard_streams.h"
 #include "engine/worker/supervisor.h"
 
 namespace morvex {
@@ -22,10 +21,9 @@ std::optional<std::string> ReceiveJob() {
     std::string job;
     while (job.size() < kLongestJob) {
         char bytes[4096];
-        const ssize_t got = read(STDIN_FILENO, bytes, sizeof bytes);
-        if (got < 0 && errno == EINTR) continue;
-        if (got <= 0) return std::nullopt;
-        job.append(bytes, static_cast<std::size_t>(got));
+        const std::size_t got = ReadFromCaller(bytes, sizeof bytes);
+        if (got == 0) return std::nullopt;
+        job.append(bytes, got);
         if (job == std::string(1, '\0') || job.ends_with(std::string(2, '\0'))) return job;
     }
     return std::nullopt;
@@ -44,7 +42,7 @@ void Answer(char kind, const std::string& text) {
     std::string line = kind + (" " + text);
     for (char& c : line) c = c == '\n' ? ' ' : c;
     line += '\n';
-    [[maybe_unused]] const ssize_t written = write(STDOUT_FILENO, line.data(), line.size());
+    WriteToCaller(line);
 }
 
 double SecondsFromEnvironment() {
@@ -75,8 +73,8 @@ Outcome Convert(const std::string& job) {
     if (request.to == nullptr) return Outcome::Fail(ZEL_UNKNOWN_TYPE, "No such output format");
 
     SupervisorOptions options;
-    options.callerPipe = STDIN_FILENO;
-    options.secondsAllowed = SecondsFromEnvironment();
+    options.watchCaller = true;
+    options.time.secondsAllowed = SecondsFromEnvironment();
     options.onProgress = [](int percent) { Answer(MORVEX_LINE_PROGRESS, std::to_string(percent)); };
     return Supervise(request, options);
 }
@@ -84,7 +82,6 @@ Outcome Convert(const std::string& job) {
 }  // namespace
 
 int Serve() {
-    signal(SIGPIPE, SIG_IGN);
     const std::optional<std::string> job = ReceiveJob();
     if (!job) return ZEL_FAILED;
     const Outcome outcome = Convert(*job);

@@ -1,8 +1,6 @@
 // The worker at the service of the entry library.
 #pragma once
 
-#include "engine/common/protocol.h"
-
 namespace morvex {
 
 // Takes one job from standard input and answers on standard output, as protocol.h says. The process's exit

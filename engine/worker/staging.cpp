@@ -1,10 +1,6 @@
 #include "engine/worker/staging.h"
 
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
-#include <fcntl.h>
-#include <unistd.h>
+#include <string>
 #include <vector>
 
 #include "engine/common/formats.h"
@@ -17,20 +13,18 @@ Outcome CannotWrite(const std::string& what) {
     return Outcome::Fail(ZEL_CANNOT_WRITE, what);
 }
 
-// Writers that lose an error on the way to a full disk are found out here.
-bool Flush(const fs::path& path) {
-    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (file < 0) return false;
-    const bool flushed = fsync(file) == 0 || errno == EINVAL || errno == EROFS;
-    close(file);
-    return flushed;
+// A file that the writer leaves beside the main one must not replace a folder or the input.
+Outcome CheckSideFile(const Request& request) {
+    if (request.to->sideSuffix == nullptr) return Outcome::Ok();
+    fs::path side = request.output;
+    side.replace_extension(request.to->sideSuffix);
+    std::error_code error;
+    if (fs::is_directory(side, error)) return CannotWrite("A folder has the name of the output's side file");
+    if (fs::equivalent(request.input, side, error)) return CannotWrite("A side file would replace the input");
+    return Outcome::Ok();
 }
 
 }  // namespace
-
-Staging::~Staging() {
-    Discard();
-}
 
 Outcome Staging::Open(const Request& request) {
     target_ = request.output;
@@ -39,21 +33,10 @@ Outcome Staging::Open(const Request& request) {
     if (fs::is_directory(status)) return CannotWrite("The output is a folder");
     if (fs::exists(status) && !fs::is_regular_file(status)) return CannotWrite("The output is not a file");
     if (fs::equivalent(request.input, target_, error)) return CannotWrite("The output is the input itself");
-    if (request.to->sideSuffix != nullptr) {
-        fs::path side = target_;
-        side.replace_extension(request.to->sideSuffix);
-        if (fs::is_directory(side, error))
-            return CannotWrite("A folder has the name of the output's side file");
-        if (fs::equivalent(request.input, side, error))
-            return CannotWrite("A side file would replace the input");
-    }
-
-    std::string folder = (target_.parent_path() / ".morvex-XXXXXX").string();
-    if (mkdtemp(folder.data()) == nullptr) {
-        return CannotWrite(std::string("The output folder cannot be written: ") + strerror(errno));
-    }
-    folder_ = folder;
-    file_ = folder_ / target_.filename();
+    if (Outcome outcome = CheckSideFile(request); !outcome.IsOk()) return outcome;
+    error = folder_.Make(target_.parent_path());
+    if (error) return CannotWrite("The output folder cannot be written: " + error.message());
+    file_ = folder_.Path() / target_.filename();
     return Outcome::Ok();
 }
 
@@ -63,9 +46,9 @@ Outcome Staging::Publish() {
         return CannotWrite("Nothing was written");
     }
     std::vector<fs::path> files;
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder_, error)) {
-        if (!Flush(entry.path()))
-            return CannotWrite(std::string("The disk refused the output: ") + strerror(errno));
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder_.Path(), error)) {
+        if (const std::error_code refused = FlushToDisk(entry.path()))
+            return CannotWrite("The output could not be saved to the disk: " + refused.message());
         if (entry.path() != file_) files.push_back(entry.path());
     }
     files.push_back(file_);
@@ -73,15 +56,8 @@ Outcome Staging::Publish() {
         fs::rename(file, target_.parent_path() / file.filename(), error);
         if (error) return CannotWrite("The output cannot be put into place: " + error.message());
     }
-    Flush(target_.parent_path());
+    FlushToDisk(target_.parent_path());
     return Outcome::Ok();
-}
-
-void Staging::Discard() {
-    if (folder_.empty()) return;
-    std::error_code error;
-    fs::remove_all(folder_, error);
-    folder_.clear();
 }
 
 }  // namespace morvex

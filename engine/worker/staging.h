@@ -5,17 +5,12 @@
 
 #include "engine/common/outcome.h"
 #include "engine/common/request.h"
+#include "engine/worker/temporary_folder.h"
 
 namespace morvex {
 
-// Owns the temporary folder and removes it with all that is left in it.
 class Staging {
   public:
-    Staging() = default;
-    Staging(const Staging&) = delete;
-    Staging& operator=(const Staging&) = delete;
-    ~Staging();
-
     // Makes the folder. Fails with ZEL_CANNOT_WRITE when the target is a folder, is the input itself, or when
     // nothing can be written beside it.
     Outcome Open(const Request& request);
@@ -28,11 +23,12 @@ class Staging {
     // as they are when this fails before the first rename.
     Outcome Publish();
 
-    // Removes the folder; safe to call twice.
-    void Discard();
+    // Removes the folder with what is left in it, which the end of the object does too.
+    void Discard() { folder_.Remove(); }
 
   private:
-    std::filesystem::path target_, folder_, file_;
+    TemporaryFolder folder_;
+    std::filesystem::path target_, file_;
 };
 
 }  // namespace morvex

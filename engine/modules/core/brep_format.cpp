@@ -23,9 +23,7 @@ extern "C" Outcome ReadBrep(JobContext& context) {
 }
 
 extern "C" Outcome WriteBrep(JobContext& context) {
-    return BRepTools::Write(context.document.WholeShape(), context.file.c_str(), context.progress)
-               ? Outcome::Ok()
-               : NotWritten();
+    return Written(BRepTools::Write(context.document.WholeShape(), context.file.c_str(), context.progress));
 }
 
 }  // namespace morvex

@@ -35,8 +35,9 @@ using FormatFunction = Outcome(JobContext& context);
 inline Outcome Damaged(const std::string& why) {
     return Outcome::Fail(ZEL_CORRUPTED, why);
 }
-inline Outcome NotWritten() {
-    return Outcome::Fail(ZEL_CANNOT_WRITE, "The writer reported an error");
+// What a writer answers that knows no more than whether it succeeded.
+inline Outcome Written(bool done) {
+    return done ? Outcome::Ok() : Outcome::Fail(ZEL_CANNOT_WRITE, "The output could not be written");
 }
 
 }  // namespace morvex

@@ -1,12 +1,9 @@
 #include "engine/modules/core/document.h"
 
 #include <BRep_Builder.hxx>
-#include <BRep_Tool.hxx>
-#include <Poly_Triangulation.hxx>
 #include <TDF_Tool.hxx>
 #include <TDataStd_Name.hxx>
 #include <TDocStd_Application.hxx>
-#include <TopExp_Explorer.hxx>
 #include <TopoDS.hxx>
 #include <TopoDS_Compound.hxx>
 #include <TopoDS_Iterator.hxx>
@@ -15,6 +12,8 @@
 #include <algorithm>
 #include <cmath>
 #include <unordered_map>
+
+#include "engine/modules/core/faces.h"
 
 namespace morvex {
 namespace {
@@ -48,10 +47,9 @@ class ShapeCounter {
         ShapeCounts counts;
         switch (shape.ShapeType()) {
             case TopAbs_FACE: {
-                TopLoc_Location location;
-                const auto triangles = BRep_Tool::Triangulation(TopoDS::Face(shape), location);
+                const FaceTriangles triangles(TopoDS::Face(shape));
                 counts.faces = 1;
-                if (!triangles.IsNull()) counts.triangles = triangles->NbTriangles();
+                if (!triangles.IsNull()) counts.triangles = triangles.Count();
                 break;
             }
             case TopAbs_EDGE:
@@ -196,21 +194,25 @@ ModelCounts Document::Count() const {
     return counts;
 }
 
-std::string Document::MeshFault() const {
+std::vector<TopoDS_Face> Document::Faces() const {
+    std::vector<TopoDS_Face> faces;
     for (const TDF_Label& part : Parts()) {
-        for (TopExp_Explorer explorer(XCAFDoc_ShapeTool::GetShape(part), TopAbs_FACE); explorer.More();
-             explorer.Next()) {
-            const TopoDS_Face& face = TopoDS::Face(explorer.Current());
-            TopLoc_Location location;
-            const auto triangles = BRep_Tool::Triangulation(face, location);
-            if (triangles.IsNull()) {
-                if (BRep_Tool::Surface(face, location).IsNull()) return "The triangles of a face are missing";
-                continue;
-            }
-            for (int node = 1; node <= triangles->NbNodes(); ++node) {
-                const gp_Pnt point = triangles->Node(node);
-                if (!std::isfinite(point.X() + point.Y() + point.Z())) return "A coordinate is no number";
-            }
+        const std::vector<TopoDS_Face> own = FacesOf(XCAFDoc_ShapeTool::GetShape(part));
+        faces.insert(faces.end(), own.begin(), own.end());
+    }
+    return faces;
+}
+
+std::string Document::MeshFault() const {
+    for (const TopoDS_Face& face : Faces()) {
+        const FaceTriangles triangles(face);
+        if (triangles.IsNull()) {
+            if (!HasSurface(face)) return "The triangles of a face are missing";
+            continue;
+        }
+        for (int node = 1; node <= triangles.NodeCount(); ++node) {
+            const gp_Pnt point = triangles.Node(node);
+            if (!std::isfinite(point.X() + point.Y() + point.Z())) return "A coordinate is no number";
         }
     }
     return {};

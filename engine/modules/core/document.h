@@ -4,6 +4,7 @@
 #include <Quantity_ColorRGBA.hxx>
 #include <TDF_LabelSequence.hxx>
 #include <TDocStd_Document.hxx>
+#include <TopoDS_Face.hxx>
 #include <TopoDS_Shape.hxx>
 #include <XCAFDoc_ColorTool.hxx>
 #include <XCAFDoc_ShapeTool.hxx>
@@ -42,6 +43,8 @@ class Document {
     TDF_LabelSequence Roots() const;
     // The labels that hold geometry of their own, each once.
     std::vector<TDF_Label> Parts() const;
+    // The faces of all parts, each part once.
+    std::vector<TopoDS_Face> Faces() const;
     // All roots as one shape, a single one as it is; null when there is none.
     TopoDS_Shape WholeShape() const;
 

@@ -1,24 +1,14 @@
 #include "engine/modules/core/prepare.h"
 
-#include <BRep_Tool.hxx>
-#include <TopExp_Explorer.hxx>
-#include <TopoDS.hxx>
+#include <algorithm>
+
+#include "engine/modules/core/faces.h"
 
 namespace morvex {
 namespace {
 
-bool HasTrianglesWithoutSurface(const Document& document) {
-    for (const TDF_Label& part : document.Parts()) {
-        for (TopExp_Explorer face(XCAFDoc_ShapeTool::GetShape(part), TopAbs_FACE); face.More(); face.Next()) {
-            TopLoc_Location location;
-            if (BRep_Tool::Surface(TopoDS::Face(face.Current()), location).IsNull()) return true;
-        }
-    }
-    return false;
-}
-
 Outcome GiveSurfaces(JobContext& context) {
-    if (HasTrianglesWithoutSurface(context.document)) {
+    if (!std::ranges::all_of(context.document.Faces(), HasSurface)) {
         Outcome outcome = TrianglesToFaces(context);
         if (!outcome.IsOk()) return outcome;
         context.facets = true;

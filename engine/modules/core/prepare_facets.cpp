@@ -1,12 +1,9 @@
 // Triangles turned into plane faces.
 #include <BRep_Builder.hxx>
-#include <BRep_Tool.hxx>
 #include <Bnd_Box.hxx>
 #include <Geom_Line.hxx>
 #include <Geom_Plane.hxx>
-#include <Poly_Triangulation.hxx>
 #include <Precision.hxx>
-#include <TopExp_Explorer.hxx>
 #include <TopoDS.hxx>
 #include <TopoDS_Compound.hxx>
 #include <TopoDS_Edge.hxx>
@@ -19,6 +16,7 @@
 #include <array>
 #include <unordered_map>
 
+#include "engine/modules/core/faces.h"
 #include "engine/modules/core/prepare.h"
 
 namespace morvex {
@@ -37,22 +35,16 @@ class FacetBuilder {
   public:
     // Adds the triangles of a face. Those of one `group` can be found again.
     void AddFace(const TopoDS_Face& face, int group) {
-        TopLoc_Location location;
-        const auto triangles = BRep_Tool::Triangulation(face, location);
+        const FaceTriangles triangles(face);
         if (triangles.IsNull()) return;
-        std::vector<std::size_t> nodes(static_cast<std::size_t>(triangles->NbNodes()) + 1);
-        for (int node = 1; node <= triangles->NbNodes(); ++node) {
-            nodes[static_cast<std::size_t>(node)] =
-                Vertex(triangles->Node(node).Transformed(location.Transformation()));
-        }
-        for (int at = 1; at <= triangles->NbTriangles(); ++at) {
-            int corner[3];
-            triangles->Triangle(at).Get(corner[0], corner[1], corner[2]);
-            if (face.Orientation() == TopAbs_REVERSED) std::swap(corner[1], corner[2]);
-            AddTriangle(
-                {nodes[static_cast<std::size_t>(corner[0])], nodes[static_cast<std::size_t>(corner[1])],
-                 nodes[static_cast<std::size_t>(corner[2])]},
-                group);
+        std::vector<std::size_t> nodes{0};  // they count from 1
+        for (int node = 1; node <= triangles.NodeCount(); ++node)
+            nodes.push_back(Vertex(triangles.Node(node)));
+        for (int at = 1; at <= triangles.Count(); ++at) {
+            const auto [a, b, c] = triangles.Corners(at);
+            AddTriangle({nodes[static_cast<std::size_t>(a)], nodes[static_cast<std::size_t>(b)],
+                         nodes[static_cast<std::size_t>(c)]},
+                        group);
         }
     }
 
@@ -203,75 +195,73 @@ class FacetBuilder {
     std::unordered_map<std::uint64_t, Edge> edges_;
 };
 
-// The colour that a face of the part has on its own label.
-bool FaceColour(const Document& document, const TDF_Label& part, const TopoDS_Shape& face,
-                Quantity_ColorRGBA& colour) {
-    TDF_Label label;
-    return document.Shapes()->FindSubShape(part, face, label) && document.ColourOf(label, colour);
+constexpr int kNoColour = -1;
+
+// The shape that the faces of a part become, and their colours; a group of faces is an index into these.
+struct ColouredFacets {
+    FacetBuilder facets;
+    std::vector<Quantity_ColorRGBA> colours;
+};
+
+void CollectFacets(const Document& document, const TDF_Label& part, ColouredFacets& result) {
+    for (const TopoDS_Face& face : FacesOf(XCAFDoc_ShapeTool::GetShape(part))) {
+        Quantity_ColorRGBA colour;
+        TDF_Label label;
+        int group = kNoColour;
+        if (document.Shapes()->FindSubShape(part, face, label) && document.ColourOf(label, colour)) {
+            const auto found = std::ranges::find(result.colours, colour);
+            group = static_cast<int>(found - result.colours.begin());
+            if (found == result.colours.end()) result.colours.push_back(colour);
+        }
+        result.facets.AddFace(face, group);
+    }
 }
 
-// Gives the part its new shape. The commonest colour of its faces becomes its own, the other faces keep
-// theirs.
-void Rebuild(const Document& document, const TDF_Label& part, bool solids) {
-    std::vector<Quantity_ColorRGBA> colours;
-    std::vector<std::size_t> uses;
-    FacetBuilder facets;
-    constexpr int kNoColour = -1;
-    for (TopExp_Explorer face(XCAFDoc_ShapeTool::GetShape(part), TopAbs_FACE); face.More(); face.Next()) {
-        Quantity_ColorRGBA colour;
-        int group = kNoColour;
-        if (FaceColour(document, part, face.Current(), colour)) {
-            const auto found = std::ranges::find(colours, colour);
-            group = static_cast<int>(found - colours.begin());
-            if (found == colours.end()) colours.push_back(colour);
-        }
-        facets.AddFace(TopoDS::Face(face.Current()), group);
+// The commonest colour when every face has one: that of the part.
+int PartColour(const ColouredFacets& coloured) {
+    std::vector<std::size_t> uses(coloured.colours.size());
+    for (const auto& [face, group] : coloured.facets.Faces()) {
+        if (group == kNoColour) return kNoColour;
+        ++uses[static_cast<std::size_t>(group)];
     }
+    return uses.empty() ? kNoColour : static_cast<int>(std::ranges::max_element(uses) - uses.begin());
+}
+
+// Gives the part its new shape, with the colours that its faces had.
+void Rebuild(const Document& document, const TDF_Label& part, bool solids) {
+    ColouredFacets coloured;
+    CollectFacets(document, part, coloured);
     TDF_LabelSequence old;
     XCAFDoc_ShapeTool::GetSubShapes(part, old);
     for (const TDF_Label& label : old) label.ForgetAllAttributes();
-    const TopoDS_Shape shape = facets.Take(solids);
+    const TopoDS_Shape shape = coloured.facets.Take(solids);
     if (shape.IsNull()) return;
     document.Shapes()->SetShape(part, shape);
 
-    uses.resize(colours.size());
-    bool allColoured = true;
-    for (const auto& [face, group] : facets.Faces()) {
-        if (group == kNoColour) {
-            allColoured = false;
-        } else {
-            ++uses[static_cast<std::size_t>(group)];
-        }
-    }
-    const auto commonest = std::ranges::max_element(uses) - uses.begin();
-    const bool partTakesColour = allColoured && !colours.empty();
-    if (partTakesColour) {
-        document.Colours()->SetColor(part, colours[static_cast<std::size_t>(commonest)], XCAFDoc_ColorSurf);
-    }
-    for (const auto& [face, group] : facets.Faces()) {
-        if (group == kNoColour || (partTakesColour && group == commonest)) continue;
-        const TDF_Label label = document.Shapes()->AddSubShape(part, face);
-        if (label.IsNull()) continue;
-        document.Colours()->SetColor(label, colours[static_cast<std::size_t>(group)], XCAFDoc_ColorSurf);
+    const auto paint = [&](const TDF_Label& label, int group) {
+        if (label.IsNull() || group == kNoColour) return;
+        document.Colours()->SetColor(label, coloured.colours[static_cast<std::size_t>(group)],
+                                     XCAFDoc_ColorSurf);
+    };
+    const int partColour = PartColour(coloured);
+    paint(part, partColour);
+    for (const auto& [face, group] : coloured.facets.Faces()) {
+        if (group != partColour) paint(document.Shapes()->AddSubShape(part, face), group);
     }
 }
 
 }  // namespace
 
 Outcome TrianglesToFaces(JobContext& context) {
-    std::int64_t triangles = 0;
-    for (const TDF_Label& part : context.document.Parts()) {
-        for (TopExp_Explorer face(XCAFDoc_ShapeTool::GetShape(part), TopAbs_FACE); face.More(); face.Next()) {
-            TopLoc_Location location;
-            const auto mesh = BRep_Tool::Triangulation(TopoDS::Face(face.Current()), location);
-            if (!mesh.IsNull()) triangles += mesh->NbTriangles();
-        }
+    std::int64_t count = 0;
+    for (const TopoDS_Face& face : context.document.Faces()) {
+        const FaceTriangles triangles(face);
+        if (!triangles.IsNull()) count += triangles.Count();
     }
-    if (triangles > kMostFacets) {
-        return Outcome::Fail(ZEL_FAILED, "The mesh has " + std::to_string(triangles) +
-                                             " triangles; only up to " + std::to_string(kMostFacets) +
-                                             " are turned into faces of a " + context.request.to->name +
-                                             " file");
+    if (count > kMostFacets) {
+        return Outcome::Fail(ZEL_FAILED, "The mesh has " + std::to_string(count) + " triangles; only up to " +
+                                             std::to_string(kMostFacets) + " are turned into faces of a " +
+                                             context.request.to->name + " file");
     }
     context.journal.Warn("The triangles of the mesh became plane faces");
     for (const TDF_Label& part : context.document.Parts()) {

@@ -3,15 +3,12 @@
 #include <BRepMesh_IncrementalMesh.hxx>
 #include <BRepTools.hxx>
 #include <BRep_Builder.hxx>
-#include <BRep_Tool.hxx>
 #include <Bnd_Box.hxx>
 #include <IMeshTools_Parameters.hxx>
-#include <Poly_Triangulation.hxx>
-#include <TopExp_Explorer.hxx>
-#include <TopoDS.hxx>
 #include <TopoDS_Compound.hxx>
 #include <cmath>
 
+#include "engine/modules/core/faces.h"
 #include "engine/modules/core/prepare.h"
 
 namespace morvex {
@@ -27,12 +24,10 @@ struct FaceSurvey {
 
 FaceSurvey Survey(const TopoDS_Shape& shape) {
     FaceSurvey survey;
-    for (TopExp_Explorer explorer(shape, TopAbs_FACE); explorer.More(); explorer.Next()) {
-        const TopoDS_Face& face = TopoDS::Face(explorer.Current());
-        TopLoc_Location location;
-        if (BRep_Tool::Surface(face, location).IsNull()) continue;
+    for (const TopoDS_Face& face : FacesOf(shape)) {
+        if (!HasSurface(face)) continue;
         ++survey.surfaces;
-        if (BRep_Tool::Triangulation(face, location).IsNull()) ++survey.unmeshed;
+        if (FaceTriangles(face).IsNull()) ++survey.unmeshed;
     }
     return survey;
 }

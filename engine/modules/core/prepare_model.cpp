@@ -6,7 +6,6 @@
 #include <Precision.hxx>
 #include <TDF_AttributeMap.hxx>
 #include <TDataStd_Name.hxx>
-#include <TopExp_Explorer.hxx>
 #include <TopoDS.hxx>
 #include <TopoDS_Compound.hxx>
 #include <TopoDS_Iterator.hxx>

@@ -106,7 +106,7 @@ extern "C" Outcome RunJob(const Job& job) {
     try {
         outcome = Convert(job);
     } catch (const Standard_OutOfMemory&) {
-        outcome = Outcome::Fail(ZEL_FAILED, "The conversion needs more memory than it may have");
+        outcome = OutOfMemory();
     } catch (const Standard_Failure& failure) {
         outcome = Outcome::Fail(
             ZEL_FAILED, std::string(failure.DynamicType()->Name()) + ": " + failure.GetMessageString());

@@ -8,30 +8,21 @@
 #include <Interface_Static.hxx>
 
 #include "engine/modules/core/context.h"
-#include "engine/modules/core/transfer_check.h"
+#include "engine/modules/core/exchange_file.h"
 
 namespace morvex {
 
 extern "C" Outcome ReadIges(JobContext& context) {
     IGESControl_Controller::Init();
-    Interface_Static::SetCVal("xstep.cascade.unit", "MM");
     // Not freed: taking its entities apart one by one takes longer than the process has left.
     IGESCAFControl_Reader& reader = *new IGESCAFControl_Reader;
-    reader.SetColorMode(Standard_True);
-    reader.SetNameMode(Standard_True);
-    reader.SetLayerMode(Standard_True);
-
-    const IFSelect_ReturnStatus status = reader.ReadFile(context.file.c_str());
-    if (status == IFSelect_RetVoid) return Outcome::Fail(ZEL_EMPTY, "There is no entity in the file");
-    if (status != IFSelect_RetDone) return Damaged("The file is no valid IGES file");
+    Outcome outcome = ParseExchangeFile(context, reader);
+    if (!outcome.IsOk()) return outcome;
     Handle(TDocStd_Document) document = context.document.Data();
     const bool transferred = reader.Transfer(document, context.progress);
-    TransferLoss loss;
-    for (const auto& type : {STANDARD_TYPE(IGESGeom_TrimmedSurface), STANDARD_TYPE(IGESGeom_BoundedSurface),
-                             STANDARD_TYPE(IGESSolid_Face)}) {
-        AddLoss(reader.WS(), type, loss);
-    }
-    return JudgeTransfer(context, transferred, loss);
+    return JudgeTransfer(context, transferred, reader.WS(),
+                         {STANDARD_TYPE(IGESGeom_TrimmedSurface), STANDARD_TYPE(IGESGeom_BoundedSurface),
+                          STANDARD_TYPE(IGESSolid_Face)});
 }
 
 extern "C" Outcome WriteIges(JobContext& context) {
@@ -39,13 +30,9 @@ extern "C" Outcome WriteIges(JobContext& context) {
     Interface_Static::SetCVal("write.iges.unit", "MM");
     Interface_Static::SetIVal("write.iges.brep.mode", 1);  // else solids fall apart into faces
     IGESCAFControl_Writer writer;
-    writer.SetColorMode(Standard_True);
-    writer.SetNameMode(Standard_True);
-    writer.SetLayerMode(Standard_True);
-    if (!writer.Transfer(context.document.Data(), context.progress)) {
-        return Outcome::Fail(ZEL_FAILED, "The model could not be turned into IGES entities");
-    }
-    return writer.Write(context.file.c_str()) ? Outcome::Ok() : NotWritten();
+    KeepAttributes(writer);
+    if (!writer.Transfer(context.document.Data(), context.progress)) return NotTransferred(context);
+    return Written(writer.Write(context.file.c_str()));
 }
 
 }  // namespace morvex

@@ -57,8 +57,7 @@ extern "C" Outcome ReadStl(JobContext& context) {
 extern "C" Outcome WriteStl(JobContext& context) {
     StlAPI_Writer writer;
     writer.ASCIIMode() = context.settings.asciiStl;
-    return writer.Write(context.document.WholeShape(), context.file.c_str(), context.progress) ? Outcome::Ok()
-                                                                                               : NotWritten();
+    return Written(writer.Write(context.document.WholeShape(), context.file.c_str(), context.progress));
 }
 
 // The format says nothing of units and axes. Millimetres and Z up are taken for granted both ways.
@@ -73,8 +72,7 @@ extern "C" Outcome WriteObj(JobContext& context) {
     RWObj_CafWriter writer(context.file.c_str());
     writer.ChangeCoordinateSystemConverter().SetInputLengthUnit(kMillimetre);
     writer.ChangeCoordinateSystemConverter().SetOutputLengthUnit(kMillimetre);
-    return writer.Perform(context.document.Data(), FileInfo(), context.progress) ? Outcome::Ok()
-                                                                                 : NotWritten();
+    return Written(writer.Perform(context.document.Data(), FileInfo(), context.progress));
 }
 
 extern "C" Outcome ReadGltf(JobContext& context) {
@@ -89,8 +87,7 @@ extern "C" Outcome WriteGltf(JobContext& context) {
     writer.ChangeCoordinateSystemConverter().SetInputCoordinateSystem(RWMesh_CoordinateSystem_Zup);
     writer.ChangeCoordinateSystemConverter().SetOutputLengthUnit(kMetre);
     writer.ChangeCoordinateSystemConverter().SetOutputCoordinateSystem(RWMesh_CoordinateSystem_glTF);
-    return writer.Perform(context.document.Data(), FileInfo(), context.progress) ? Outcome::Ok()
-                                                                                 : NotWritten();
+    return Written(writer.Perform(context.document.Data(), FileInfo(), context.progress));
 }
 
 }  // namespace morvex

@@ -22,9 +22,9 @@ constexpr char kRelations[] =
 <Relationships xmlns="http://schemas.openxmlformats.org/package/2006/relationships"><Relationship Target="/3D/3dmodel.model" Id="rel0" Type="http://schemas.microsoft.com/3dmanufacturing/2013/01/3dmodel"/></Relationships>
 )";
 
-std::string HexColour(const Quantity_ColorRGBA& colour) {
+std::string HexColour(const std::array<double, 4>& colour) {
     std::string text = "#";
-    for (const double value : SrgbOf(colour)) {
+    for (const double value : colour) {
         char digits[8];
         std::snprintf(digits, sizeof digits, "%02X", static_cast<unsigned>(std::lround(value * 255)));
         text += digits;
@@ -42,9 +42,9 @@ class ModelWriter {
                  "<metadata name=\"Application\">Morvex</metadata>\n<resources>\n";
         if (!scene_.materials.empty()) {
             file_ << "<basematerials id=\"" << kMaterialsId << "\">";
-            for (std::size_t at = 0; at < scene_.materials.size(); ++at) {
+            for (int at = 0; at < scene_.MaterialCount(); ++at) {
                 file_ << "<base name=\"colour " << at + 1 << "\" displaycolor=\""
-                      << HexColour(scene_.materials[at]) << "\"/>";
+                      << HexColour(SrgbOf(scene_, at)) << "\"/>";
             }
             file_ << "</basematerials>\n";
         }
@@ -106,9 +106,9 @@ class ModelWriter {
         }
         TextFile text(0);
         text << "<" << element << " objectid=\"" << object << "\" transform=\"";
-        for (std::size_t column = 0; column < 4; ++column) {
-            for (std::size_t row = 0; row < 3; ++row) {
-                text << (column + row == 0 ? "" : " ") << node.matrix[row * 4 + column];
+        for (int column = 1; column <= 4; ++column) {
+            for (int row = 1; row <= 3; ++row) {
+                text << (column + row == 2 ? "" : " ") << node.transform.Value(row, column);
             }
         }
         text << "\"/>\n";
@@ -130,7 +130,7 @@ extern "C" Outcome Write3mf(JobContext& context) {
     package.Add("[Content_Types].xml", kContentTypes);
     package.Add("_rels/.rels", kRelations);
     package.Add("3D/3dmodel.model", model.Text());
-    return package.Close() ? Outcome::Ok() : NotWritten();
+    return Written(package.Close());
 }
 
 }  // namespace morvex

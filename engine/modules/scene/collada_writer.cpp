@@ -47,8 +47,8 @@ class ColladaWriter {
     void WriteMaterials() {
         if (scene_.materials.empty()) return;
         file_ << "<library_effects>\n";
-        for (std::size_t at = 0; at < scene_.materials.size(); ++at) {
-            const auto colour = SrgbOf(scene_.materials[at]);
+        for (int at = 0; at < scene_.MaterialCount(); ++at) {
+            const auto colour = SrgbOf(scene_, at);
             // The opaque mode A_ONE: 1 is opaque. Some readers take it the other way round.
             const double opacity = settings_.reverseTransparency ? 1 - colour[3] : colour[3];
             file_ << "<effect id=\"effect" << at
@@ -59,7 +59,7 @@ class ColladaWriter {
                   << opacity << "</float></transparency></lambert></technique></profile_COMMON></effect>\n";
         }
         file_ << "</library_effects>\n<library_materials>\n";
-        for (std::size_t at = 0; at < scene_.materials.size(); ++at) {
+        for (int at = 0; at < scene_.MaterialCount(); ++at) {
             file_ << "<material id=\"material" << at << "\"><instance_effect url=\"#effect" << at
                   << "\"/></material>\n";
         }
@@ -96,10 +96,7 @@ class ColladaWriter {
         static constexpr const char* kChannels[] = {"R", "G", "B", "A"};
         WriteSource(id, kChannels, 4, mesh.patches.size(), [&] {
             for (const auto& patch : mesh.patches) {
-                const auto colour = patch.material < 0
-                                        ? std::array{0.8, 0.8, 0.8, 1.0}
-                                        : SrgbOf(scene_.materials[static_cast<std::size_t>(patch.material)]);
-                for (const double value : colour) file_ << value << " ";
+                for (const double value : SrgbOf(scene_, patch.material)) file_ << value << " ";
             }
         });
     }
@@ -165,7 +162,7 @@ class ColladaWriter {
     }
 
     void WriteNode(const MeshScene::Node& node) {
-        OpenNode(node.name, node.matrix);
+        OpenNode(node.name, node.transform);
         WriteContents(node);
         for (const MeshScene::Node& child : node.children) WriteNode(child);
         file_ << "</node>\n";
@@ -182,25 +179,18 @@ class ColladaWriter {
 
     // The parts without the tree above them.
     void WriteLeaves(const MeshScene::Node& node, const gp_Trsf& above) {
-        const auto& m = node.matrix;
-        gp_Trsf own;
-        own.SetValues(m[0], m[1], m[2], m[3], m[4], m[5], m[6], m[7], m[8], m[9], m[10], m[11]);
-        const gp_Trsf here = above * own;
+        const gp_Trsf here = above * node.transform;
         if (node.mesh >= 0) {
-            std::array<double, 12> matrix{};
-            for (std::size_t at = 0; at < matrix.size(); ++at) {
-                matrix[at] = here.Value(static_cast<int>(at / 4) + 1, static_cast<int>(at % 4) + 1);
-            }
-            OpenNode(node.name, matrix);
+            OpenNode(node.name, here);
             WriteContents(node);
             file_ << "</node>\n";
         }
         for (const MeshScene::Node& child : node.children) WriteLeaves(child, here);
     }
 
-    void OpenNode(const std::string& name, const std::array<double, 12>& matrix) {
+    void OpenNode(const std::string& name, const gp_Trsf& transform) {
         file_ << "<node id=\"node" << nodes_++ << "\" name=\"" << XmlText(name) << "\"><matrix>";
-        for (const double value : matrix) file_ << value << " ";
+        for (const double value : RowsOf(transform)) file_ << value << " ";
         file_ << "0 0 0 1</matrix>";
     }
 
@@ -216,7 +206,7 @@ extern "C" Outcome WriteCollada(JobContext& context) {
     const MeshScene scene = MakeMeshScene(context.document, context.settings.normalsFromSurface);
     TextFile file(context.file, context.settings.decimals);
     ColladaWriter(scene, context.settings, file).Write();
-    return file.Close() ? Outcome::Ok() : NotWritten();
+    return Written(file.Close());
 }
 
 }  // namespace morvex

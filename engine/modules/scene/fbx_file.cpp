@@ -1,9 +1,10 @@
 #include "engine/modules/scene/fbx_file.h"
 
-#include <cstdio>
 #include <cstring>
 #include <limits>
 #include <zlib.h>
+
+#include "engine/modules/scene/output_file.h"
 
 namespace morvex {
 namespace {
@@ -24,12 +25,13 @@ FbxFile::FbxFile() {
 }
 
 void FbxFile::Number(std::uint64_t value, int bytes) {
-    for (int at = 0; at < bytes; ++at) bytes_ += static_cast<char>(value >> (8 * at) & 0xff);
+    AppendLittleEndian(bytes_, value, bytes);
 }
 
 void FbxFile::Patch(std::size_t at, std::size_t value) {
-    for (std::size_t byte = 0; byte < 4; ++byte)
-        bytes_[at + byte] = static_cast<char>(value >> (8 * byte) & 0xff);
+    std::string field;
+    AppendLittleEndian(field, value, 4);
+    bytes_.replace(at, field.size(), field);
 }
 
 void FbxFile::EndProperties(Record& record) {
@@ -140,10 +142,9 @@ bool FbxFile::Write(const std::filesystem::path& path) {
     bytes_.append(120, '\0');
     bytes_ += kFooterEnd;
     if (bytes_.size() > std::numeric_limits<std::uint32_t>::max()) return false;
-    std::FILE* const file = std::fopen(path.c_str(), "wbe");
-    if (file == nullptr) return false;
-    const bool written = std::fwrite(bytes_.data(), 1, bytes_.size(), file) == bytes_.size();
-    return std::fclose(file) == 0 && written;
+    OutputFile file(path);
+    file.Write(bytes_);
+    return file.Close();
 }
 
 }  // namespace morvex

@@ -26,7 +26,7 @@ class FbxWriter {
         WriteDefinitions();
         file_.Open("Objects");
         for (std::size_t at = 0; at < scene_.meshes.size(); ++at) WriteGeometry(at);
-        for (std::size_t at = 0; at < MaterialCount(); ++at) WriteMaterial(at);
+        for (int at = 0; at < MaterialCount(); ++at) WriteMaterial(at);
         for (const auto& node : scene_.roots) WriteNode(node, kRootId);
         file_.Close().Open("Connections");
         for (const auto& [child, parent] : connections_)
@@ -39,10 +39,9 @@ class FbxWriter {
     static bool IsMixed(const MeshScene::Mesh& mesh) {
         return mesh.patches.size() > 1 && mesh.patches.front().material < 0;
     }
-    std::size_t MaterialCount() const { return scene_.materials.size() + (plainMaterial_ ? 1 : 0); }
+    int MaterialCount() const { return scene_.MaterialCount() + (plainMaterial_ ? 1 : 0); }
     std::int64_t MaterialId(int material) const {
-        return kFirstMaterialId +
-               (material < 0 ? static_cast<std::int64_t>(scene_.materials.size()) : material);
+        return kFirstMaterialId + (material < 0 ? scene_.MaterialCount() : material);
     }
 
     void Property(const char* name, const char* type, const char* label, const char* flags) {
@@ -87,10 +86,11 @@ class FbxWriter {
             for (const auto& child : node.children) tally(child);
         };
         for (const auto& node : scene_.roots) tally(node);
-        const std::pair<const char*, std::size_t> kinds[] = {{"GlobalSettings", 1},
-                                                             {"Model", nodes},
-                                                             {"Geometry", scene_.meshes.size()},
-                                                             {"Material", MaterialCount()}};
+        const std::pair<const char*, std::size_t> kinds[] = {
+            {"GlobalSettings", 1},
+            {"Model", nodes},
+            {"Geometry", scene_.meshes.size()},
+            {"Material", static_cast<std::size_t>(MaterialCount())}};
         std::size_t all = 0;
         for (const auto& kind : kinds) all += kind.second;
         file_.Open("Definitions").Leaf("Version", 100).Leaf("Count", count(all));
@@ -148,10 +148,10 @@ class FbxWriter {
         file_.Open("LayerElement").Leaf("Type", name).Leaf("TypedIndex", 0).Close();
     }
 
-    void WriteMaterial(std::size_t number) {
-        const bool plain = number == scene_.materials.size();
-        const auto colour = plain ? std::array{0.8, 0.8, 0.8, 1.0} : SrgbOf(scene_.materials[number]);
-        file_.Open("Material").Add(kFirstMaterialId + static_cast<std::int64_t>(number));
+    void WriteMaterial(int number) {
+        const int material = number < scene_.MaterialCount() ? number : -1;
+        const auto colour = SrgbOf(scene_, material);
+        file_.Open("Material").Add(MaterialId(material));
         file_.AddName("colour " + std::to_string(number + 1), "Material").Add("");
         file_.Leaf("Version", 102).Leaf("ShadingModel", "lambert").Leaf("MultiLayer", 0).Open("Properties70");
         Triple("DiffuseColor", "Color", colour[0], colour[1], colour[2]);
@@ -163,17 +163,15 @@ class FbxWriter {
 
     void WriteNode(const MeshScene::Node& node, std::int64_t parent) {
         const std::int64_t id = kFirstNodeId + nodes_++;
-        const auto& m = node.matrix;
-        gp_Trsf transform;
-        transform.SetValues(m[0], m[1], m[2], m[3], m[4], m[5], m[6], m[7], m[8], m[9], m[10], m[11]);
+        const gp_XYZ& shift = node.transform.TranslationPart();
         double x = 0, y = 0, z = 0;
-        transform.GetRotation().GetEulerAngles(gp_Extrinsic_XYZ, x, y, z);
-        const double scale = transform.ScaleFactor();
+        node.transform.GetRotation().GetEulerAngles(gp_Extrinsic_XYZ, x, y, z);
+        const double scale = node.transform.ScaleFactor();
         constexpr double kDegrees = 57.29577951308232;
 
         file_.Open("Model").Add(id).AddName(node.name, "Model").Add(node.mesh < 0 ? "Null" : "Mesh");
         file_.Leaf("Version", 232).Open("Properties70");
-        Triple("Lcl Translation", "Lcl Translation", m[3], m[7], m[11]);
+        Triple("Lcl Translation", "Lcl Translation", shift.X(), shift.Y(), shift.Z());
         Triple("Lcl Rotation", "Lcl Rotation", x * kDegrees, y * kDegrees, z * kDegrees);
         Triple("Lcl Scaling", "Lcl Scaling", scale, scale, scale);
         file_.Close().Leaf("Culling", "CullingOff").Close();
@@ -202,7 +200,7 @@ class FbxWriter {
 extern "C" Outcome WriteFbx(JobContext& context) {
     const MeshScene scene = MakeMeshScene(context.document, context.settings.normalsFromSurface);
     FbxWriter writer(scene);
-    return writer.Build().Write(context.file) ? Outcome::Ok() : NotWritten();
+    return Written(writer.Build().Write(context.file));
 }
 
 }  // namespace morvex

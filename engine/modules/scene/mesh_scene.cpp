@@ -6,17 +6,15 @@
 #include <Poly_Triangulation.hxx>
 #include <TDF_Tool.hxx>
 #include <TDataStd_Name.hxx>
-#include <TopExp.hxx>
-#include <TopExp_Explorer.hxx>
 #include <TopTools_DataMapOfShapeInteger.hxx>
 #include <TopTools_ShapeMapHasher.hxx>
-#include <TopoDS.hxx>
 #include <TopoDS_Face.hxx>
 #include <algorithm>
 #include <map>
 #include <optional>
 
 #include "engine/common/text.h"
+#include "engine/modules/core/faces.h"
 
 namespace morvex {
 namespace {
@@ -28,15 +26,17 @@ std::string NameOf(const TDF_Label& label) {
     return CleanUtf8(utf8.ToCString());
 }
 
-std::array<double, 12> Matrix(const gp_Trsf& transform) {
-    std::array<double, 12> matrix{};
-    std::size_t at = 0;
-    for (int row = 0; row < 3; ++row) {
-        for (int column = 0; column < 4; ++column) {
-            matrix[at++] = transform.Value(row + 1, column + 1);
-        }
+// At each node the sum of the area vectors of the triangles around it.
+std::vector<gp_Vec> AreaVectors(const Poly_Triangulation& triangles) {
+    std::vector<gp_Vec> sums(static_cast<std::size_t>(triangles.NbNodes()));
+    for (int at = 1; at <= triangles.NbTriangles(); ++at) {
+        const std::array<int, 3> corners = CornersOf(triangles, at);
+        const gp_Pnt first = triangles.Node(corners[0]);
+        const gp_Vec normal =
+            gp_Vec(first, triangles.Node(corners[1])).Crossed(gp_Vec(first, triangles.Node(corners[2])));
+        for (const int node : corners) sums[static_cast<std::size_t>(node) - 1] += normal;
     }
-    return matrix;
+    return sums;
 }
 
 // Normals at the nodes, in the mesh's own place and for a face seen forward: the mesh's own if it has them,
@@ -53,15 +53,7 @@ std::vector<gp_Dir> NormalsOf(const TopoDS_Face& face, const Poly_Triangulation&
     TopLoc_Location location;
     const Handle(Geom_Surface) surface = BRep_Tool::Surface(face, location);
     if (surface.IsNull() || !triangles.HasUVNodes()) return {};
-    std::vector<gp_Vec> sums(normals.size());
-    for (int at = 1; at <= triangles.NbTriangles(); ++at) {
-        int corner[3];
-        triangles.Triangle(at).Get(corner[0], corner[1], corner[2]);
-        const gp_Pnt first = triangles.Node(corner[0]);
-        const gp_Vec normal =
-            gp_Vec(first, triangles.Node(corner[1])).Crossed(gp_Vec(first, triangles.Node(corner[2])));
-        for (const int node : corner) sums[static_cast<std::size_t>(node) - 1] += normal;
-    }
+    const std::vector<gp_Vec> sums = AreaVectors(triangles);
     constexpr double kTolerance = 1e-9;
     constexpr int kUndefined = 2;
     for (int node = 1; node <= triangles.NbNodes(); ++node) {
@@ -93,7 +85,7 @@ class Builder {
         node.name = NameOf(label);
         if (node.name.empty()) node.name = NameOf(shape);
         if (node.name.empty()) node.name = "part";
-        node.matrix = Matrix(location.Transformation());
+        node.transform = location.Transformation();
         int material = OwnMaterial(shape, inherited);
         if (label != shape) material = OwnMaterial(label, material);
         if (!XCAFDoc_ShapeTool::IsAssembly(shape)) {
@@ -120,14 +112,9 @@ class Builder {
         return static_cast<int>(scene_.materials.size()) - 1;
     }
 
-    int MeshOf(const TDF_Label& part, int material) {
-        TCollection_AsciiString entry;
-        TDF_Tool::Entry(part, entry);
-        const auto [place, isNew] = meshes_.try_emplace({entry.ToCString(), material}, -1);
-        if (!isNew) return place->second;
-
-        const TopoDS_Shape shape = XCAFDoc_ShapeTool::GetShape(part);
-        TopTools_DataMapOfShapeInteger faceMaterials;
+    // The materials of the faces that have one of their own.
+    TopTools_DataMapOfShapeInteger FaceMaterials(const TDF_Label& part) {
+        TopTools_DataMapOfShapeInteger materials;
         TDF_LabelSequence below;
         XCAFDoc_ShapeTool::GetSubShapes(part, below);
         // A colour of a shell counts less than that of one of its faces.
@@ -136,18 +123,26 @@ class Builder {
                 const TopoDS_Shape sub = XCAFDoc_ShapeTool::GetShape(label);
                 const int own = OwnMaterial(label, -1);
                 if (sub.IsNull() || own < 0 || (sub.ShapeType() == TopAbs_FACE) != faces) continue;
-                for (TopExp_Explorer face(sub, TopAbs_FACE); face.More(); face.Next()) {
-                    faceMaterials.Bind(face.Current(), own);
-                }
+                for (const TopoDS_Face& face : FacesOf(sub)) materials.Bind(face, own);
             }
         }
+        return materials;
+    }
+
+    int MeshOf(const TDF_Label& part, int material) {
+        TCollection_AsciiString entry;
+        TDF_Tool::Entry(part, entry);
+        const auto [place, isNew] = meshes_.try_emplace({entry.ToCString(), material}, -1);
+        if (!isNew) return place->second;
+
+        const TopTools_DataMapOfShapeInteger faceMaterials = FaceMaterials(part);
         MeshScene::Mesh mesh;
         mesh.name = NameOf(part);
         if (mesh.name.empty()) mesh.name = "part";
         std::map<int, MeshScene::Patch> patches;
-        for (TopExp_Explorer face(shape, TopAbs_FACE); face.More(); face.Next()) {
-            const int* own = faceMaterials.Seek(face.Current());
-            AddFace(TopoDS::Face(face.Current()), patches[own != nullptr ? *own : material]);
+        for (const TopoDS_Face& face : FacesOf(XCAFDoc_ShapeTool::GetShape(part))) {
+            const int* own = faceMaterials.Seek(face);
+            AddFace(face, patches[own != nullptr ? *own : material]);
         }
         for (auto& [number, patch] : patches) {
             patch.material = number;
@@ -160,26 +155,20 @@ class Builder {
     }
 
     void AddFace(const TopoDS_Face& face, MeshScene::Patch& patch) const {
-        TopLoc_Location location;
-        const Handle(Poly_Triangulation) triangles = BRep_Tool::Triangulation(face, location);
+        const FaceTriangles triangles(face);
         if (triangles.IsNull()) return;
-        const std::vector<gp_Dir> normals = normals_ ? NormalsOf(face, *triangles) : std::vector<gp_Dir>();
-        const gp_Trsf transform = location.Transformation();
-        const bool reversed = (face.Orientation() == TopAbs_REVERSED) != transform.IsNegative();
+        const auto normals = normals_ ? NormalsOf(face, triangles.Mesh()) : std::vector<gp_Dir>();
         const auto first = static_cast<std::uint32_t>(patch.points.size());
-        for (int node = 1; node <= triangles->NbNodes(); ++node) {
-            const gp_Pnt point = triangles->Node(node).Transformed(transform);
+        for (int node = 1; node <= triangles.NodeCount(); ++node) {
+            const gp_Pnt point = triangles.Node(node);
             patch.points.push_back({point.X(), point.Y(), point.Z()});
             if (normals.empty()) continue;
-            gp_Dir normal = normals[static_cast<std::size_t>(node) - 1].Transformed(transform);
+            gp_Dir normal = normals[static_cast<std::size_t>(node) - 1].Transformed(triangles.Place());
             if (face.Orientation() == TopAbs_REVERSED) normal.Reverse();
             patch.normals.push_back({normal.X(), normal.Y(), normal.Z()});
         }
-        for (int at = 1; at <= triangles->NbTriangles(); ++at) {
-            int corner[3];
-            triangles->Triangle(at).Get(corner[0], corner[1], corner[2]);
-            if (reversed) std::swap(corner[1], corner[2]);
-            for (const int node : corner)
+        for (int at = 1; at <= triangles.Count(); ++at) {
+            for (const int node : triangles.Corners(at))
                 patch.corners.push_back(first + static_cast<std::uint32_t>(node) - 1);
         }
     }
@@ -196,7 +185,18 @@ MeshScene MakeMeshScene(const Document& document, bool normals) {
     return Builder(document, normals).Build();
 }
 
-std::array<double, 4> SrgbOf(const Quantity_ColorRGBA& colour) {
+std::array<double, 12> RowsOf(const gp_Trsf& transform) {
+    std::array<double, 12> rows{};
+    std::size_t at = 0;
+    for (int row = 1; row <= 3; ++row) {
+        for (int column = 1; column <= 4; ++column) rows[at++] = transform.Value(row, column);
+    }
+    return rows;
+}
+
+std::array<double, 4> SrgbOf(const MeshScene& scene, int material) {
+    if (material < 0) return {0.8, 0.8, 0.8, 1};
+    const Quantity_ColorRGBA& colour = scene.materials[static_cast<std::size_t>(material)];
     std::array<double, 4> value{};
     colour.GetRGB().Values(value[0], value[1], value[2], Quantity_TOC_sRGB);
     value[3] = static_cast<double>(colour.Alpha());

@@ -4,6 +4,7 @@
 #include <Quantity_ColorRGBA.hxx>
 #include <array>
 #include <cstdint>
+#include <gp_Trsf.hxx>
 #include <string>
 #include <vector>
 
@@ -27,12 +28,13 @@ struct MeshScene {
     };
     struct Node {
         std::string name;
-        std::array<double, 12> matrix;  // three rows of four; millimetres, relative to the parent
-        int mesh = -1;                  // -1: a node of the tree only
+        gp_Trsf transform;  // relative to the parent, in millimetres
+        int mesh = -1;      // -1: a node of the tree only
         std::vector<Node> children;
     };
 
     std::vector<Quantity_ColorRGBA> materials;  // linear values, as the document has them
+    int MaterialCount() const { return static_cast<int>(materials.size()); }
     std::vector<Mesh> meshes;
     std::vector<Node> roots;
 };
@@ -41,7 +43,11 @@ struct MeshScene {
 // mesh) when `normals` is set. Names are valid UTF-8 and never empty.
 MeshScene MakeMeshScene(const Document& document, bool normals);
 
-// Colour values as formats without colour management store them, 0 to 1.
-std::array<double, 4> SrgbOf(const Quantity_ColorRGBA& colour);
+// The transform as three rows of four.
+std::array<double, 12> RowsOf(const gp_Trsf& transform);
+
+// Red, green, blue and opacity of a material as formats without colour management store them, 0 to 1. -1, no
+// colour of its own, is an opaque grey.
+std::array<double, 4> SrgbOf(const MeshScene& scene, int material);
 
 }  // namespace morvex

@@ -11,18 +11,13 @@ constexpr std::size_t kPiece = 1u << 20;
 
 }  // namespace
 
-TextFile::TextFile(const std::filesystem::path& path, int decimals)
-    : file_(std::fopen(path.c_str(), "wbe")), inFile_(true), failed_(file_ == nullptr), decimals_(decimals) {
+TextFile::TextFile(const std::filesystem::path& path, int decimals) : file_(path), decimals_(decimals) {
     text_.reserve(kPiece + 4096);
-}
-
-TextFile::~TextFile() {
-    if (file_ != nullptr) std::fclose(file_);
 }
 
 TextFile& TextFile::operator<<(std::string_view text) {
     text_ += text;
-    if (inFile_ && text_.size() >= kPiece) Flush();
+    if (file_ && text_.size() >= kPiece) Flush();
     return *this;
 }
 
@@ -43,15 +38,13 @@ TextFile& TextFile::Number(double number, int decimals) {
 }
 
 void TextFile::Flush() {
-    if (!failed_) failed_ = std::fwrite(text_.data(), 1, text_.size(), file_) != text_.size();
+    file_->Write(text_);
     text_.clear();
 }
 
 bool TextFile::Close() {
     Flush();
-    if (file_ != nullptr && std::fclose(file_) != 0) failed_ = true;
-    file_ = nullptr;
-    return !failed_;
+    return file_->Close();
 }
 
 }  // namespace morvex

@@ -1,24 +1,23 @@
-// A text file written in large pieces, with numbers that depend on no locale.
+// Text with numbers that depend on no locale, for the formats that are text.
 #pragma once
 
-#include <cstdio>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
+
+#include "engine/modules/scene/output_file.h"
 
 namespace morvex {
 
 class TextFile {
   public:
-    // Coordinates get at most `decimals` places after the point, other numbers ten; fewer where zeros would
-    // follow.
+    // Written in large pieces. Coordinates get at most `decimals` places after the point, other numbers ten;
+    // fewer where zeros would follow.
     TextFile(const std::filesystem::path& path, int decimals);
     // For text kept in memory; take it with Text().
     explicit TextFile(int decimals) : decimals_(decimals) {}
-    ~TextFile();
-    TextFile(const TextFile&) = delete;
-    TextFile& operator=(const TextFile&) = delete;
 
     TextFile& operator<<(std::string_view text);
     TextFile& operator<<(double number) { return Number(number, kOtherDecimals); }
@@ -37,9 +36,7 @@ class TextFile {
     TextFile& Number(double number, int decimals);
     void Flush();
 
-    std::FILE* file_ = nullptr;
-    bool inFile_ = false;
-    bool failed_ = false;
+    std::optional<OutputFile> file_;
     int decimals_;
     std::string text_;
 };

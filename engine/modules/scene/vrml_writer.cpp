@@ -20,18 +20,16 @@ class VrmlWriter {
 
   private:
     void WriteNode(const MeshScene::Node& node) {
-        const auto& m = node.matrix;
-        gp_Trsf transform;
-        transform.SetValues(m[0], m[1], m[2], m[3], m[4], m[5], m[6], m[7], m[8], m[9], m[10], m[11]);
+        const gp_XYZ& shift = node.transform.TranslationPart();
         gp_Vec axis;
         double angle = 0;
-        transform.GetRotation().GetVectorAndAngle(axis, angle);
-        file_ << "DEF " << Identifier(node.name) << " Transform {\n translation " << m[3] << " " << m[7]
-              << " " << m[11] << "\n";
+        node.transform.GetRotation().GetVectorAndAngle(axis, angle);
+        file_ << "DEF " << Identifier(node.name) << " Transform {\n translation " << shift.X() << " "
+              << shift.Y() << " " << shift.Z() << "\n";
         if (angle != 0) {
             file_ << " rotation " << axis.X() << " " << axis.Y() << " " << axis.Z() << " " << angle << "\n";
         }
-        if (const double scale = transform.ScaleFactor(); scale != 1) {
+        if (const double scale = node.transform.ScaleFactor(); scale != 1) {
             file_ << " scale " << scale << " " << scale << " " << scale << "\n";
         }
         file_ << " children [\n";
@@ -80,21 +78,18 @@ class VrmlWriter {
     }
 
     void WriteAppearance(int material) {
-        constexpr double kGrey = 0.8;
-        if (material < 0) {
-            file_ << "Appearance { material Material { diffuseColor " << kGrey << " " << kGrey << " " << kGrey
-                  << " } }\n";
-            return;
+        if (material >= 0) {
+            const auto number = static_cast<std::size_t>(material);
+            if (defined_[number]) {
+                file_ << "USE material" << number << "\n";
+                return;
+            }
+            defined_[number] = true;
+            file_ << "DEF material" << number << " ";
         }
-        const auto number = static_cast<std::size_t>(material);
-        if (defined_[number]) {
-            file_ << "USE material" << number << "\n";
-            return;
-        }
-        defined_[number] = true;
-        const auto colour = SrgbOf(scene_.materials[number]);
-        file_ << "DEF material" << number << " Appearance { material Material { diffuseColor " << colour[0]
-              << " " << colour[1] << " " << colour[2] << " transparency " << 1 - colour[3] << " } }\n";
+        const auto colour = SrgbOf(scene_, material);
+        file_ << "Appearance { material Material { diffuseColor " << colour[0] << " " << colour[1] << " "
+              << colour[2] << " transparency " << 1 - colour[3] << " } }\n";
     }
 
     // Names may be used again, the last one counts; letters beyond ASCII are allowed, blanks and marks are
@@ -121,7 +116,7 @@ extern "C" Outcome WriteVrml(JobContext& context) {
     const MeshScene scene = MakeMeshScene(context.document, context.settings.normalsFromSurface);
     TextFile file(context.file, context.settings.decimals);
     VrmlWriter(scene, file).Write();
-    return file.Close() ? Outcome::Ok() : NotWritten();
+    return Written(file.Close());
 }
 
 }  // namespace morvex

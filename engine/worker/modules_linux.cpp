@@ -1,9 +1,9 @@
-#include "engine/worker/modules.h"
-
 #include <dlfcn.h>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
+
+#include "engine/worker/modules.h"
 
 namespace morvex {
 

@@ -1,0 +1,40 @@
+// When a conversion has taken too long.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+
+namespace morvex {
+
+struct TimeLimitOptions {
+    double secondsAllowed = 0;  // 0: as long as it takes
+    // Processor time that the percentage may stand still, in seconds, plus one for each 100 KB of the input.
+    // Damaged numbers send the libraries into loops without end; a whole file moves on many times faster.
+    double stallSeconds = 40;
+};
+
+class TimeLimits {
+  public:
+    using Clock = std::chrono::steady_clock;
+    enum class Verdict { GoOn, TimeOver, Stalled };
+
+    // Starts the clock. `inputSize` in bytes.
+    TimeLimits(const TimeLimitOptions& options, std::uint64_t inputSize,
+               Clock::time_point start = Clock::now());
+
+    // The percentage or the phase has changed; `processorSeconds` is what the job has used so far.
+    void NoteProgress(double processorSeconds) { lastProgress_ = processorSeconds; }
+
+    Verdict Judge(double processorSeconds, Clock::time_point now = Clock::now()) const;
+    // The longest wait until it is worth judging again.
+    double SecondsToNextLook(double processorSeconds, Clock::time_point now = Clock::now()) const;
+
+  private:
+    double TimeLeft(Clock::time_point now) const;
+    double StallLeft(double processorSeconds) const;
+
+    Clock::time_point start_;
+    double secondsAllowed_, stallAllowed_, lastProgress_ = 0;
+};
+
+}  // namespace morvex
