@@ -22,7 +22,8 @@ constexpr Suffix kStepSuffixes[] = {".stp", ".step", ".stpnc", ".stpa", ".stpz",
                  kIfcSuffixes[] = {".ifc", ".ifcxml", ".ifczip"}, kDxfSuffixes[] = {".dxf", ".dwg"};
 
 constexpr char kStepModule[] = "step", kIgesModule[] = "iges", kMeshModule[] = "mesh",
-               kSceneModule[] = "scene", kAssimpModule[] = "assimp_reader", kCoreModule[] = "core";
+               kSceneModule[] = "scene", kAssimpModule[] = "assimp_reader", kGltfModule[] = "gltf_reader",
+               kCoreModule[] = "core";
 
 // Where two formats share a number the first is taken when the suffix does not tell.
 constexpr auto kFormats = std::to_array<Format>({
@@ -38,9 +39,9 @@ constexpr auto kFormats = std::to_array<Format>({
      Needs::Triangles, nullptr},
     {FormatId::Obj, "OBJ", kObjCodes, kObjSuffixes, kMeshModule, "ReadObj", kMeshModule, "WriteObj",
      Needs::Triangles, ".mtl"},
-    {FormatId::Gltf, "glTF", kGltfCodes, kGltfSuffixes, kMeshModule, "ReadGltf", kMeshModule, "WriteGltf",
+    {FormatId::Gltf, "glTF", kGltfCodes, kGltfSuffixes, kGltfModule, "ReadGltf", kMeshModule, "WriteGltf",
      Needs::Triangles, ".bin"},
-    {FormatId::Glb, "glb", kGltfCodes, kGlbSuffixes, kMeshModule, "ReadGltf", kMeshModule, "WriteGltf",
+    {FormatId::Glb, "glb", kGltfCodes, kGlbSuffixes, kGltfModule, "ReadGltf", kMeshModule, "WriteGltf",
      Needs::Triangles, nullptr},
     {FormatId::Collada, "Collada", kColladaCodes, kColladaSuffixes, nullptr, nullptr, kSceneModule,
      "WriteCollada", Needs::Triangles, nullptr},

@@ -9,6 +9,7 @@
 #include "engine/modules/core/context.h"
 #include "engine/modules/core/messages.h"
 #include "engine/modules/core/prepare.h"
+#include "engine/modules/core/read_error.h"
 
 namespace morvex {
 namespace {
@@ -49,6 +50,8 @@ Outcome Read(JobContext& context, LoadFunction* load) {
     const auto read = reinterpret_cast<FormatFunction*>(load(format.readModule, format.readFunction));
     try {
         return read(context);
+    } catch (const ReadError& error) {
+        return Outcome::Fail(error.result, error.what());
     } catch (const Standard_OutOfMemory&) {
         throw;
     } catch (const Standard_Failure& failure) {

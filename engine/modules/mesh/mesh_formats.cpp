@@ -1,6 +1,5 @@
 // STL, OBJ and glTF.
 #include <BRep_Builder.hxx>
-#include <RWGltf_CafReader.hxx>
 #include <RWGltf_CafWriter.hxx>
 #include <RWObj_CafReader.hxx>
 #include <RWObj_CafWriter.hxx>
@@ -73,12 +72,6 @@ extern "C" Outcome WriteObj(JobContext& context) {
     writer.ChangeCoordinateSystemConverter().SetInputLengthUnit(kMillimetre);
     writer.ChangeCoordinateSystemConverter().SetOutputLengthUnit(kMillimetre);
     return Written(writer.Perform(context.document.Data(), FileInfo(), context.progress));
-}
-
-extern "C" Outcome ReadGltf(JobContext& context) {
-    RWGltf_CafReader reader;
-    reader.SetParallel(!context.request.parallel);
-    return ReadMesh(context, reader);
 }
 
 extern "C" Outcome WriteGltf(JobContext& context) {

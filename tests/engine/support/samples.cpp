@@ -30,36 +30,6 @@ void Name(const TDF_Label& label, const char* name) {
     TDataStd_Name::Set(label, TCollection_ExtendedString(name, Standard_True));
 }
 
-using Corner = std::array<double, 3>;
-
-// The eight corners, and the six sides as seen from outside.
-std::vector<Corner> Corners(double unit) {
-    std::vector<Corner> corners;
-    for (int at = 0; at < 8; ++at) {
-        const auto side = [&](int axis) { return ((at >> axis & 1) != 0 ? kBoxHigh : kBoxLow)[axis] / unit; };
-        corners.push_back({side(0), side(1), side(2)});
-    }
-    return corners;
-}
-constexpr int kSides[6][4] = {{0, 2, 3, 1}, {4, 5, 7, 6}, {0, 1, 5, 4},
-                              {2, 6, 7, 3}, {0, 4, 6, 2}, {1, 3, 7, 5}};
-
-std::string Base64(const std::string& bytes) {
-    static constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string text;
-    for (std::size_t at = 0; at < bytes.size(); at += 3) {
-        unsigned group = 0;
-        for (std::size_t byte = 0; byte < 3; ++byte) {
-            group =
-                group << 8 | (at + byte < bytes.size() ? static_cast<unsigned char>(bytes[at + byte]) : 0u);
-        }
-        for (std::size_t digit = 0; digit < 4; ++digit) {
-            text += at + digit > bytes.size() ? '=' : kDigits[group >> (18 - 6 * digit) & 63];
-        }
-    }
-    return text;
-}
-
 Handle(TDocStd_Document) NewDocument() {
     Handle(TDocStd_Document) document;
     XCAFApp_Application::GetApplication()->NewDocument("BinXCAF", document);
@@ -76,6 +46,15 @@ void WriteStep(const Handle(TDocStd_Document) & document, const std::string& pat
 }
 
 }  // namespace
+
+std::vector<Corner> BoxCorners(double unit) {
+    std::vector<Corner> corners;
+    for (int at = 0; at < 8; ++at) {
+        const auto side = [&](int axis) { return ((at >> axis & 1) != 0 ? kBoxHigh : kBoxLow)[axis] / unit; };
+        corners.push_back({side(0), side(1), side(2)});
+    }
+    return corners;
+}
 
 void WriteHiddenAndWire(const std::string& stepPath) {
     const Handle(TDocStd_Document) document = NewDocument();
@@ -137,9 +116,9 @@ void WriteAssembly(const std::string& stepPath) {
 std::string FbxBox() {
     constexpr double kCentimetre = 10;
     std::ostringstream points, corners;
-    for (const auto& [x, y, z] : Corners(kCentimetre))
+    for (const auto& [x, y, z] : BoxCorners(kCentimetre))
         points << (points.tellp() ? "," : "") << x << "," << z << "," << -y;
-    for (const auto& side : kSides) {
+    for (const auto& side : kBoxSides) {
         corners << (corners.tellp() ? "," : "") << side[0] << "," << side[1] << "," << side[2] << ","
                 << ~side[3];
     }
@@ -252,33 +231,14 @@ END-ISO-10303-21;
 )";
 }
 
-std::string GltfBox(const std::string& nodes) {
-    std::string bytes;
-    const auto add = [&](auto value) { bytes.append(reinterpret_cast<const char*>(&value), sizeof value); };
-    for (const Corner& corner : Corners(1)) {
-        for (const double value : corner) add(static_cast<float>(value));
-    }
-    for (const auto& side : kSides) {
-        for (const int at : {0, 1, 2, 0, 2, 3}) add(static_cast<std::uint16_t>(side[at]));
-    }
-    return R"({"asset":{"version":"2.0"},"scene":0,"scenes":[{"nodes":[0]}],"nodes":)" + nodes + R"(,
-"meshes":[{"name":"box","primitives":[{"attributes":{"POSITION":0},"indices":1,"material":0}]}],
-"materials":[{"name":"red","pbrMetallicRoughness":{"baseColorFactor":[0.8,0.1,0.1,1]}}],
-"accessors":[{"bufferView":0,"componentType":5126,"count":8,"type":"VEC3","min":[1,2,3],"max":[11,22,33]},
- {"bufferView":1,"componentType":5123,"count":36,"type":"SCALAR"}],
-"bufferViews":[{"buffer":0,"byteOffset":0,"byteLength":96},{"buffer":0,"byteOffset":96,"byteLength":72}],
-"buffers":[{"byteLength":168,"uri":"data:application/octet-stream;base64,)" +
-           Base64(bytes) + "\"}]}";
-}
-
 std::string DxfBox() {
     constexpr double kInch = 25.4;
-    const std::vector<Corner> corners = Corners(kInch);
+    const std::vector<Corner> corners = BoxCorners(kInch);
     std::ostringstream text;
     text.precision(12);
     text << "  0\nSECTION\n  2\nHEADER\n  9\n$INSUNITS\n 70\n     1\n  0\nENDSEC\n  0\nSECTION\n  "
             "2\nENTITIES\n";
-    for (const auto& side : kSides) {
+    for (const auto& side : kBoxSides) {
         text << "  0\n3DFACE\n  8\n0\n";
         for (int at = 0; at < 4; ++at) {
             for (int axis = 0; axis < 3; ++axis) {

@@ -1,12 +1,19 @@
 // Inputs that the tests make themselves.
 #pragma once
 
+#include <array>
 #include <string>
+#include <vector>
 
 namespace morvex::test {
 
 // A box from (1, 2, 3) to (11, 22, 33) millimetres.
 constexpr double kBoxLow[] = {1, 2, 3}, kBoxHigh[] = {11, 22, 33};
+// Its eight corners in units of so many millimetres, and its sides, each seen from outside.
+using Corner = std::array<double, 3>;
+std::vector<Corner> BoxCorners(double unit = 1);
+constexpr int kBoxSides[6][4] = {{0, 2, 3, 1}, {4, 5, 7, 6}, {0, 1, 5, 4},
+                                 {2, 6, 7, 3}, {0, 4, 6, 2}, {1, 3, 7, 5}};
 
 // An assembly of two levels: twice a pair of a red box with one blue face and a half transparent green
 // cylinder, the second pair turned and moved. Names are not ASCII; one layer; one dimension with a tolerance.
