@@ -2,8 +2,6 @@
 
 #include <windows.h>
 
-#include <ole2.h>
-
 #include <cstring>
 
 #include "convert/child_road.h"
@@ -12,6 +10,7 @@
 #include "dialogs/prompts.h"
 #include "ui/main_window.h"
 #include "win/command_line.h"
+#include "win/ole_session.h"
 #include "win/paths.h"
 #include "win/unique_handle.h"
 
@@ -57,13 +56,13 @@ bool CmorvexApp::InitInstance() {
     const std::vector<std::wstring> arguments = SplitCommandLine(GetCommandLineW());
     if (arguments.size() > 1) RunChildRoad(arguments);
     // Only a window takes drops; a child would load the whole OLE library for nothing.
-    if (FAILED(OleInitialize(nullptr))) {
+    const OleSession ole;
+    if (!ole.Started()) {
         MessageBoxW(nullptr, L"AfxOleInit Error!", kMessageCaption, MB_OK | MB_ICONEXCLAMATION);
         return false;
     }
     SilenceOutput();
     RunMainWindow(context_);
-    OleUninitialize();
     return false;
 }
 

@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <exception>
 #include <iterator>
-#include <new>
+#include <string_view>
 #include <utility>
 
 #include "list/folder_scan.h"
@@ -16,34 +17,37 @@ constexpr std::ptrdiff_t kFilesPerBatch = 512;
 
 }  // namespace
 
+FileAdder::~FileAdder() {
+    mailbox_.Close();
+}
+
 void FileAdder::Start(Request request) {
-    found_ = {};
-    told_ = false;
     thread_ = std::jthread(
         [this, request = std::move(request)](const std::stop_token& stop) { Run(stop, request); });
 }
 
-FileAdder::Found FileAdder::Take() {
-    Found found;
-    {
-        const std::lock_guard lock(mutex_);
-        found = std::exchange(found_, {});
-        told_ = false;
-    }
+FoundFiles FileAdder::Take() {
+    FoundFiles found = mailbox_.Take();
     if (found.ended) thread_.join();
     return found;
 }
 
 void FileAdder::Run(const std::stop_token& stop, const Request& request) {
+    std::wstring problem;
     try {
         if (request.filesOnly)
             TellFiles(stop, request);
         else
             TellFilesAndFolders(stop, request);
-    } catch (const std::bad_alloc&) {
-        // The rows found so far stay.
+    } catch (const std::exception& failure) {  // out of memory at worst; the rows found so far stay
+        const std::string_view what = failure.what();
+        problem.assign(what.begin(), what.end());
     }
-    Tell({}, {}, true);
+    mailbox_.Tell([&](FoundFiles& found) {
+        found.folder.clear();
+        found.problem = std::move(problem);
+        found.ended = true;
+    });
 }
 
 void FileAdder::TellFilesAndFolders(const std::stop_token& stop, const Request& request) {
@@ -51,17 +55,17 @@ void FileAdder::TellFilesAndFolders(const std::stop_token& stop, const Request& 
     for (const std::wstring& path : request.paths) {
         if (stop.stop_requested()) break;
         if (FolderExists(path)) {
-            Tell(std::exchange(batch, {}), path, false);  // keeps the order
+            Tell(std::exchange(batch, {}), path);  // keeps the order
             ScanFolder(path, request.recursive, request.inputFormat, stop,
                        [this](std::vector<ListRow> rows, const std::wstring& folder) {
-                           Tell(std::move(rows), folder, false);
+                           Tell(std::move(rows), folder);
                        });
             continue;
         }
         if (auto row = MakeAcceptedRow(path, request.inputFormat)) batch.push_back(std::move(*row));
-        if (std::ssize(batch) >= kFilesPerBatch) Tell(std::exchange(batch, {}), {}, false);
+        if (std::ssize(batch) >= kFilesPerBatch) Tell(std::exchange(batch, {}), {});
     }
-    Tell(std::move(batch), {}, false);
+    Tell(std::move(batch), {});
 }
 
 // Each file's attributes are asked once, and several at a time.
@@ -69,22 +73,17 @@ void FileAdder::TellFiles(const std::stop_token& stop, const Request& request) {
     const auto end = request.paths.end();
     for (auto first = request.paths.begin(); first != end && !stop.stop_requested();) {
         const auto last = first + std::min<std::ptrdiff_t>(kFilesPerBatch, end - first);
-        Tell(MakeAcceptedRows({first, last}, request.inputFormat), {}, false);
+        Tell(MakeAcceptedRows({first, last}, request.inputFormat), {});
         first = last;
     }
 }
 
-void FileAdder::Tell(std::vector<ListRow> rows, const std::wstring& folder, bool ended) {
-    bool first = false;
-    {
-        const std::lock_guard lock(mutex_);
-        found_.rows.insert(found_.rows.end(), std::make_move_iterator(rows.begin()),
-                           std::make_move_iterator(rows.end()));
-        found_.folder = folder;
-        found_.ended = ended;
-        first = !std::exchange(told_, true);
-    }
-    if (first) notify_();
+void FileAdder::Tell(std::vector<ListRow> rows, const std::wstring& folder) {
+    mailbox_.Tell([&](FoundFiles& found) {
+        found.rows.insert(found.rows.end(), std::make_move_iterator(rows.begin()),
+                          std::make_move_iterator(rows.end()));
+        found.folder = folder;
+    });
 }
 
 }  // namespace morvex

@@ -1,33 +1,36 @@
 #pragma once
 
-#include <functional>
-#include <mutex>
 #include <stop_token>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "list/list_row.h"
+#include "win/mailbox.h"
 
 namespace morvex {
 
+// Files that may become rows, as a search tells them.
+struct FoundFiles {
+    std::vector<ListRow> rows;  // since the last asking
+    std::wstring folder;        // being searched now
+    std::wstring problem;       // what ended the search early; empty when nothing did
+    bool ended = false;         // all paths are done, or it was stopped
+};
+
 // Finds the files that are to be added to the list on a thread of its own: folders are searched, sizes asked.
-// `notify` is called on that thread, once for all rows until they are taken; every other function belongs to
-// one thread.
+// It tells the mailbox what it finds; all functions belong to one thread.
 class FileAdder {
   public:
-    explicit FileAdder(std::function<void()> notify) : notify_(std::move(notify)) {}
+    explicit FileAdder(Mailbox<FoundFiles>& mailbox) : mailbox_(mailbox) {}
+    // Stops the search and waits for its thread.
+    ~FileAdder();
 
     struct Request {
         std::vector<std::wstring> paths;  // files and folders, in the order in which they are to be listed
         bool recursive = false;
         bool filesOnly = false;    // no path is a folder to search: the lines of a list file
         std::wstring inputFormat;  // filter text that the files must belong to
-    };
-    struct Found {
-        std::vector<ListRow> rows;  // since the last asking
-        std::wstring folder;        // being searched now
-        bool ended = false;         // all paths are done, or it was stopped
     };
 
     // No search may be active.
@@ -36,20 +39,16 @@ class FileAdder {
     bool Active() const { return thread_.joinable(); }
     // The search ends soon, with what it has found so far.
     void Stop() { thread_.request_stop(); }
-    Found Take();
+    FoundFiles Take();
 
   private:
     void Run(const std::stop_token& stop, const Request& request);
     void TellFilesAndFolders(const std::stop_token& stop, const Request& request);
     void TellFiles(const std::stop_token& stop, const Request& request);
-    void Tell(std::vector<ListRow> rows, const std::wstring& folder, bool ended);
+    void Tell(std::vector<ListRow> rows, const std::wstring& folder);
 
-    std::function<void()> notify_;
-    std::mutex mutex_;  // guards what follows
-    Found found_;
-    bool told_ = false;
-
-    std::jthread thread_;  // last: ends before what it uses
+    Mailbox<FoundFiles>& mailbox_;
+    std::jthread thread_;
 };
 
 }  // namespace morvex

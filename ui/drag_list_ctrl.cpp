@@ -4,6 +4,7 @@
 
 #include "res/string_ids.h"
 #include "win/theme.h"
+#include "win/window_device.h"
 
 namespace morvex {
 namespace {
@@ -107,12 +108,8 @@ SIZE CDragListCtrl::NaturalSize() const {
 }
 
 void CDragListCtrl::Rescale() {
-    const HDC device = GetDC(view_.Handle());
-    const HGDIOBJ old = SelectObject(device, reinterpret_cast<HFONT>(view_.Send(WM_GETFONT)));
     TEXTMETRICW metrics{};
-    GetTextMetricsW(device, &metrics);
-    SelectObject(device, old);
-    ReleaseDC(view_.Handle(), device);
+    GetTextMetricsW(WindowDevice(view_.Handle()).Get(), &metrics);
     view_.SetRowHeight(static_cast<int>(metrics.tmHeight) + Scaled(kRowPadding));
     FitColumnsToWidth();
 }
@@ -174,14 +171,11 @@ void CDragListCtrl::DrawCell(HDC device, const RECT& cell, const std::wstring& t
 void CDragListCtrl::DrawHint() const {
     RECT area{};
     GetClientRect(view_.Handle(), &area);
-    const HDC device = GetDC(view_.Handle());
-    const HGDIOBJ old = SelectObject(device, reinterpret_cast<HFONT>(view_.Send(WM_GETFONT)));
-    SetBkMode(device, TRANSPARENT);
-    SetTextColor(device, GetSysColor(COLOR_GRAYTEXT));
-    DrawTextW(device, hint_.c_str(), -1, &area,
+    const WindowDevice device(view_.Handle());
+    SetBkMode(device.Get(), TRANSPARENT);
+    SetTextColor(device.Get(), GetSysColor(COLOR_GRAYTEXT));
+    DrawTextW(device.Get(), hint_.c_str(), -1, &area,
               DT_SINGLELINE | DT_CENTER | DT_VCENTER | DT_NOPREFIX | DT_END_ELLIPSIS);
-    SelectObject(device, old);
-    ReleaseDC(view_.Handle(), device);
 }
 
 void CDragListCtrl::GiveText(NMLVDISPINFOW& question) const {

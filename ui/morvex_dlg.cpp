@@ -6,9 +6,11 @@
 #include <windowsx.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "convert/conversion_library.h"
 #include "res/string_ids.h"
+#include "ui/context_menu.h"
 #include "ui/morvex_dlg_messages.h"
 #include "win/access_keys.h"
 
@@ -68,13 +70,10 @@ bool IsInput(UINT message) {
 }  // namespace
 
 CmorvexDlg::CmorvexDlg(AppContext& context, MainPrompts prompts)
-    : context_(context),
+    : state_{context, std::move(prompts)},
       settings_(context.settings),
-      prompts_(std::move(prompts)),
       theme_(ToColour(settings_.Theme())),
-      listControl_(list_, context.text),
-      adder_([this] { PostMessageW(receiver_, kFoundMessage, 0, 0); }),
-      worker_([this] { PostMessageW(receiver_, kRunNewsMessage, 0, 0); }) {}
+      listControl_(state_.list, context.text) {}
 
 void CmorvexDlg::Open() {
     const INITCOMMONCONTROLSEX controls{sizeof controls,
@@ -84,19 +83,21 @@ void CmorvexDlg::Open() {
 }
 
 bool CmorvexDlg::OnInit() {
-    receiver_ = Handle();
+    state_.window = Handle();
     SetUpWindow();
     ApplyTexts();
-    FillFormats();
-    WriteIntoOutputFolder(settings_.UseOutputFolder());
+    formats_.Fill();
+    folder_.Attach();
+    adding_.Attach();
+    running_.Attach();
     SetUpSize();
-    EnableListButtons();
+    Update();
     const bool runAtOnce = settings_.developerMode.Get() && settings_.convertAtStartup.Get();
     if (settings_.loadLastState.Get()) {
-        ListFile file = ReadLastState(context_.folders, context_.pairs);
-        if (file.kind == ListFileKind::List) TakeListFile(std::move(file));
+        ListFile file = ReadLastState(state_.context.folders, state_.context.pairs);
+        if (file.kind == ListFileKind::List) adding_.TakeListFile(std::move(file));
     }
-    if (Adding())
+    if (state_.adding)
         runWhenAdded_ = runAtOnce;
     else if (runAtOnce)
         PostMessageW(Handle(), kStartRunMessage, 0, 0);
@@ -112,13 +113,11 @@ void CmorvexDlg::SetUpWindow() {
         SendMessageW(Handle(), WM_SETICON, static_cast<WPARAM>(kind), reinterpret_cast<LPARAM>(icon));
     }
     for (const int id : kCheckBoxes) WindowTheme::MakeColourable(Item(id));
-    folderEdit_ = CMyEdit(Item(IDC_OUTPUT_FOLDER));
     listControl_.Attach(Item(IDC_LIST));
     listControl_.DropTarget().dropped = [this](std::vector<std::wstring> paths, POINT screen) {
-        OnDropped(std::move(paths), screen);
+        adding_.OnDropped(std::move(paths), screen);
     };
     tooltip_.Create(Handle());
-    taskbar_.Attach(Handle());
     CheckBox(Item(IDS_HEALING)).Check(settings_.healing.Get());
     CheckBox(Item(IDS_MULTIPROCESS)).Check(settings_.multiprocess.Get());
     CheckBox(Item(IDS_CONVERT_AT_STARTUP)).Check(settings_.convertAtStartup.Get());
@@ -170,17 +169,17 @@ void CmorvexDlg::TakeRoomOfDeveloperBoxes() {
 }
 
 void CmorvexDlg::ApplyTexts() {
-    const TextCatalogue& text = context_.text;
+    const TextCatalogue& text = state_.context.text;
     SetWindowTextW(Handle(), Title().c_str());
     for (const int id : kTextControls) Control(Item(id)).SetText(EscapeAmpersands(text(id)));
     AssignAccessKeys(Handle());
     for (const auto& tip : kTooltips) tooltip_.SetText(tip.control, text(tip.text));
     listControl_.Localise();
-    recentFiles_.Read(context_.folders.recentFiles);
+    state_.recentFiles.Read(state_.context.folders.recentFiles);
 }
 
 std::wstring CmorvexDlg::Title() const {
-    const auto library = LibraryVersion::Query(context_.folders.library);
+    const auto library = LibraryVersion::Query(state_.context.folders.library);
     const std::wstring version =
         library ? Format(L"%d.%d", library->version / 10, library->version % 10) : L"24.4";
     const wchar_t* const name = settings_.developerMode.Get() ? L"Morvex 2024 64-bit DEV MODE       ("
@@ -189,15 +188,12 @@ std::wstring CmorvexDlg::Title() const {
 }
 
 bool CmorvexDlg::PreTranslate(const MSG& message) {
-    if (taskbar_.Shown() && !Converting() && IsInput(message.message)) taskbar_.Clear();
+    if (IsInput(message.message)) running_.OnNoticed();
     if (!Handle() || (message.hwnd != Handle() && !IsChild(Handle(), message.hwnd))) return false;
-    if (folderEdit_.PreTranslate(message)) return true;
+    if (folder_.PreTranslate(message)) return true;
     if (message.message != WM_KEYDOWN || message.wParam != VK_ESCAPE) return false;
     // Escape would mean Quit to the dialog manager, whose number that button has.
-    if (Adding()) {
-        addingStopped_ = true;
-        adder_.Stop();
-    }
+    adding_.Stop();
     if (SendMessageW(message.hwnd, CB_GETDROPPEDSTATE, 0, 0))
         SendMessageW(message.hwnd, CB_SHOWDROPDOWN, FALSE, 0);
     return true;
@@ -205,7 +201,7 @@ bool CmorvexDlg::PreTranslate(const MSG& message) {
 
 void CmorvexDlg::OnCancel() {
     if (!IsWindowEnabled(Handle())) return;  // a box or dialog of ours is open and would lose its owner
-    TakeOutputFolder();
+    folder_.Commit();
     Destroy();
 }
 
@@ -215,13 +211,9 @@ bool CmorvexDlg::OnCommand(int id, int notification, HWND control) {
     else if (id == IDC_OUTPUT_FORMAT && notification == CBN_SELCHANGE)
         OnOutputFormat();
     else if (id == IDC_OUTPUT_FOLDER && notification == EN_KILLFOCUS)
-        OnOutputFolderLeft();
-    else if (id == IDS_QUIT)
-        OnCancel();
-    else if (!control || notification == BN_CLICKED)
-        RunCommand(id);
+        folder_.OnLeft();
     else
-        return false;
+        return (!control || notification == BN_CLICKED) && Execute(id);
     return true;
 }
 
@@ -235,12 +227,13 @@ bool CmorvexDlg::OnNotify(NMHDR& header, LRESULT& result) {
             result = listControl_.FindByName(reinterpret_cast<NMLVFINDITEMW&>(header));
             return true;
         case LVN_COLUMNCLICK:
-            SortByColumn(static_cast<ListColumn>(reinterpret_cast<NMLISTVIEW&>(header).iSubItem));
+            if (!state_.Busy())
+                rows_.SortByColumn(static_cast<ListColumn>(reinterpret_cast<NMLISTVIEW&>(header).iSubItem));
             return true;
         case LVN_KEYDOWN:
             return OnListKey(reinterpret_cast<NMLVKEYDOWN&>(header).wVKey);
         case NM_DBLCLK:
-            OpenResult(reinterpret_cast<NMITEMACTIVATE&>(header));
+            if (!state_.Busy()) rows_.OpenResult(reinterpret_cast<NMITEMACTIVATE&>(header));
             return true;
         default:
             return false;
@@ -249,7 +242,7 @@ bool CmorvexDlg::OnNotify(NMHDR& header, LRESULT& result) {
 
 bool CmorvexDlg::OnListKey(int key) {
     if (key == VK_DELETE)
-        RemoveSelectedRows();
+        Execute(IDS_REMOVE_FROM_LIST);
     else if (key == 'A' && GetKeyState(VK_CONTROL) < 0)
         listControl_.View().SelectAll(true);
     else
@@ -288,35 +281,35 @@ bool CmorvexDlg::OnMessage(UINT message, WPARAM wParam, LPARAM lParam, INT_PTR& 
             Rescale();
             return true;
         case WM_ACTIVATE:
-            if (LOWORD(wParam) != WA_INACTIVE && !Converting()) taskbar_.Clear();
+            if (LOWORD(wParam) != WA_INACTIVE) running_.OnNoticed();
             return false;
         case WM_CONTEXTMENU:
             return OnContextMenu(reinterpret_cast<HWND>(wParam),
                                  {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)});
         case WM_DROPFILES: {
             const auto drop = reinterpret_cast<HDROP>(wParam);
-            AddDroppedFileHandle(drop);
+            adding_.AddDroppedFileHandle(drop);
             DragFinish(drop);
             return true;
         }
         case kDropMessage:
-            ShowDropMenu(dropPoint_);
+            adding_.ShowDropMenu();
             return true;
         case kCheckFolderMessage:
-            WarnOfOutputFolder();
+            folder_.Check();
             return true;
         case kFoundMessage:
-            OnFound();
+            adding_.OnFound();
             return true;
         case kRunNewsMessage:
-            SetTimer(Handle(), kRunNewsTimer, kRunNewsDelay, nullptr);
+            running_.OnNewsPosted();
             return true;
         case kStartRunMessage:
             StartRun();
             return true;
         case WM_TIMER:
-            if (wParam == kRunNewsTimer) OnRunNews();
-            if (wParam == kFlashTimer && flashing_) FlashInputFormat();
+            if (wParam == kRunNewsTimer) running_.OnNews();
+            if (wParam == kFlashTimer) formats_.OnFlashTimer();
             return true;
         default:
             return false;
@@ -347,23 +340,32 @@ bool CmorvexDlg::OnContextMenu(HWND clicked, POINT screen) {
     ScreenToClient(Handle(), &inside);
     if (!PtInRect(&client, inside)) return false;
     PopupMenu menu;
-    FillContextMenu(menu);
-    prompts_.showMenu(menu, Handle(), screen);
+    FillContextMenu(menu, state_, listControl_.View().SelectedCount());
+    state_.prompts.showMenu(menu, Handle(), screen);
     return true;
 }
 
-void CmorvexDlg::EnableControls(bool on) {
+// A frozen control would keep the keyboard to itself: the list gets it first.
+void CmorvexDlg::Update() {
+    listControl_.Refresh();
     const HWND focus = GetFocus();
     for (const int id : kRunControls) {
-        if (!on && Item(id) == focus)
-            SetFocus(Item(IDC_LIST));  // a frozen control would keep the keyboard to itself
+        const bool needsRows = id == IDS_RUN_CONVERSION || id == IDS_EMPTY_LIST;
+        const bool on = !state_.Busy() && !(needsRows && state_.list.Empty());
+        if (!on && Item(id) == focus) SetFocus(Item(IDC_LIST));
         Control(Item(id)).Enable(on);
     }
 }
 
-void CmorvexDlg::EnableListButtons() {
-    for (const int id : {IDS_RUN_CONVERSION, IDS_EMPTY_LIST})
-        Control(Item(id)).Enable(!list_.Empty() && !Busy());
+void CmorvexDlg::OnRowsAdded() {
+    if (!state_.list.Empty() && state_.run == RunState::Finished) state_.run = RunState::Idle;
+    Update();
+    listControl_.ShowSorted(false);
+    listControl_.FitColumnsToRows();
+}
+
+void CmorvexDlg::OnAddingEnded(bool stopped) {
+    if (std::exchange(runWhenAdded_, false) && !stopped) StartRun();
 }
 
 }  // namespace morvex

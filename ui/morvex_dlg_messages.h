@@ -16,11 +16,7 @@ enum WindowMessage : UINT {
 };
 
 enum WindowTimer : UINT_PTR { kRunNewsTimer = 1, kFlashTimer };
-inline constexpr UINT kRunNewsDelay =
-    20;  // milliseconds: what a busy run tells is shown at most 50 times a second
+inline constexpr UINT kRunNewsDelay = 20;  // milliseconds
 inline constexpr UINT kFlashDelay = 500;
-
-inline constexpr int kFirstRecentFile = 4001;  // commands of the recent files, in their order
-inline constexpr int kRecentFiles = 5;
 
 }  // namespace morvex

@@ -4,35 +4,27 @@ namespace morvex {
 
 RunWorker::~RunWorker() {
     stop_ = true;
+    mailbox_.Close();
 }
 
 void RunWorker::Start(ConversionJob job) {
-    news_ = {};
-    told_ = false;
     stop_ = false;
     thread_ = std::jthread([this, job = std::move(job)] { Run(job); });
 }
 
 RunNews RunWorker::Take() {
-    RunNews news;
-    {
-        const std::lock_guard lock(mutex_);
-        news = std::exchange(news_, {});
-        news_.done = news.done;
-        news_.failed = news.failed;
-        told_ = false;
-    }
+    RunNews news = mailbox_.Take();
     if (news.outcome) thread_.join();
     return news;
 }
 
 void RunWorker::Run(const ConversionJob& job) {
     RunOutcome outcome = RunConversions(job, *this);
-    Tell([&](RunNews& news) { news.outcome = std::move(outcome); });
+    mailbox_.Tell([&](RunNews& news) { news.outcome = std::move(outcome); });
 }
 
 void RunWorker::OnStatus(size_t row, const RowStatus& status) {
-    Tell([&](RunNews& news) {
+    mailbox_.Tell([&](RunNews& news) {
         news.statuses.emplace_back(row, status);
         if (status.state == RowState::Running) {
             news.file = row;
@@ -45,18 +37,7 @@ void RunWorker::OnStatus(size_t row, const RowStatus& status) {
 }
 
 void RunWorker::OnProgress(int percent) {
-    Tell([&](RunNews& news) { news.percent = percent; });
-}
-
-template <class Change>
-void RunWorker::Tell(Change change) {
-    bool first = false;
-    {
-        const std::lock_guard lock(mutex_);
-        change(news_);
-        first = !std::exchange(told_, true);
-    }
-    if (first) notify_();
+    mailbox_.Tell([&](RunNews& news) { news.percent = percent; });
 }
 
 }  // namespace morvex

@@ -6,20 +6,15 @@
 
 namespace morvex {
 
-TaskbarProgress::~TaskbarProgress() {
-    if (list_) list_->Release();
-}
+TaskbarProgress::TaskbarProgress() = default;
+TaskbarProgress::~TaskbarProgress() = default;
 
 void TaskbarProgress::Attach(HWND window) {
     window_ = window;
     void* list = nullptr;
-    if (SUCCEEDED(
-            CoCreateInstance(CLSID_TaskbarList, nullptr, CLSCTX_INPROC_SERVER, IID_ITaskbarList3, &list))) {
-        list_ = static_cast<ITaskbarList3*>(list);
-        if (SUCCEEDED(list_->HrInit())) return;
-        list_->Release();
-        list_ = nullptr;
-    }
+    CoCreateInstance(CLSID_TaskbarList, nullptr, CLSCTX_INPROC_SERVER, IID_ITaskbarList3, &list);
+    list_.reset(static_cast<ITaskbarList3*>(list));
+    if (list_ && FAILED(list_->HrInit())) list_.reset();
 }
 
 void TaskbarProgress::Show(size_t done, size_t total, bool failed) {

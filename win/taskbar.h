@@ -4,6 +4,8 @@
 
 #include <cstddef>
 
+#include "win/unique_handle.h"
+
 struct ITaskbarList3;
 
 namespace morvex {
@@ -12,9 +14,7 @@ namespace morvex {
 // Belongs to the thread of the window, which has COM initialised.
 class TaskbarProgress {
   public:
-    TaskbarProgress() = default;
-    TaskbarProgress(const TaskbarProgress&) = delete;
-    TaskbarProgress& operator=(const TaskbarProgress&) = delete;
+    TaskbarProgress();
     ~TaskbarProgress();
 
     void Attach(HWND window);
@@ -25,7 +25,7 @@ class TaskbarProgress {
 
   private:
     HWND window_ = nullptr;
-    ITaskbarList3* list_ = nullptr;
+    UniqueCom<ITaskbarList3> list_;
     bool shown_ = false;
 };
 

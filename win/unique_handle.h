@@ -27,6 +27,16 @@ using UniqueMenu = UniqueResource<HMENU, ::DestroyMenu>;
 using UniqueFind = UniqueResource<HANDLE, ::FindClose>;
 using UniqueLocal = UniqueResource<HLOCAL, ::LocalFree>;
 
+// Owner of one reference to a COM object.
+struct ComReleaser {
+    template <class Interface>
+    void operator()(Interface* object) const {
+        object->Release();
+    }
+};
+template <class Interface>
+using UniqueCom = std::unique_ptr<Interface, ComReleaser>;
+
 // File functions answer INVALID_HANDLE_VALUE for a failure; this makes it an empty owner.
 inline UniqueHandle OwnFile(HANDLE file) {
     return UniqueHandle(file == INVALID_HANDLE_VALUE ? nullptr : file);

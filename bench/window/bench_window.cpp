@@ -2,7 +2,6 @@
 // while a run is going on. Prints one line a figure; ends with 1 when one is above its limit.
 #include <windows.h>
 
-#include <ole2.h>
 #include <shellapi.h>
 
 #include <atomic>
@@ -18,6 +17,7 @@
 #include "res/string_ids.h"
 #include "tests/support/temp_folder.h"
 #include "ui/morvex_dlg.h"
+#include "win/ole_session.h"
 #include "win/paths.h"
 #include "win/profile.h"
 
@@ -137,10 +137,9 @@ int ConvertAsChild(const std::vector<std::wstring>& arguments) {
 int wmain(int argc, wchar_t** argv) {
     using namespace morvex::bench;
     if (argc == 5) return ConvertAsChild({argv, argv + argc});
-    OleInitialize(nullptr);
+    const morvex::OleSession ole;
     bool good = true;
     for (const int rows : {25'000, 50'000, 100'000}) good &= AddingAFolder(rows);
     good &= AnsweringInARun(1'000);
-    OleUninitialize();
     return good ? 0 : 1;
 }

@@ -1,0 +1,89 @@
+#include "ui/format_choice.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "formats/format_codes.h"
+#include "formats/input_formats.h"
+#include "formats/output_formats.h"
+#include "res/resource.h"
+#include "res/string_ids.h"
+#include "ui/morvex_dlg_messages.h"
+#include "win/controls.h"
+
+namespace morvex {
+
+void FormatChoice::Fill() {
+    const ComboBox formats(state_.Item(IDC_INPUT_FORMAT));
+    formats.Clear();
+    for (const auto& entry : state_.context.pairs.All()) formats.Add(entry.first);
+    TextSetting& chosen = state_.Settings().formatIn;
+    if (chosen.Get().empty() && formats.Count() > 0) chosen.Set(formats.TextAt(0));
+    formats.SelectText(chosen.Get());
+    FillOutputs();
+}
+
+void FormatChoice::Choose(const ChosenFormats& formats) {
+    state_.Settings().formatIn.Set(formats.input);
+    state_.Settings().formatOut.Set(formats.output);
+    ComboBox(state_.Item(IDC_INPUT_FORMAT)).SelectText(formats.input);
+    FillOutputs();
+}
+
+// The outputs on offer for the chosen input; repairs a chosen output that is not among them.
+void FormatChoice::FillOutputs() {
+    const ComboBox formats(state_.Item(IDC_OUTPUT_FORMAT));
+    formats.Clear();
+    const std::vector<ConversionPair>* const pairs =
+        state_.context.pairs.OutputsOf(state_.Settings().formatIn.Get());
+    if (!pairs) return;
+    std::vector<std::wstring> shown;  // several profiles may offer the same pair
+    for (const ConversionPair& pair : *pairs) {
+        if (std::find(shown.begin(), shown.end(), pair.outputFilterText) != shown.end()) continue;
+        formats.Add(pair.outputFilterText);
+        shown.push_back(pair.outputFilterText);
+    }
+    TextSetting& chosen = state_.Settings().formatOut;
+    if (formats.SelectText(chosen.Get())) return;
+    formats.Select(0);
+    chosen.Set(formats.TextAt(0));
+}
+
+std::wstring FormatChoice::ShownInput() const {
+    return ComboBox(state_.Item(IDC_INPUT_FORMAT)).SelectedText();
+}
+
+bool FormatChoice::TakeOutput() {
+    AppSettings& settings = state_.Settings();
+    const std::wstring shown = ComboBox(state_.Item(IDC_OUTPUT_FORMAT)).SelectedText();
+    if (shown != settings.formatOut.Get()) settings.formatOut.Set(shown);
+    const int code = InputFilterTextToFormatCode(settings.formatIn.Get());
+    return code != kCodeAny && code == OutputFilterTextToFormatCode(shown);
+}
+
+void FormatChoice::FlashWhile(const std::wstring& message) {
+    flashedLabel_.clear();
+    flashing_ = true;
+    SetTimer(state_.window, kFlashTimer, kFlashDelay, nullptr);
+    state_.prompts.message(state_.window, message, kMessageCaption, MB_OK);
+    KillTimer(state_.window, kFlashTimer);
+    flashing_ = false;
+    if (!flashedLabel_.empty()) Flash();
+}
+
+// Clears the input format and its label, or brings them back.
+void FormatChoice::Flash() {
+    const Control label(state_.Item(IDS_INPUT_FORMAT));
+    const ComboBox formats(state_.Item(IDC_INPUT_FORMAT));
+    if (flashedLabel_.empty()) {
+        flashedLabel_ = label.Text();
+        label.SetText(L" ");
+        formats.Select(-1);
+    } else {
+        label.SetText(std::exchange(flashedLabel_, {}));
+        formats.SelectText(state_.Settings().formatIn.Get());
+    }
+}
+
+}  // namespace morvex
