@@ -40,6 +40,7 @@ const Key kKeys[] = {
     {"MODIFICATION D'ATTRIBUT", "VISIBILITY", Choice{&Settings::partVisibility, {-1, 0, 1}}},
     {"MODIFICATION D'ATTRIBUT", "ASM_VISIBILITY", Choice{&Settings::assemblyVisibility, {-1, 0, 1}}},
     {"TRANSFORMATION ENTITES", "BODY_TO_NURBS", Switch{&Settings::toNurbs}},
+    {"TRANSFORMATION ENTITES", "SEW", Switch{&Settings::sew}},
     {"TRANSFORMATION ENTITES", "KEEP_ASSEMBLY", Switch{&Settings::keepAssembly}},
     {"STL CONF", "MINSIZE", Number{&Settings::smallestEdge, 0, 1e9}},
     {"STL CONF", "LINEAR_DIS", Switch{&Settings::linearOff}},

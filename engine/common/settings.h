@@ -25,6 +25,7 @@ struct Settings {
     bool annotations = false;  // dimensions, tolerances, datums
     bool colours = true;
     bool constructSolids = true;
+    bool sew = false;
     int partVisibility =
         -1;  // -1: hidden ones are left out, or stay hidden where the output can say so; else shown
     int assemblyVisibility = -1;

@@ -5,7 +5,8 @@
 namespace morvex {
 namespace {
 
-constexpr double kSame = 1e-6;
+constexpr double kSame = 1e-6;  // as much as numbers of single precision differ by
+constexpr double kExact = 1e-14;
 
 // VectorialPart leaves out the scale of a map that was made from a rigid one.
 gp_Mat Linear(const gp_GTrsf& map) {
@@ -16,14 +17,14 @@ gp_Mat Linear(const gp_GTrsf& map) {
     return matrix;
 }
 
-bool IsIdentity(const gp_Mat& matrix) {
+bool IsIdentity(const gp_Mat& matrix, double tolerance) {
     double difference = 0;
     for (int row = 1; row <= 3; ++row) {
         for (int column = 1; column <= 3; ++column) {
             difference = std::max(difference, std::abs(matrix.Value(row, column) - (row == column ? 1 : 0)));
         }
     }
-    return difference < kSame;
+    return difference < tolerance;
 }
 
 }  // namespace
@@ -47,11 +48,13 @@ AffineSplit SplitAffine(const gp_GTrsf& map) {
     y.Normalize();
     const gp_Vec z = x.Crossed(y);
     const gp_XYZ& shift = map.TranslationPart();
-    split.rigid.SetValues(x.X(), y.X(), z.X(), shift.X(), x.Y(), y.Y(), z.Y(), shift.Y(), x.Z(), y.Z(), z.Z(),
-                          shift.Z());
-    const gp_Mat back(x.XYZ(), y.XYZ(), z.XYZ());
-    const gp_Mat rest = back.Transposed() * linear;
-    split.restIsIdentity = IsIdentity(rest);
+    const gp_Mat turn(x.XYZ(), y.XYZ(), z.XYZ());
+    if (!IsIdentity(turn, kExact) ||
+        shift.Modulus() > gp::Resolution())  // else its form says that it is none
+        split.rigid.SetValues(x.X(), y.X(), z.X(), shift.X(), x.Y(), y.Y(), z.Y(), shift.Y(), x.Z(), y.Z(),
+                              z.Z(), shift.Z());
+    const gp_Mat rest = turn.Transposed() * linear;
+    split.restIsIdentity = IsIdentity(rest, kSame);
     if (!split.restIsIdentity) split.rest.SetVectorialPart(rest);
     return split;
 }

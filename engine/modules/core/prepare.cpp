@@ -13,6 +13,7 @@ Outcome GiveSurfaces(JobContext& context) {
         if (!outcome.IsOk()) return outcome;
         context.facets = true;
     }
+    if (context.settings.sew && !context.facets) SewFaces(context);
     if (context.settings.constructSolids) CloseSolids(context.document);
     return context.settings.toNurbs && !context.facets ? ToNurbs(context) : Outcome::Ok();
 }

@@ -13,6 +13,8 @@ void BakeLocations(JobContext& context);
 
 // The steps of the preparation.
 
+// Takes an instance, or a part or assembly with all its instances, out of the document.
+void Remove(const Document& document, const TDF_Label& label);
 // Removes assemblies that have lost their last component.
 void RemoveEmptyAssemblies(const Document& document);
 
@@ -27,6 +29,8 @@ void DropColours(Document& document);
 void Flatten(Document& document, const std::string& name);
 // Every surface and curve as a B-spline.
 Outcome ToNurbs(JobContext& context);
+// Joins the loose faces of each part along edges that lie within tolerance of each other.
+void SewFaces(JobContext& context);
 // Solids out of closed shells.
 void CloseSolids(Document& document);
 

@@ -227,15 +227,16 @@ int PartColour(const ColouredFacets& coloured) {
     return uses.empty() ? kNoColour : static_cast<int>(std::ranges::max_element(uses) - uses.begin());
 }
 
-// Gives the part its new shape, with the colours that its faces had.
-void Rebuild(const Document& document, const TDF_Label& part, bool solids) {
+// Gives the part its new shape, with the colours that its faces had. False when nothing is left, since no
+// triangle has an area.
+bool Rebuild(const Document& document, const TDF_Label& part, bool solids) {
     ColouredFacets coloured;
     CollectFacets(document, part, coloured);
     TDF_LabelSequence old;
     XCAFDoc_ShapeTool::GetSubShapes(part, old);
     for (const TDF_Label& label : old) label.ForgetAllAttributes();
     const TopoDS_Shape shape = coloured.facets.Take(solids);
-    if (shape.IsNull()) return;
+    if (shape.IsNull()) return false;
     document.Shapes()->SetShape(part, shape);
 
     const auto paint = [&](const TDF_Label& label, int group) {
@@ -248,6 +249,7 @@ void Rebuild(const Document& document, const TDF_Label& part, bool solids) {
     for (const auto& [face, group] : coloured.facets.Faces()) {
         if (group != partColour) paint(document.Shapes()->AddSubShape(part, face), group);
     }
+    return true;
 }
 
 }  // namespace
@@ -264,11 +266,20 @@ Outcome TrianglesToFaces(JobContext& context) {
                                              context.request.to->name + " file");
     }
     context.journal.Warn("The triangles of the mesh became plane faces");
+    std::int64_t flat = 0;
     for (const TDF_Label& part : context.document.Parts()) {
-        Rebuild(context.document, part, context.settings.constructSolids);
+        if (Rebuild(context.document, part, context.settings.constructSolids)) continue;
+        Remove(context.document, part);
+        ++flat;
+    }
+    if (flat > 0) {
+        context.journal.Warn(std::to_string(flat) + " parts have no triangle with an area and were left out");
+        RemoveEmptyAssemblies(context.document);
     }
     context.document.Shapes()->UpdateAssemblies();
-    return Outcome::Ok();
+    return context.document.Roots().IsEmpty()
+               ? Outcome::Fail(ZEL_EMPTY, "No triangle of the mesh has an area")
+               : Outcome::Ok();
 }
 
 }  // namespace morvex

@@ -59,6 +59,35 @@ TopoDS_Shape WithoutWireframe(const TopoDS_Shape& shape) {
     return kept.Located(shape.Location()).Oriented(shape.Orientation());
 }
 
+// The shape with a solid in place of each closed shell.
+TopoDS_Shape WithSolids(const TopoDS_Shape& shape) {
+    const BRep_Builder builder;
+    if (shape.ShapeType() == TopAbs_COMPOUND) {
+        TopoDS_Compound all;
+        builder.MakeCompound(all);
+        bool changed = false;
+        for (TopoDS_Iterator child(shape, Standard_False, Standard_False); child.More(); child.Next()) {
+            const TopoDS_Shape closed = WithSolids(child.Value());
+            builder.Add(all, closed);
+            changed = changed || !closed.IsSame(child.Value());
+        }
+        return changed ? all.Located(shape.Location()).Oriented(shape.Orientation()) : shape;
+    }
+    if (shape.ShapeType() != TopAbs_SHELL || !BRep_Tool::IsClosed(shape)) return shape;
+    TopoDS_Solid solid;
+    builder.MakeSolid(solid);
+    builder.Add(solid, shape);
+    BRepClass3d_SolidClassifier classifier(solid);
+    classifier.PerformInfinitePoint(Precision::Confusion());
+    if (classifier.State() == TopAbs_IN) {
+        builder.MakeSolid(solid);
+        builder.Add(solid, shape.Reversed());
+    }
+    return solid;
+}
+
+}  // namespace
+
 void Remove(const Document& document, const TDF_Label& label) {
     if (XCAFDoc_ShapeTool::IsComponent(label)) {
         document.Shapes()->RemoveComponent(label);
@@ -69,8 +98,6 @@ void Remove(const Document& document, const TDF_Label& label) {
     for (const TDF_Label& user : users) document.Shapes()->RemoveComponent(user);
     document.Shapes()->RemoveShape(label);
 }
-
-}  // namespace
 
 void RemoveEmptyAssemblies(const Document& document) {
     for (bool again = true; again;) {
@@ -203,20 +230,10 @@ Outcome ToNurbs(JobContext& context) {
 }
 
 void CloseSolids(Document& document) {
-    const BRep_Builder builder;
     for (const TDF_Label& part : document.Parts()) {
         const TopoDS_Shape shape = XCAFDoc_ShapeTool::GetShape(part);
-        if (shape.ShapeType() != TopAbs_SHELL || !BRep_Tool::IsClosed(shape)) continue;
-        TopoDS_Solid solid;
-        builder.MakeSolid(solid);
-        builder.Add(solid, shape);
-        BRepClass3d_SolidClassifier classifier(solid);
-        classifier.PerformInfinitePoint(Precision::Confusion());
-        if (classifier.State() == TopAbs_IN) {
-            builder.MakeSolid(solid);
-            builder.Add(solid, shape.Reversed());
-        }
-        document.Shapes()->SetShape(part, solid);
+        const TopoDS_Shape closed = WithSolids(shape);
+        if (!closed.IsSame(shape)) document.Shapes()->SetShape(part, closed);
     }
     document.Shapes()->UpdateAssemblies();
 }

@@ -1,11 +1,8 @@
-// STL, OBJ and glTF.
+// STL, read and written, and the reader of OBJ.
 #include <BRep_Builder.hxx>
-#include <RWGltf_CafWriter.hxx>
 #include <RWObj_CafReader.hxx>
-#include <RWObj_CafWriter.hxx>
 #include <RWStl.hxx>
 #include <StlAPI_Writer.hxx>
-#include <TColStd_IndexedDataMapOfStringString.hxx>
 #include <TopoDS_Face.hxx>
 
 #include "engine/modules/core/context.h"
@@ -15,11 +12,6 @@ namespace morvex {
 namespace {
 
 constexpr double kMillimetre = 0.001;  // in metres, as the mesh formats' classes count
-constexpr double kMetre = 1;
-
-bool IsBinaryGltf(const JobContext& context) {
-    return context.request.to->id == FormatId::Glb;
-}
 
 Outcome ReadMesh(JobContext& context, RWMesh_CafReader& reader) {
     reader.SetDocument(context.document.Data());
@@ -33,12 +25,6 @@ Outcome ReadMesh(JobContext& context, RWMesh_CafReader& reader) {
     // The readers drop what they do not understand, say so, and go on.
     const std::string failure = FirstFailure();
     return failure.empty() ? Outcome::Ok() : Damaged(failure);
-}
-
-TColStd_IndexedDataMapOfStringString FileInfo() {
-    TColStd_IndexedDataMapOfStringString info;
-    info.Add("Author", "Morvex");
-    return info;
 }
 
 }  // namespace
@@ -65,22 +51,6 @@ extern "C" Outcome ReadObj(JobContext& context) {
     reader.SetFileLengthUnit(kMillimetre);
     reader.SetFileCoordinateSystem(RWMesh_CoordinateSystem_Zup);
     return ReadMesh(context, reader);
-}
-
-extern "C" Outcome WriteObj(JobContext& context) {
-    RWObj_CafWriter writer(context.file.c_str());
-    writer.ChangeCoordinateSystemConverter().SetInputLengthUnit(kMillimetre);
-    writer.ChangeCoordinateSystemConverter().SetOutputLengthUnit(kMillimetre);
-    return Written(writer.Perform(context.document.Data(), FileInfo(), context.progress));
-}
-
-extern "C" Outcome WriteGltf(JobContext& context) {
-    RWGltf_CafWriter writer(context.file.c_str(), IsBinaryGltf(context));
-    writer.ChangeCoordinateSystemConverter().SetInputLengthUnit(kMillimetre);
-    writer.ChangeCoordinateSystemConverter().SetInputCoordinateSystem(RWMesh_CoordinateSystem_Zup);
-    writer.ChangeCoordinateSystemConverter().SetOutputLengthUnit(kMetre);
-    writer.ChangeCoordinateSystemConverter().SetOutputCoordinateSystem(RWMesh_CoordinateSystem_glTF);
-    return Written(writer.Perform(context.document.Data(), FileInfo(), context.progress));
 }
 
 }  // namespace morvex

@@ -43,8 +43,8 @@ class ModelWriter {
         if (!scene_.materials.empty()) {
             file_ << "<basematerials id=\"" << kMaterialsId << "\">";
             for (int at = 0; at < scene_.MaterialCount(); ++at) {
-                file_ << "<base name=\"colour " << at + 1 << "\" displaycolor=\""
-                      << HexColour(SrgbOf(scene_, at)) << "\"/>";
+                file_ << "<base name=\"" << XmlText(scene_.materials[static_cast<std::size_t>(at)].name)
+                      << "\" displaycolor=\"" << HexColour(SrgbOf(scene_, at)) << "\"/>";
             }
             file_ << "</basematerials>\n";
         }
@@ -58,8 +58,11 @@ class ModelWriter {
     // Points at one place are one vertex, since the triangles of a mesh must share theirs. Sides of no length
     // go.
     void WriteMesh(const MeshScene::Mesh& mesh) {
-        file_ << "<object id=\"" << next_++ << "\" type=\"model\" name=\"" << XmlText(mesh.name)
-              << "\"><mesh><vertices>\n";
+        file_ << "<object id=\"" << next_++ << "\" type=\"model\" name=\"" << XmlText(mesh.name) << "\"";
+        // Triangles may only name a material in an object that has one itself.
+        if (const int first = mesh.patches.front().material; first >= 0)
+            file_ << " pid=\"" << kMaterialsId << "\" pindex=\"" << first << "\"";
+        file_ << "><mesh><vertices>\n";
         std::map<MeshScene::Vector, std::size_t> vertices;
         std::vector<std::vector<std::size_t>> numbers;
         for (const auto& patch : mesh.patches) {
@@ -94,16 +97,9 @@ class ModelWriter {
         }
     }
 
-    // The element that places a node. A node with children becomes an object of its own first.
+    // The element that places a node.
     std::string Reference(const char* element, const MeshScene::Node& node) {
-        int object = kFirstObjectId + node.mesh;
-        if (node.mesh < 0) {
-            std::string components;
-            for (const MeshScene::Node& child : node.children) components += Reference("component", child);
-            object = next_++;
-            file_ << "<object id=\"" << object << "\" type=\"model\" name=\"" << XmlText(node.name)
-                  << "\"><components>" << components << "</components></object>\n";
-        }
+        const int object = ObjectOf(node);
         TextFile text(0);
         text << "<" << element << " objectid=\"" << object << "\" transform=\"";
         for (int column = 1; column <= 4; ++column) {
@@ -115,15 +111,34 @@ class ModelWriter {
         return text.Text();
     }
 
+    // A mesh is one already. A node with children becomes one, and so does the name of an instance, for
+    // which a reference has no room; instances of one name share it.
+    int ObjectOf(const MeshScene::Node& node) {
+        std::string components;
+        if (node.mesh >= 0) {
+            const int mesh = kFirstObjectId + node.mesh;
+            if (node.name == scene_.meshes[static_cast<std::size_t>(node.mesh)].name) return mesh;
+            const auto [place, isNew] = named_.try_emplace({node.mesh, node.name}, next_);
+            if (!isNew) return place->second;
+            components = "<component objectid=\"" + std::to_string(mesh) + "\"/>";
+        }
+        for (const MeshScene::Node& child : node.children) components += Reference("component", child);
+        file_ << "<object id=\"" << next_ << "\" type=\"model\" name=\"" << XmlText(node.name)
+              << "\"><components>" << components << "</components></object>\n";
+        return next_++;
+    }
+
     const MeshScene& scene_;
     TextFile& file_;
     int next_;
+    std::map<std::pair<int, std::string>, int> named_;
 };
 
 }  // namespace
 
 extern "C" Outcome Write3mf(JobContext& context) {
-    const MeshScene scene = MakeMeshScene(context.document, false);
+    MeshScene scene = MakeMeshScene(context.document, false);
+    FillMaterials(scene, false);
     TextFile model(context.settings.decimals);
     ModelWriter(scene, model).Write();
     ZipFile package(context.file);

@@ -21,12 +21,11 @@ class FbxWriter {
     explicit FbxWriter(const MeshScene& scene) : scene_(scene) {}
 
     FbxFile& Build() {
-        for (const auto& mesh : scene_.meshes) plainMaterial_ = plainMaterial_ || IsMixed(mesh);
         WriteHead();
         WriteDefinitions();
         file_.Open("Objects");
         for (std::size_t at = 0; at < scene_.meshes.size(); ++at) WriteGeometry(at);
-        for (int at = 0; at < MaterialCount(); ++at) WriteMaterial(at);
+        for (int at = 0; at < scene_.MaterialCount(); ++at) WriteMaterial(at);
         for (const auto& node : scene_.roots) WriteNode(node, kRootId);
         file_.Close().Open("Connections");
         for (const auto& [child, parent] : connections_)
@@ -35,15 +34,6 @@ class FbxWriter {
     }
 
   private:
-    // Some patches with a colour and some without: these get a plain material.
-    static bool IsMixed(const MeshScene::Mesh& mesh) {
-        return mesh.patches.size() > 1 && mesh.patches.front().material < 0;
-    }
-    int MaterialCount() const { return scene_.MaterialCount() + (plainMaterial_ ? 1 : 0); }
-    std::int64_t MaterialId(int material) const {
-        return kFirstMaterialId + (material < 0 ? scene_.MaterialCount() : material);
-    }
-
     void Property(const char* name, const char* type, const char* label, const char* flags) {
         file_.Open("P").Add(name).Add(type).Add(label).Add(flags);
     }
@@ -86,11 +76,10 @@ class FbxWriter {
             for (const auto& child : node.children) tally(child);
         };
         for (const auto& node : scene_.roots) tally(node);
-        const std::pair<const char*, std::size_t> kinds[] = {
-            {"GlobalSettings", 1},
-            {"Model", nodes},
-            {"Geometry", scene_.meshes.size()},
-            {"Material", static_cast<std::size_t>(MaterialCount())}};
+        const std::pair<const char*, std::size_t> kinds[] = {{"GlobalSettings", 1},
+                                                             {"Model", nodes},
+                                                             {"Geometry", scene_.meshes.size()},
+                                                             {"Material", scene_.materials.size()}};
         std::size_t all = 0;
         for (const auto& kind : kinds) all += kind.second;
         file_.Open("Definitions").Leaf("Version", 100).Leaf("Count", count(all));
@@ -125,10 +114,12 @@ class FbxWriter {
             .Leaf("GeometryVersion", 124)
             .Leaf("Vertices", points)
             .Leaf("PolygonVertexIndex", corners);
-        const bool coloured = mesh.patches.front().material >= 0 || IsMixed(mesh);
+        const bool coloured = mesh.patches.front().material >= 0;
         if (hasNormals) {
-            WriteLayer("LayerElementNormal", "ByVertice", "Direct");
-            file_.Leaf("Normals", normals).Close();
+            std::vector<std::int32_t> indices(corners);
+            for (std::size_t at = 2; at < indices.size(); at += 3) indices[at] = ~indices[at];
+            WriteLayer("LayerElementNormal", "ByPolygonVertex", "IndexToDirect");
+            file_.Leaf("Normals", normals).Leaf("NormalsIndex", indices).Close();
         }
         if (coloured) {
             WriteLayer("LayerElementMaterial", "ByPolygon", "IndexToDirect");
@@ -149,10 +140,9 @@ class FbxWriter {
     }
 
     void WriteMaterial(int number) {
-        const int material = number < scene_.MaterialCount() ? number : -1;
-        const auto colour = SrgbOf(scene_, material);
-        file_.Open("Material").Add(MaterialId(material));
-        file_.AddName("colour " + std::to_string(number + 1), "Material").Add("");
+        const auto colour = SrgbOf(scene_, number);
+        file_.Open("Material").Add(kFirstMaterialId + number);
+        file_.AddName(scene_.materials[static_cast<std::size_t>(number)].name, "Material").Add("");
         file_.Leaf("Version", 102).Leaf("ShadingModel", "lambert").Leaf("MultiLayer", 0).Open("Properties70");
         Triple("DiffuseColor", "Color", colour[0], colour[1], colour[2]);
         Triple("TransparentColor", "Color", 1 - colour[3], 1 - colour[3], 1 - colour[3]);
@@ -166,23 +156,21 @@ class FbxWriter {
         const gp_XYZ& shift = node.transform.TranslationPart();
         double x = 0, y = 0, z = 0;
         node.transform.GetRotation().GetEulerAngles(gp_Extrinsic_XYZ, x, y, z);
-        const double scale = node.transform.ScaleFactor();
         constexpr double kDegrees = 57.29577951308232;
 
         file_.Open("Model").Add(id).AddName(node.name, "Model").Add(node.mesh < 0 ? "Null" : "Mesh");
         file_.Leaf("Version", 232).Open("Properties70");
         Triple("Lcl Translation", "Lcl Translation", shift.X(), shift.Y(), shift.Z());
         Triple("Lcl Rotation", "Lcl Rotation", x * kDegrees, y * kDegrees, z * kDegrees);
-        Triple("Lcl Scaling", "Lcl Scaling", scale, scale, scale);
         file_.Close().Leaf("Culling", "CullingOff").Close();
 
         connections_.emplace_back(id, parent);
         if (node.mesh >= 0) {
             const MeshScene::Mesh& mesh = scene_.meshes[static_cast<std::size_t>(node.mesh)];
             connections_.emplace_back(kFirstMeshId + node.mesh, id);
-            const bool coloured = mesh.patches.front().material >= 0 || IsMixed(mesh);
+            const bool coloured = mesh.patches.front().material >= 0;
             for (const auto& patch : mesh.patches) {
-                if (coloured) connections_.emplace_back(MaterialId(patch.material), id);
+                if (coloured) connections_.emplace_back(kFirstMaterialId + patch.material, id);
             }
         }
         for (const auto& child : node.children) WriteNode(child, id);
@@ -190,7 +178,6 @@ class FbxWriter {
 
     const MeshScene& scene_;
     FbxFile file_;
-    bool plainMaterial_ = false;
     std::int64_t nodes_ = 0;
     std::vector<std::pair<std::int64_t, std::int64_t>> connections_;
 };
@@ -198,7 +185,8 @@ class FbxWriter {
 }  // namespace
 
 extern "C" Outcome WriteFbx(JobContext& context) {
-    const MeshScene scene = MakeMeshScene(context.document, context.settings.normalsFromSurface);
+    MeshScene scene = MakeMeshScene(context.document, context.settings.normalsFromSurface);
+    FillMaterials(scene, false);
     FbxWriter writer(scene);
     return Written(writer.Build().Write(context.file));
 }

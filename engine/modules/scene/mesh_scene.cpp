@@ -9,6 +9,8 @@
 #include <TopTools_DataMapOfShapeInteger.hxx>
 #include <TopTools_ShapeMapHasher.hxx>
 #include <TopoDS_Face.hxx>
+#include <XCAFDoc_DocumentTool.hxx>
+#include <XCAFDoc_VisMaterialTool.hxx>
 #include <algorithm>
 #include <map>
 #include <optional>
@@ -18,6 +20,8 @@
 
 namespace morvex {
 namespace {
+
+constexpr double kGrey = 0.8;  // sRGB
 
 std::string NameOf(const TDF_Label& label) {
     Handle(TDataStd_Name) name;
@@ -67,7 +71,10 @@ std::vector<gp_Dir> NormalsOf(const TopoDS_Face& face, const Poly_Triangulation&
 
 class Builder {
   public:
-    Builder(const Document& document, bool normals) : document_(document), normals_(normals) {}
+    Builder(const Document& document, bool normals)
+        : document_(document),
+          looks_(XCAFDoc_DocumentTool::VisMaterialTool(document.Data()->Main())),
+          normals_(normals) {}
 
     MeshScene Build() {
         for (const TDF_Label& root : document_.Roots()) {
@@ -105,11 +112,28 @@ class Builder {
 
     int OwnMaterial(const TDF_Label& label, int otherwise) {
         Quantity_ColorRGBA colour;
-        if (!document_.ColourOf(label, colour)) return otherwise;
-        const auto found = std::ranges::find(scene_.materials, colour);
-        if (found != scene_.materials.end()) return static_cast<int>(found - scene_.materials.begin());
-        scene_.materials.push_back(colour);
-        return static_cast<int>(scene_.materials.size()) - 1;
+        const auto look = looks_->GetShapeMaterial(label);
+        if (!document_.ColourOf(label, colour)) {
+            if (look.IsNull()) return otherwise;
+            colour = look->BaseColor();
+        }
+        const auto& rgb = colour.GetRGB();
+        const MaterialKey key{{rgb.Red(), rgb.Green(), rgb.Blue(), static_cast<double>(colour.Alpha())},
+                              look.get()};
+        const auto [place, isNew] = materials_.try_emplace(key, scene_.MaterialCount());
+        if (isNew) {
+            std::string name =
+                look.IsNull() || look->RawName().IsNull() ? "" : CleanUtf8(look->RawName()->ToCString());
+            if (name.empty()) name = "colour " + std::to_string(place->second + 1);
+            scene_.materials.push_back({name, colour, look});
+        }
+        return place->second;
+    }
+
+    bool HasImage(int material) const {
+        if (material < 0) return false;
+        const auto& look = scene_.materials[static_cast<std::size_t>(material)].look;
+        return !look.IsNull() && !ImageOf(*look).IsNull();
     }
 
     // The materials of the faces that have one of their own.
@@ -142,11 +166,13 @@ class Builder {
         std::map<int, MeshScene::Patch> patches;
         for (const TopoDS_Face& face : FacesOf(XCAFDoc_ShapeTool::GetShape(part))) {
             const int* own = faceMaterials.Seek(face);
-            AddFace(face, patches[own != nullptr ? *own : material]);
+            const int number = own != nullptr ? *own : material;
+            AddFace(face, HasImage(number), patches[number]);
         }
         for (auto& [number, patch] : patches) {
             patch.material = number;
             if (patch.normals.size() != patch.points.size()) patch.normals.clear();
+            if (patch.textureCoordinates.size() != patch.points.size()) patch.textureCoordinates.clear();
             if (!patch.corners.empty()) mesh.patches.push_back(std::move(patch));
         }
         if (mesh.patches.empty()) return -1;
@@ -154,7 +180,7 @@ class Builder {
         return place->second = static_cast<int>(scene_.meshes.size()) - 1;
     }
 
-    void AddFace(const TopoDS_Face& face, MeshScene::Patch& patch) const {
+    void AddFace(const TopoDS_Face& face, bool withImage, MeshScene::Patch& patch) const {
         const FaceTriangles triangles(face);
         if (triangles.IsNull()) return;
         const auto normals = normals_ ? NormalsOf(face, triangles.Mesh()) : std::vector<gp_Dir>();
@@ -162,6 +188,10 @@ class Builder {
         for (int node = 1; node <= triangles.NodeCount(); ++node) {
             const gp_Pnt point = triangles.Node(node);
             patch.points.push_back({point.X(), point.Y(), point.Z()});
+            if (withImage && triangles.Mesh().HasUVNodes()) {
+                const gp_Pnt2d at = triangles.Mesh().UVNode(node);
+                patch.textureCoordinates.push_back({static_cast<float>(at.X()), static_cast<float>(at.Y())});
+            }
             if (normals.empty()) continue;
             gp_Dir normal = normals[static_cast<std::size_t>(node) - 1].Transformed(triangles.Place());
             if (face.Orientation() == TopAbs_REVERSED) normal.Reverse();
@@ -173,9 +203,13 @@ class Builder {
         }
     }
 
+    using MaterialKey = std::pair<std::array<double, 4>, const void*>;
+
     const Document& document_;
+    const Handle(XCAFDoc_VisMaterialTool) looks_;
     bool normals_;
     MeshScene scene_;
+    std::map<MaterialKey, int> materials_;
     std::map<std::pair<std::string, int>, int> meshes_;  // by the part's entry and the colour it inherits
 };
 
@@ -183,6 +217,32 @@ class Builder {
 
 MeshScene MakeMeshScene(const Document& document, bool normals) {
     return Builder(document, normals).Build();
+}
+
+void FillMaterials(MeshScene& scene, bool everywhere) {
+    const auto coloured = [](const MeshScene::Patch& patch) { return patch.material >= 0; };
+    const bool any = !scene.materials.empty();
+    int plain = -1;
+    for (MeshScene::Mesh& mesh : scene.meshes) {
+        if (!(everywhere ? any : std::ranges::any_of(mesh.patches, coloured))) continue;
+        for (MeshScene::Patch& patch : mesh.patches) {
+            if (coloured(patch)) continue;
+            if (plain < 0) {
+                plain = scene.MaterialCount();
+                scene.materials.push_back(
+                    {"plain",
+                     Quantity_ColorRGBA(Quantity_Color(kGrey, kGrey, kGrey, Quantity_TOC_sRGB)),
+                     {}});
+            }
+            patch.material = plain;
+        }
+    }
+}
+
+Handle(Image_Texture) ImageOf(const XCAFDoc_VisMaterial& look) {
+    if (look.HasPbrMaterial() && !look.PbrMaterial().BaseColorTexture.IsNull())
+        return look.PbrMaterial().BaseColorTexture;
+    return look.HasCommonMaterial() ? look.CommonMaterial().DiffuseTexture : Handle(Image_Texture)();
 }
 
 std::array<double, 12> RowsOf(const gp_Trsf& transform) {
@@ -195,8 +255,8 @@ std::array<double, 12> RowsOf(const gp_Trsf& transform) {
 }
 
 std::array<double, 4> SrgbOf(const MeshScene& scene, int material) {
-    if (material < 0) return {0.8, 0.8, 0.8, 1};
-    const Quantity_ColorRGBA& colour = scene.materials[static_cast<std::size_t>(material)];
+    if (material < 0) return {kGrey, kGrey, kGrey, 1};
+    const Quantity_ColorRGBA& colour = scene.materials[static_cast<std::size_t>(material)].colour;
     std::array<double, 4> value{};
     colour.GetRGB().Values(value[0], value[1], value[2], Quantity_TOC_sRGB);
     value[3] = static_cast<double>(colour.Alpha());

@@ -29,9 +29,6 @@ class VrmlWriter {
         if (angle != 0) {
             file_ << " rotation " << axis.X() << " " << axis.Y() << " " << axis.Z() << " " << angle << "\n";
         }
-        if (const double scale = node.transform.ScaleFactor(); scale != 1) {
-            file_ << " scale " << scale << " " << scale << " " << scale << "\n";
-        }
         file_ << " children [\n";
         if (node.mesh >= 0) WriteMesh(static_cast<std::size_t>(node.mesh));
         for (const MeshScene::Node& child : node.children) WriteNode(child);

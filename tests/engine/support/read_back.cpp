@@ -10,6 +10,7 @@
 #include <Message.hxx>
 #include <Message_Messenger.hxx>
 #include <Message_Printer.hxx>
+#include <Model/COM/NMR_DLLInterfaces.h>
 #include <Poly_Triangulation.hxx>
 #include <RWGltf_CafReader.hxx>
 #include <RWObj_CafReader.hxx>
@@ -31,6 +32,7 @@
 #include <cmath>
 #include <filesystem>
 #include <functional>
+#include <memory>
 
 namespace morvex::test {
 namespace {
@@ -197,6 +199,12 @@ Facts ReadByAssimp(const std::string& path) {
                 if (mesh.mFaces[at].mNumIndices == 3)
                     AddTriangle(facts, point(corner[0]), point(corner[1]), point(corner[2]));
             }
+            for (unsigned at = 0; mesh.HasNormals() && at < mesh.mNumFaces; ++at) {
+                const unsigned* corner = mesh.mFaces[at].mIndices;
+                const aiVector3D &a = mesh.mVertices[corner[0]], &b = mesh.mVertices[corner[1]],
+                                 &c = mesh.mVertices[corner[2]];
+                facts.trianglesWithNormals += (((b - a) ^ (c - a)) * mesh.mNormals[corner[0]]) > 0;
+            }
             const aiMaterial& material = *scene->mMaterials[mesh.mMaterialIndex];
             aiColor4D colour;
             aiString name;
@@ -213,6 +221,25 @@ Facts ReadByAssimp(const std::string& path) {
     };
     visit(*scene->mRootNode, aiMatrix4x4());
     return facts;
+}
+
+std::string ThreeMfComplaint(const std::string& path) {
+    const auto release = [](NMR::PLib3MFBase* object) { NMR::lib3mf_release(object); };
+    using Owner = std::unique_ptr<NMR::PLib3MFBase, decltype(release)>;
+    NMR::PLib3MFModel* model = nullptr;
+    NMR::PLib3MFModelReader* reader = nullptr;
+    if (NMR::lib3mf_createmodel(&model) != 0 || NMR::lib3mf_model_queryreader(model, "3mf", &reader) != 0)
+        return "there is no reader";
+    const Owner modelOwner(model, release), readerOwner(reader, release);
+    NMR::lib3mf_reader_setstrictmodeactive(reader, true);
+    DWORD warnings = 0, code = 0;
+    LPCSTR message = nullptr;
+    if (NMR::lib3mf_reader_readfromfileutf8(reader, path.c_str()) != 0) {
+        NMR::lib3mf_getlasterror(reader, &code, &message);
+        return message != nullptr ? message : "it cannot be read";
+    }
+    NMR::lib3mf_reader_getwarningcount(reader, &warnings);
+    return warnings == 0 ? "" : std::to_string(warnings) + " warnings";
 }
 
 Facts ReadBack(const std::string& path) {

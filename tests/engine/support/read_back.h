@@ -12,6 +12,7 @@ struct Facts {
     std::array<double, 3> low{1e300, 1e300, 1e300}, high{-1e300, -1e300, -1e300};  // millimetres, Z up
     double area = 0, volume = 0;  // of the triangles; the volume is signed
     long triangles = 0, solids = 0, faces = 0;
+    long trianglesWithNormals = 0;  // that lead to the side from which the corners go counter-clockwise
     std::set<std::string> names;
     std::set<std::string> colours;  // "rrggbbaa", sRGB, in steps of 1/16 so that rounding does not matter
 
@@ -23,5 +24,8 @@ Facts ReadBack(const std::string& path);
 
 // Any mesh format by assimp.
 Facts ReadByAssimp(const std::string& path);
+
+// What the format's reference library, told to be strict, finds wrong with a 3MF file; empty: nothing.
+std::string ThreeMfComplaint(const std::string& path);
 
 }  // namespace morvex::test

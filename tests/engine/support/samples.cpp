@@ -69,6 +69,26 @@ void WriteHiddenAndWire(const std::string& stepPath) {
     WriteStep(document, stepPath);
 }
 
+void WriteColouredPlaces(const std::string& stepPath) {
+    const Handle(TDocStd_Document) document = NewDocument();
+    const auto shapes = XCAFDoc_DocumentTool::ShapeTool(document->Main());
+    const auto colour = [&](const TDF_Label& label, double red, double green, double blue) {
+        XCAFDoc_DocumentTool::ColorTool(document->Main())
+            ->SetColor(label, Quantity_Color(red, green, blue, Quantity_TOC_sRGB), XCAFDoc_ColorSurf);
+    };
+    const TDF_Label box = shapes->AddShape(BRepPrimAPI_MakeBox(10, 20, 30).Shape(), Standard_False);
+    const TDF_Label cylinder = shapes->AddShape(BRepPrimAPI_MakeCylinder(5, 40).Shape(), Standard_False);
+    const TDF_Label top = shapes->NewShape();
+    gp_Trsf shift;
+    shift.SetTranslation(gp_Vec(100, 0, 0));
+    colour(box, 0.5, 0.5, 0.5);
+    shapes->AddComponent(top, box, TopLoc_Location());
+    colour(shapes->AddComponent(top, box, shift), 0, 0, 1);
+    colour(cylinder, 1, 0, 0);
+    shapes->UpdateAssemblies();
+    WriteStep(document, stepPath);
+}
+
 void WriteAssembly(const std::string& stepPath) {
     const Handle(TDocStd_Document) document = NewDocument();
     const auto shapes = XCAFDoc_DocumentTool::ShapeTool(document->Main());

@@ -21,6 +21,9 @@ constexpr char kBoxName[] = "Коробка <1> & \"2\"", kCylinderName[] = "圆
                kTopName[] = "сборка 😀";
 void WriteAssembly(const std::string& stepPath);
 
+// A grey box twice, the second instance blue, and beside that assembly a red cylinder.
+void WriteColouredPlaces(const std::string& stepPath);
+
 // Two boxes of 10 mm side by side, the second one hidden, and beside them a curve that bounds no face.
 void WriteHiddenAndWire(const std::string& stepPath);
 
