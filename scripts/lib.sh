@@ -1,5 +1,6 @@
 # Shared by the scripts: where things are, how packages get installed, how Wine is started.
 # Sourced, not run; the caller has "set -eu" on.
+# shellcheck shell=bash disable=SC2034
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build="$root/build"
@@ -34,12 +35,15 @@ need_packages() {
 # Starts a virtual display when the caller has none, and stops it with the script.
 need_display() {
   [ -z "${DISPLAY:-}" ] || return 0
-  local number=90 tries=0
-  while [ -e "/tmp/.X$number-lock" ]; do number=$((number + 1)); done
-  Xvfb ":$number" -screen 0 1600x1200x24 -nolisten tcp >/dev/null 2>&1 &
+  local number told
+  told=$(mktemp -u)
+  mkfifo "$told"
+  # It chooses a free number itself and tells it once it is ready.
+  Xvfb -displayfd 3 -screen 0 1600x1200x24 -nolisten tcp 3>"$told" >/dev/null 2>&1 &
   xvfb_pid=$!
+  read -r number <"$told" || { say "No virtual display"; return 1; }
+  rm "$told"
   export DISPLAY=":$number"
-  until [ -e "/tmp/.X11-unix/X$number" ] || [ $tries -ge 200 ]; do sleep 0.05; tries=$((tries + 1)); done
   # Without a window manager Wine waits two seconds for one whenever a window goes. It ends with the display.
   openbox >/dev/null 2>&1 &
 }

@@ -35,7 +35,7 @@ int main(int count, char** arguments) {
 
     Bnd_Box box;
     BRepBndLib::Add(all, box);
-    BRepMesh_IncrementalMesh(all, std::sqrt(box.SquareExtent()) / 1000, false, 0.5, true);
+    const BRepMesh_IncrementalMesh mesh(all, std::sqrt(box.SquareExtent()) / 1000, false, 0.5, true);
     StlAPI_Writer writer;
     writer.ASCIIMode() = false;
     return writer.Write(all, arguments[2]) ? 0 : 1;

@@ -36,14 +36,15 @@ class TempFolder {
         for (BOOL more = find != INVALID_HANDLE_VALUE; more; more = FindNextFileW(find, &entry)) {
             const std::wstring name = entry.cFileName;
             if (name == L"." || name == L"..") continue;
-            const std::wstring path = WithLongPrefix(folder + L"\\" + name);
+            const std::wstring inner = JoinPath(folder, name);
+            const std::wstring path = WithLongPrefix(inner);
             SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
             if (!(entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)) {
                 DeleteFileW(path.c_str());
             } else if (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) {
                 RemoveDirectoryW(path.c_str());
             } else {
-                RemoveTree(folder + L"\\" + name);
+                RemoveTree(inner);
             }
         }
         if (find != INVALID_HANDLE_VALUE) FindClose(find);

@@ -44,9 +44,7 @@ class Matrix : public testing::Test {
         WriteWhole(*folder_ / "box.ifc", IfcBox());
         WriteWhole(*folder_ / "box.dxf", DxfBox());
     }
-    static void TearDownTestSuite() {
-        delete folder_;
-    }
+    static void TearDownTestSuite() { delete folder_; }
     static inline ScratchFolder* folder_ = nullptr;
 };
 

@@ -1,0 +1,92 @@
+"""Runs clang-tidy on all sources of the builds, side by side.
+
+With --changed only on those that differ, they or the project headers they take in, from what was last found good.
+"""
+import concurrent.futures
+import hashlib
+import json
+import os
+import pathlib
+import re
+import subprocess
+import sys
+
+import check_includes
+
+ROOT = check_includes.ROOT
+STAMPS = ROOT / "build" / "tidy"
+CROSS_COMPILER = "x86_64-w64-mingw32-gcc-posix"
+WINDOWS = ["--target=x86_64-w64-mingw32", "-Wno-unknown-warning-option"]
+
+
+def cross_folders(language):
+    """The cross compiler's header folders, without GCC's own, which Clang has in a form that it understands."""
+    command = [CROSS_COMPILER, "-v", "-E", "-x", language, "/dev/null"]
+    lines = subprocess.run(command, capture_output=True, text=True, check=True).stderr
+    listed = lines.split("#include <...> search starts here:\n")[1].split("End of search list")[0]
+    folders = [os.path.realpath(folder) for folder in listed.split()]
+    return ["-isystem" + name for name in folders if not re.search(r"/lib/gcc/.*/include(-fixed)?$", name)]
+
+
+def find_jobs():
+    """Source -> its clang-tidy command."""
+    jobs = {}
+    cross = ["--extra-arg=" + flag for flag in WINDOWS]
+    cross += ["--extra-arg-before=" + folder for folder in cross_folders("c++")]
+    for project, extra in (("app", cross), ("engine", []), ("bench-chain", [])):
+        database = ROOT / "build" / project
+        for entry in json.loads((database / "compile_commands.json").read_text(encoding="utf-8")):
+            file = pathlib.Path(entry["file"])
+            if file.is_relative_to(ROOT) and file.suffix in (".cpp", ".c"):
+                jobs[str(file.relative_to(ROOT))] = ["-p", str(database), *extra]
+    # Built by a command of its own, for the other system, and so not among the compile commands.
+    jobs["engine/entry/platform_windows.c"] = ["--", "-xc", f"-I{ROOT}", "-D_WIN32_WINNT=0x0A00", *WINDOWS,
+                                               *cross_folders("c")]
+    return {file: ["clang-tidy", "--quiet", file, *flags] for file, flags in jobs.items()}
+
+
+def fingerprint(file, includes):
+    """Of all that the verdict on a source depends on, as far as it lies in this project."""
+    taken, todo = set(), [file]
+    while todo:
+        name = todo.pop()
+        if name not in taken:
+            taken.add(name)
+            todo += includes.get(name, ())
+    total = hashlib.sha256()
+    for name in [".clang-tidy", "scripts/tidy.py", *sorted(taken)]:
+        total.update(name.encode() + b"\0" + (ROOT / name).read_bytes())
+    return total.hexdigest()
+
+
+def check(file, command, mark):
+    """Whether the source is good; says what is not."""
+    stamp = STAMPS / file.replace("/", "+")
+    run = subprocess.run(["nice", *command], cwd=ROOT, capture_output=True, text=True)
+    if run.returncode == 0:
+        stamp.write_text(mark)
+    else:
+        print(f"{file}:\n{run.stdout}{run.stderr}", flush=True)
+    return run.returncode == 0
+
+
+def main():
+    changed_only = sys.argv[1:] == ["--changed"]
+    includes = check_includes.find_includes()
+    jobs = find_jobs()
+    marks = {file: fingerprint(file, includes) for file in jobs}
+    STAMPS.mkdir(parents=True, exist_ok=True)
+
+    def known(file):
+        stamp = STAMPS / file.replace("/", "+")
+        return changed_only and stamp.exists() and stamp.read_text() == marks[file]
+
+    files = [file for file in jobs if not known(file)]
+    with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+        good = list(pool.map(lambda file: check(file, jobs[file], marks[file]), files))
+    print(f"clang-tidy: {len(files)} of {len(jobs)} sources checked, {good.count(False)} with faults")
+    return 0 if all(good) else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
