@@ -103,6 +103,12 @@ bool Set(Settings& settings, const Count& key, const std::string& text) {
 
 }  // namespace
 
+std::vector<SettingName> SettingNames() {
+    std::vector<SettingName> names;
+    for (const Key& key : kKeys) names.push_back({key.section, key.name});
+    return names;
+}
+
 Settings ReadSettings(const IniFile& file, std::vector<std::string>& complaints) {
     Settings settings;
     for (const Key& key : kKeys) {

@@ -44,7 +44,15 @@ struct Settings {
 
     int decimals = 10;  // most decimals of the numbers in text formats
     bool writeReport = true;
+
+    bool operator==(const Settings&) const = default;
 };
+
+struct SettingName {
+    std::string section, key;
+};
+// Every key that is read.
+std::vector<SettingName> SettingNames();
 
 // Reads every key; one that is missing has its default, and so has one whose value makes no sense, which is
 // then named in `complaints`.

@@ -31,7 +31,7 @@ struct Excerpt {
 constexpr std::size_t kHeadSize = 64u << 10, kTailSize = 16u << 10;
 
 Outcome Unknown(string_view format) {
-    return Outcome::Fail(ZEL_UNKNOWN_TYPE, "The file is no " + std::string(format) + " file");
+    return Outcome::Fail(ZEL_UNKNOWN_TYPE, "The file does not contain " + std::string(format) + " data");
 }
 Outcome CutOff() {
     return Outcome::Fail(ZEL_CORRUPTED, "The end of the file is missing");
@@ -92,15 +92,15 @@ Outcome CheckStl(const Excerpt& file) {
     const std::uint64_t needed = kHeader + kTriangle * file.Word(kHeader - 4);
     const bool startsSolid = file.head.starts_with("solid");
     if (file.size >= kHeader && needed == file.size) {
-        return file.size == kHeader ? Outcome::Fail(ZEL_EMPTY, "The file holds no triangle") : Outcome::Ok();
+        return file.size == kHeader ? Outcome::Fail(ZEL_EMPTY, "The file contains no triangles") : Outcome::Ok();
     }
     if (startsSolid && IsText(file)) {
         if (!file.TailHas("endsolid")) return CutOff();
-        return file.HeadHas("facet") ? Outcome::Ok() : Outcome::Fail(ZEL_EMPTY, "The file holds no triangle");
+        return file.HeadHas("facet") ? Outcome::Ok() : Outcome::Fail(ZEL_EMPTY, "The file contains no triangles");
     }
     if (IsText(file) || file.size < kHeader) return Unknown("STL");
     return Outcome::Fail(ZEL_CORRUPTED,
-                         "The size of the file and the number of triangles it claims do not agree");
+                         "The size of the file and the number of triangles in its header do not agree");
 }
 
 Outcome CheckObj(const Excerpt& file) {
@@ -179,7 +179,7 @@ Outcome CheckFile(std::ifstream& file, const Request& request) {
     Excerpt excerpt;
     excerpt.size = std::filesystem::file_size(request.input, error);
     if (error) return CannotOpen(error.message());
-    if (excerpt.size == 0) return Outcome::Fail(ZEL_EMPTY, "The file has no bytes");
+    if (excerpt.size == 0) return Outcome::Fail(ZEL_EMPTY, "The file is empty");
     const auto headSize = std::min<std::uint64_t>(excerpt.size, kHeadSize);
     const auto tailSize = std::min<std::uint64_t>(excerpt.size, kTailSize);
     if (!ReadAt(file, 0, headSize, excerpt.head) ||
@@ -187,7 +187,7 @@ Outcome CheckFile(std::ifstream& file, const Request& request) {
         return Outcome::Fail(ZEL_CANNOT_OPEN_INPUT, "The input could not be read");
     }
     if (excerpt.size == headSize && excerpt.head.find_first_not_of(" \t\r\n") == std::string::npos) {
-        return Outcome::Fail(ZEL_EMPTY, "The file holds nothing but blanks");
+        return Outcome::Fail(ZEL_EMPTY, "The file contains only blanks");
     }
     return CheckContents(request.from->id, excerpt);
 }

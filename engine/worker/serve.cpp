@@ -68,9 +68,9 @@ Outcome Convert(const std::string& job) {
     request.from = FindInputFormat(std::atoi(Field(job, MORVEX_JOB_INPUT_FORMAT).c_str()), request.input);
     request.to = FindOutputFormat(std::atoi(Field(job, MORVEX_JOB_OUTPUT_FORMAT).c_str()), request.output);
     if (request.input.empty() || request.output.empty())
-        return Outcome::Fail(ZEL_FAILED, "The job names no files");
-    if (request.from == nullptr) return Outcome::Fail(ZEL_UNKNOWN_TYPE, "No such input format");
-    if (request.to == nullptr) return Outcome::Fail(ZEL_UNKNOWN_TYPE, "No such output format");
+        return Outcome::Fail(ZEL_FAILED, "The request names no files");
+    if (request.from == nullptr) return Outcome::Fail(ZEL_UNKNOWN_TYPE, "The input format is not supported");
+    if (request.to == nullptr) return Outcome::Fail(ZEL_UNKNOWN_TYPE, "The output format is not supported");
 
     SupervisorOptions options;
     options.watchCaller = true;

@@ -54,7 +54,7 @@ Outcome Staging::Publish() {
     files.push_back(file_);
     for (const fs::path& file : files) {
         fs::rename(file, target_.parent_path() / file.filename(), error);
-        if (error) return CannotWrite("The output cannot be put into place: " + error.message());
+        if (error) return CannotWrite("The output could not be moved into place: " + error.message());
     }
     FlushToDisk(target_.parent_path());
     return Outcome::Ok();

@@ -277,7 +277,7 @@ Outcome Read(JobContext& context, ToOurs toOurs) {
         return Damaged(std::string("The file could not be read: ") + importer.GetErrorString());
     }
     if ((scene->mFlags & AI_SCENE_FLAGS_INCOMPLETE) != 0 && scene->mNumMeshes == 0) {
-        return Outcome::Fail(ZEL_EMPTY, "There is no mesh in the file");
+        return Outcome::Fail(ZEL_EMPTY, "The file contains no mesh");
     }
     SceneReader(*scene, context.document).Read(toOurs(*scene), context.file.stem().string());
     return Outcome::Ok();

@@ -17,7 +17,7 @@ extern "C" Outcome ReadBrep(JobContext& context) {
     } catch (const std::ios::failure&) {
         shape.Nullify();
     }
-    if (shape.IsNull()) return Damaged("The file is no valid BREP file");
+    if (shape.IsNull()) return Damaged("The file is not valid BREP");
     context.document.AddPart(shape, context.file.stem().string());
     return Outcome::Ok();
 }

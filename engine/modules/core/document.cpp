@@ -69,8 +69,8 @@ class ShapeCounter {
     std::unordered_map<const TopoDS_TShape*, ShapeCounts> known_;
 };
 
-// In how many places a part or an assembly stands.
-class PlaceCounter {
+// How many instances of a part or an assembly there are.
+class InstanceCounter {
   public:
     std::int64_t Count(const TDF_Label& shape) {
         TCollection_AsciiString entry;
@@ -179,10 +179,10 @@ ModelCounts Document::Count() const {
     TDF_LabelSequence colours;
     colours_->GetColors(colours);
     counts.colours = colours.Length();
-    PlaceCounter places;
+    InstanceCounter instanceCounter;
     ShapeCounter shapes;
     for (const TDF_Label& part : Parts()) {
-        const std::int64_t instances = places.Count(part);
+        const std::int64_t instances = instanceCounter.Count(part);
         const ShapeCounts& shape = shapes.Count(XCAFDoc_ShapeTool::GetShape(part));
         ++counts.parts;
         counts.instances = Plus(counts.instances, instances);
@@ -212,7 +212,7 @@ std::string Document::MeshFault() const {
         }
         for (int node = 1; node <= triangles.NodeCount(); ++node) {
             const gp_Pnt point = triangles.Node(node);
-            if (!std::isfinite(point.X() + point.Y() + point.Z())) return "A coordinate is no number";
+            if (!std::isfinite(point.X() + point.Y() + point.Z())) return "A coordinate is not a number";
         }
     }
     return {};

@@ -24,9 +24,9 @@ Outcome ParseExchangeFile(const JobContext& context, Reader& reader) {
     Interface_Static::SetCVal("xstep.cascade.unit", "MM");
     KeepAttributes(reader);
     const IFSelect_ReturnStatus status = reader.ReadFile(context.file.c_str());
-    if (status == IFSelect_RetVoid) return Outcome::Fail(ZEL_EMPTY, "There is no entity in the file");
+    if (status == IFSelect_RetVoid) return Outcome::Fail(ZEL_EMPTY, "The file contains no entities");
     if (status == IFSelect_RetDone) return Outcome::Ok();
-    return Damaged(std::string("The file is no valid ") + context.request.from->name + " file");
+    return Damaged(std::string("The file is not valid ") + context.request.from->name);
 }
 
 // Whether everything that the file announced came over; `faceTypes` are the entities that stand for a face. A

@@ -265,7 +265,7 @@ Outcome TrianglesToFaces(JobContext& context) {
                                              std::to_string(kMostFacets) + " are turned into faces of a " +
                                              context.request.to->name + " file");
     }
-    context.journal.Warn("The triangles of the mesh became plane faces");
+    context.journal.Warn("The triangles of the mesh were converted to plane faces");
     std::int64_t flat = 0;
     for (const TDF_Label& part : context.document.Parts()) {
         if (Rebuild(context.document, part, context.settings.constructSolids)) continue;

@@ -45,7 +45,7 @@ double LinearDeflection(const Settings& settings, const TopoDS_Shape& shape) {
 
 Outcome MeshFaces(JobContext& context) {
     if (context.document.Count().faces == 0)
-        return Outcome::Fail(ZEL_EMPTY, "There is no face to make triangles of");
+        return Outcome::Fail(ZEL_EMPTY, "The model has no faces to mesh");
     // Each part once, whatever the number of its instances.
     TopoDS_Compound parts;
     const BRep_Builder builder;

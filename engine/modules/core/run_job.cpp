@@ -30,16 +30,16 @@ Outcome CheckModel(JobContext& context) {
     const ModelCounts counts = context.document.Count();
     SendCounts(context.journal, "read", counts);
     if (counts.faces > kMostFaces || counts.triangles > 10 * kMostFaces) {
-        return Outcome::Fail(ZEL_FAILED,
-                             "The parts of the model, each in all its places, have too many faces");
+        return Outcome::Fail(ZEL_FAILED, "The model has too many faces when all instances are counted");
     }
     if (counts.faces > 0) {
         const std::string fault = context.document.MeshFault();
         return fault.empty() ? Outcome::Ok() : Damaged(fault);
     }
-    if (counts.edges == 0) return Outcome::Fail(ZEL_EMPTY, "There is no geometry in the file");
+    if (counts.edges == 0) return Outcome::Fail(ZEL_EMPTY, "The file contains no geometry");
     if (!context.settings.wireframe) {
-        return Outcome::Fail(ZEL_EMPTY, "There are only curves in the file, and FILAIRE leaves curves out");
+        return Outcome::Fail(ZEL_EMPTY,
+                             "The file contains only curves, which the setting FILAIRE leaves out");
     }
     return Outcome::Ok();
 }

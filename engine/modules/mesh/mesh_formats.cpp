@@ -21,7 +21,7 @@ Outcome ReadMesh(JobContext& context, RWMesh_CafReader& reader) {
         return Damaged("The file, or a file it refers to, could not be read");
     }
     if ((reader.ExtraStatus() & RWMesh_CafReaderStatusEx_Partial) != 0)
-        return Damaged("Only a part could be read");
+        return Damaged("Only a part of the file could be read");
     // The readers drop what they do not understand, say so, and go on.
     const std::string failure = FirstFailure();
     return failure.empty() ? Outcome::Ok() : Damaged(failure);
@@ -31,8 +31,8 @@ Outcome ReadMesh(JobContext& context, RWMesh_CafReader& reader) {
 
 extern "C" Outcome ReadStl(JobContext& context) {
     const Handle(Poly_Triangulation) triangles = RWStl::ReadFile(context.file.c_str(), context.progress);
-    if (triangles.IsNull()) return Damaged("The file is no valid STL file");
-    if (triangles->NbTriangles() == 0) return Outcome::Fail(ZEL_EMPTY, "There is no triangle in the file");
+    if (triangles.IsNull()) return Damaged("The file is not valid STL");
+    if (triangles->NbTriangles() == 0) return Outcome::Fail(ZEL_EMPTY, "The file contains no triangles");
     TopoDS_Face face;
     BRep_Builder().MakeFace(face, triangles);
     context.document.AddPart(face, context.file.stem().string());

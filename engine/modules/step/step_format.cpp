@@ -18,7 +18,7 @@
 
 #include "engine/modules/core/context.h"
 #include "engine/modules/core/exchange_file.h"
-#include "engine/modules/step/expansion.h"
+#include "engine/modules/step/instance_count.h"
 #include "engine/modules/step/step_text.h"
 
 namespace morvex {
@@ -67,11 +67,11 @@ extern "C" Outcome ReadStep(JobContext& context) {
     reader.SetGDTMode(context.KeepsAnnotations());
     Outcome outcome = ParseExchangeFile(context, reader);
     if (!outcome.IsOk()) return outcome;
-    const std::int64_t places = CountPlaces(*reader.Reader().WS()->Model());
-    if (places < 0) return Damaged("An assembly of the file contains itself");
-    if (places > kMostPlaces) {
-        return Outcome::Fail(ZEL_FAILED, "The parts of the file are in too many places (more than " +
-                                             std::to_string(kMostPlaces) + ")");
+    const std::int64_t instances = CountInstances(*reader.Reader().WS()->Model());
+    if (instances < 0) return Damaged("An assembly of the file contains itself");
+    if (instances > kMostInstances) {
+        return Outcome::Fail(ZEL_FAILED, "The assembly has too many part instances (more than " +
+                                             std::to_string(kMostInstances) + ")");
     }
     Handle(TDocStd_Document) document = context.document.Data();
     const bool transferred = reader.Transfer(document, context.progress);
@@ -84,7 +84,7 @@ extern "C" Outcome WriteStep(JobContext& context) {
     const bool annotations = context.settings.writeStepAnnotations && HasAnnotations(context.document);
     const int schema = Schema(context, annotations);
     if (annotations && schema != kAp242)
-        context.journal.Warn("This STEP version holds no dimensions and tolerances");
+        context.journal.Warn("The chosen STEP version cannot hold dimensions and tolerances");
     const std::string name = context.request.output.stem().string();
     Interface_Static::SetIVal("write.step.schema", schema);
     Interface_Static::SetCVal("write.step.unit", "MM");

@@ -3,6 +3,7 @@
 
 #include "engine/common/formats.h"
 #include "engine/common/ini_file.h"
+#include "engine/common/journal.h"
 #include "engine/common/settings.h"
 #include "engine/common/text.h"
 
@@ -57,6 +58,83 @@ TEST(Settings, DefaultsFallbacksAndValues) {
         EXPECT_EQ(settings.linearTolerance, Settings().linearTolerance);
         EXPECT_EQ(settings.stepVersion, 0);
     }
+}
+
+// Every key reaches the member that it is for, and no other.
+TEST(Settings, EachKeyHasItsMember) {
+    const struct {
+        const char* assignment;
+        void (*expect)(Settings& settings);
+    } cases[] = {
+        {"STL CONF/LINEAR_DIS=0", [](Settings& s) { s.linearOff = false; }},
+        {"STL CONF/LINEAR_TOL=0.25", [](Settings& s) { s.linearTolerance = 0.25; }},
+        {"STL CONF/ANGULAR_DIS=0", [](Settings& s) { s.angularOff = false; }},
+        {"STL CONF/ANGULAR_TOL=0.5", [](Settings& s) { s.angularTolerance = 0.5; }},
+        {"STL CONF/MINSIZE=3", [](Settings& s) { s.smallestEdge = 3; }},
+        {"STL CONF/USE_TESSEL=0", [](Settings& s) { s.keepMeshes = false; }},
+        {"STL CONF/COMPUTE_NORMALES_FROM_SURFACE=0", [](Settings& s) { s.normalsFromSurface = false; }},
+        {"STL CONF/WRITE_ASCII=1", [](Settings& s) { s.asciiStl = true; }},
+        {"FILTRAGE DE DOMAINE/FILAIRE=1", [](Settings& s) { s.wireframe = true; }},
+        {"FILTRAGE DE DOMAINE/FDT=1", [](Settings& s) { s.annotations = true; }},
+        {"FILTRAGE DE DOMAINE/RENDER_INFOS=0", [](Settings& s) { s.colours = false; }},
+        {"FILTRAGE DE DOMAINE/CONSTRUCT_SOLIDS=0", [](Settings& s) { s.constructSolids = false; }},
+        {"MODIFICATION D'ATTRIBUT/VISIBILITY=1", [](Settings& s) { s.partVisibility = 1; }},
+        {"MODIFICATION D'ATTRIBUT/ASM_VISIBILITY=0", [](Settings& s) { s.assemblyVisibility = 0; }},
+        {"TRANSFORMATION ENTITES/BODY_TO_NURBS=1", [](Settings& s) { s.toNurbs = true; }},
+        {"TRANSFORMATION ENTITES/KEEP_ASSEMBLY=0", [](Settings& s) { s.keepAssembly = false; }},
+        {"STEP CONF/READ_FDT=1", [](Settings& s) { s.readStepAnnotations = true; }},
+        {"STEP CONF/WRITE_FDT=0", [](Settings& s) { s.writeStepAnnotations = false; }},
+        {"STEP CONF/WRITE_VERSION=203", [](Settings& s) { s.stepVersion = 203; }},
+        {"COLLADA CONF/REVERSE_TRANSPARENCY=1", [](Settings& s) { s.reverseTransparency = true; }},
+        {"COLLADA CONF/KEEP_ZEL_TREE=0", [](Settings& s) { s.colladaTree = false; }},
+        {"COLLADA CONF/NO_INSTANCE_NODE=0", [](Settings& s) { s.colladaCopies = false; }},
+        {"COLLADA CONF/VERSION=150", [](Settings& s) { s.colladaVersion = 150; }},
+        {"COLLADA CONF/USE_VERTEX_COLOR=1", [](Settings& s) { s.vertexColours = true; }},
+        {"TOLERANCE/NB_DECIMALE=3", [](Settings& s) { s.decimals = 3; }},
+        {"FILE CONF/WRITE_LOG_FILE=0", [](Settings& s) { s.writeReport = false; }},
+    };
+    EXPECT_EQ(std::size(cases), SettingNames().size());
+    for (const auto& [assignment, expect] : cases) {
+        IniFile file;
+        file.Override(assignment);
+        std::vector<std::string> complaints;
+        Settings expected;
+        expect(expected);
+        EXPECT_EQ(ReadSettings(file, complaints), expected) << assignment;
+    }
+}
+
+// What the job says arrives whole through a pipe that cuts it anywhere.
+TEST(Journal, ArrivesInPiecesOfAnySize) {
+    std::string sent;
+    Journal journal([&](std::string_view line) { sent += line; });
+    journal.Progress(3);
+    for (const int dropped : {3, 2, 101}) journal.Progress(dropped);
+    journal.Start(Phase::Write);
+    journal.Count("read", "free edges", 12'345'678'901);
+    journal.Warn("two\nlines");
+    journal.Warn(std::string(5000, 'w'));
+    journal.Finish(Outcome::Fail(ZEL_EMPTY, "why not"));
+    for (const std::size_t size : {std::size_t{1}, std::size_t{7}, sent.size()}) {
+        JournalRecord record;
+        for (std::size_t at = 0; at < sent.size(); at += size)
+            record.Take(std::string_view(sent).substr(at, size));
+        EXPECT_EQ(record.percent, 3);
+        EXPECT_EQ(record.phase, Phase::Write);
+        ASSERT_EQ(record.counts.size(), 1u);
+        EXPECT_EQ(record.counts[0].side + "|" + record.counts[0].what, "read|free edges");
+        EXPECT_EQ(record.counts[0].number, 12'345'678'901);
+        ASSERT_EQ(record.warnings.size(), 2u);
+        EXPECT_EQ(record.warnings[0], "two lines");
+        EXPECT_LT(record.warnings[1].size(), 4096u) << "longer lines of two threads would mix";
+        EXPECT_TRUE(record.finished);
+        EXPECT_EQ(record.outcome.result, ZEL_EMPTY);
+        EXPECT_EQ(record.outcome.reason, "why not");
+    }
+    JournalRecord record;
+    record.Take("S9\nQ\n\nC a\nP x\nhalf");
+    EXPECT_FALSE(record.finished);
+    EXPECT_EQ(record.phase, Phase::Read);
 }
 
 TEST(Text, XmlIsWellFormedWhateverTheBytes) {

@@ -134,7 +134,28 @@ TEST_F(Fidelity, Tessellation) {
     EXPECT_GT(triangles({"STL CONF/LINEAR_DIS=0", "STL CONF/LINEAR_TOL=0.001"}), usual);
     EXPECT_GT(triangles({"STL CONF/ANGULAR_DIS=0", "STL CONF/ANGULAR_TOL=0.05"}), usual);
     EXPECT_EQ(triangles({"STL CONF/LINEAR_TOL=0.001"}), usual) << "the tolerance is switched off";
+    EXPECT_LT(triangles({"STL CONF/MINSIZE=20"}), usual);
     EXPECT_TRUE(ReadWhole(Convert(screw, "text.stl", {"STL CONF/WRITE_ASCII=1"})).starts_with("solid"));
+}
+
+TEST_F(Fidelity, SettingsOfTheTextFormats) {
+    const auto text = [&](const char* name, const Strings& settings) {
+        return ReadWhole(Convert(assembly_, name, settings));
+    };
+    for (const char* name : {"a.wrl", "a.dae"}) {
+        SCOPED_TRACE(name);
+        const std::string mark = name == std::string("a.wrl") ? "Normal {" : "-normals-array\"";
+        EXPECT_GT(CountOf(text(name, {}), mark), 0u);
+        EXPECT_EQ(CountOf(text(name, {"STL CONF/COMPUTE_NORMALES_FROM_SURFACE=0"}), mark), 0u);
+        EXPECT_LT(text(name, {"TOLERANCE/NB_DECIMALE=2"}).size(), text(name, {}).size());
+    }
+    EXPECT_EQ(CountOf(text("a.dae", {}), "<float>1</float>"), 2u) << "opaque";
+    EXPECT_EQ(CountOf(text("a.dae", {"COLLADA CONF/REVERSE_TRANSPARENCY=1"}), "<float>0</float>"), 2u);
+    EXPECT_EQ(CountOf(text("a.dae", {}), "semantic=\"COLOR\""), 0u);
+    EXPECT_EQ(CountOf(text("a.dae", {"COLLADA CONF/USE_VERTEX_COLOR=1"}), "semantic=\"COLOR\""), 3u);
+    // The second pair stands turned by one radian about X.
+    EXPECT_EQ(CountOf(text("a.wrl", {}), "translation 5 100 7\n rotation 1 0 0 1\n"), 1u);
+    EXPECT_EQ(CountOf(text("a.wrl", {}), "transparency 0.5"), 1u);
 }
 
 TEST_F(Fidelity, SettingsThatChangeTheModel) {

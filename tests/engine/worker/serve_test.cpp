@@ -1,5 +1,7 @@
 // The worker at the service of the entry library: the protocol, and what becomes of it when its caller dies.
+#include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -126,23 +128,67 @@ TEST(Serve, RefusalsHaveTheirNumbers) {
     EXPECT_TRUE(folder.Names().empty());
 }
 
-// A caller that is killed takes the conversion with it, and no file stays behind.
+// A caller that is killed takes the conversion with it, and so does whoever ends the worker; no file stays
+// behind unless nobody was left to remove it.
 TEST(Serve, NothingOutlivesTheCaller) {
-    const ScratchFolder folder;
-    for (const bool caller : {true, false}) {
+    enum { kCallerGone, kTerminated, kKilled };
+    for (const int end : {kCallerGone, kTerminated, kKilled}) {
+        SCOPED_TRACE(end);
+        const ScratchFolder folder;
         Service service;
         service.Send(Job(Sample("stl/head.stl"), 22, folder / "a.3mf", 50));
         ASSERT_TRUE(Within(20s, [&] { return ChildOf(service.Process()) != 0; }));
         const pid_t job = ChildOf(service.Process());
-        if (caller) {
-            service.Leave();
-        } else {
-            kill(service.Process(), SIGTERM);
-        }
+        if (end == kCallerGone) service.Leave();
+        if (end == kTerminated) kill(service.Process(), SIGTERM);
+        if (end == kKilled) kill(service.Process(), SIGKILL);
         EXPECT_TRUE(Within(20s, [&] { return !Exists(job); }));
         EXPECT_TRUE(Within(20s, [&] { return waitpid(service.Process(), nullptr, WNOHANG) != 0; }));
-        EXPECT_TRUE(folder.Names().empty()) << folder.Names().front();
+        EXPECT_TRUE(end == kKilled || folder.Names().empty());
     }
+}
+
+// Alone a job has half of the machine's memory, beside others its share of three quarters, and never below 1
+// GB.
+TEST(Serve, MemoryOfAJobIsAShareOfTheMachines) {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "address space cannot be limited under the address sanitizer";
+#endif
+    const auto machine =
+        static_cast<double>(sysconf(_SC_PHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGESIZE));
+    const double processors = std::thread::hardware_concurrency();
+    for (const bool beside : {false, true}) {
+        SCOPED_TRACE(beside);
+        const ScratchFolder folder;
+        Service service;
+        auto job = Job(Sample("stl/head.stl"), 22, folder / "a.3mf", 50);
+        job.push_back(MORVEX_JOB_PARALLEL + std::to_string(beside));
+        service.Send(job);
+        ASSERT_TRUE(Within(20s, [&] { return ChildOf(service.Process()) != 0; }));
+        const pid_t child = ChildOf(service.Process());
+        const double wanted =
+            std::max(1073741824.0, machine * (beside && processors > 1 ? 0.75 / processors : 0.5));
+        const auto limit = [&] {
+            const std::string limits = ReadWhole("/proc/" + std::to_string(child) + "/limits");
+            const std::string name = "Max address space";
+            const auto at = limits.find(name);
+            return at == std::string::npos ? 0 : std::atof(limits.c_str() + at + name.size());
+        };
+        EXPECT_TRUE(Within(20s, [&] { return std::abs(limit() - wanted) < wanted * 0.01; })) << limit();
+    }
+}
+
+// Wine calls its drives "c:", and what stands before a colon is a drive to a writer of the geometry library.
+TEST(Serve, FoldersWithAColonBehindALink) {
+    const ScratchFolder folder;
+    std::filesystem::create_directory(folder / "drive");
+    std::filesystem::create_directory_symlink(folder / "drive", folder / "c:");
+    Service service;
+    service.Send(Job(Sample("step/screw.step"), 4, folder / "c:/a.obj", 45));
+    std::string line = service.Line();
+    while (line.starts_with(MORVEX_LINE_PROGRESS)) line = service.Line();
+    EXPECT_EQ(line, "R 0 ");
+    EXPECT_TRUE(std::filesystem::exists(folder / "drive/a.obj"));
 }
 
 TEST(Serve, ACallerThatLeavesBeforeTheJobIsNoHang) {

@@ -1,4 +1,4 @@
-#include "engine/modules/step/expansion.h"
+#include "engine/modules/step/instance_count.h"
 
 #include <StepBasic_ProductDefinition.hxx>
 #include <StepRepr_HArray1OfRepresentationItem.hxx>
@@ -15,16 +15,16 @@ namespace {
 
 using Entity = const Standard_Transient*;
 
-class PlaceGraph {
+class InstanceGraph {
   public:
     void Add(Entity whole, Entity part) { parts_[whole].push_back(part); }
 
     std::int64_t Largest() {
         std::int64_t largest = 0;
         for (const auto& [whole, parts] : parts_) {
-            const std::int64_t places = Places(whole);
-            if (places < 0) return -1;
-            largest = std::max(largest, places);
+            const std::int64_t count = Count(whole);
+            if (count < 0) return -1;
+            largest = std::max(largest, count);
         }
         return largest;
     }
@@ -32,15 +32,15 @@ class PlaceGraph {
   private:
     static constexpr std::int64_t kBeingCounted = -2;
 
-    std::int64_t Places(Entity whole) {
+    std::int64_t Count(Entity whole) {
         const auto [place, isNew] = known_.try_emplace(whole, kBeingCounted);
         if (!isNew) return place->second == kBeingCounted ? -1 : place->second;
         std::int64_t number = 1;
         const auto parts = parts_.find(whole);
         for (std::size_t at = 0; parts != parts_.end() && at < parts->second.size(); ++at) {
-            const std::int64_t below = Places(parts->second[at]);
+            const std::int64_t below = Count(parts->second[at]);
             if (below < 0) return -1;
-            number = std::min(number + below, kMostPlaces + 1);
+            number = std::min(number + below, kMostInstances + 1);
         }
         return known_[whole] = number;
     }
@@ -51,8 +51,8 @@ class PlaceGraph {
 
 }  // namespace
 
-std::int64_t CountPlaces(const Interface_InterfaceModel& model) {
-    PlaceGraph graph;
+std::int64_t CountInstances(const Interface_InterfaceModel& model) {
+    InstanceGraph graph;
     for (int number = 1; number <= model.NbEntities(); ++number) {
         const Handle(Standard_Transient)& entity = model.Value(number);
         if (const auto use = Handle(StepRepr_NextAssemblyUsageOccurrence)::DownCast(entity); !use.IsNull()) {

@@ -1,0 +1,34 @@
+// The configuration file that the program writes on first use, read by the engine.
+#include "core/default_config.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <iterator>
+
+#include "engine/common/settings.h"
+
+namespace morvex::test {
+namespace {
+
+std::string Narrow(std::wstring_view text) {
+    std::string narrow;
+    for (const wchar_t letter : text) narrow += static_cast<char>(letter);
+    return narrow;
+}
+
+TEST(DefaultConfig, GivesTheDefaultsOfTheEngine) {
+    std::string text;
+    for (const auto& [section, key, value] : kConfigDefaults) {
+        text += "[" + Narrow(section) + "]\n" + Narrow(key) + "=" + Narrow(value) + "\n";
+    }
+    const IniFile file = IniFile::Parse(text);
+    std::vector<std::string> complaints;
+    EXPECT_EQ(ReadSettings(file, complaints), Settings());
+    EXPECT_TRUE(complaints.empty()) << complaints.front();
+    for (const auto& [section, key] : SettingNames()) {
+        EXPECT_TRUE(file.Value(section, key)) << section << "/" << key << " is not in the file";
+    }
+}
+
+}  // namespace
+}  // namespace morvex::test
