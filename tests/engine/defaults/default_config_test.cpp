@@ -1,9 +1,8 @@
 // The configuration file that the program writes on first use, read by the engine.
 #include "core/default_config.h"
 
-#include <algorithm>
 #include <gtest/gtest.h>
-#include <iterator>
+#include <set>
 
 #include "engine/common/settings.h"
 
@@ -16,6 +15,9 @@ std::string Narrow(std::wstring_view text) {
     return narrow;
 }
 
+// Keys that only the engine knows; no dialog of the program shows them.
+const std::set<std::string> kOwnKeys{"TRANSFORMATION ENTITES/SEW"};
+
 TEST(DefaultConfig, GivesTheDefaultsOfTheEngine) {
     std::string text;
     for (const auto& [section, key, value] : kConfigDefaults) {
@@ -26,7 +28,8 @@ TEST(DefaultConfig, GivesTheDefaultsOfTheEngine) {
     EXPECT_EQ(ReadSettings(file, complaints), Settings());
     EXPECT_TRUE(complaints.empty()) << complaints.front();
     for (const auto& [section, key] : SettingNames()) {
-        EXPECT_TRUE(file.Value(section, key)) << section << "/" << key << " is not in the file";
+        const std::string name = section + "/" + key;
+        EXPECT_NE(file.Value(section, key).has_value(), kOwnKeys.contains(name)) << name;
     }
 }
 
