@@ -9,8 +9,12 @@
 namespace morvex {
 namespace {
 
+std::wstring BuiltFile(const wchar_t* name) {
+    return std::wstring(FolderOf(ModulePath())) + L"\\program\\" + name;
+}
+
 struct Image {
-    std::string bytes = test::ReadFileBytes(std::wstring(FolderOf(ModulePath())) + L"\\program\\Morvex.exe");
+    std::string bytes = test::ReadFileBytes(BuiltFile(L"Morvex.exe"));
 
     template <class T>
     const T& At(size_t offset) const {
@@ -31,7 +35,25 @@ struct Image {
         }
         return 0;
     }
+    // A name of more than eight letters stands in a table behind the symbols.
+    std::string NameOf(const IMAGE_SECTION_HEADER& section) const {
+        const auto* letters = reinterpret_cast<const char*>(section.Name);
+        const std::string name(letters, strnlen(letters, sizeof section.Name));
+        const IMAGE_FILE_HEADER& file = Headers().FileHeader;
+        if (name[0] != '/') return name;
+        const size_t table = file.PointerToSymbolTable + size_t{IMAGE_SIZEOF_SYMBOL} * file.NumberOfSymbols;
+        return &At<char>(table + std::stoul(name.substr(1)));
+    }
 };
+
+std::string ManifestOf(const std::wstring& program) {
+    const HMODULE module = LoadLibraryExW(program.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE);
+    const HRSRC resource = FindResourceW(module, CREATEPROCESS_MANIFEST_RESOURCE_ID, RT_MANIFEST);
+    const auto* text = static_cast<const char*>(LockResource(LoadResource(module, resource)));
+    std::string manifest = text ? std::string(text, SizeofResource(module, resource)) : "";
+    FreeLibrary(module);
+    return manifest;
+}
 
 TEST(Executable, IsHardened) {
     const Image image;
@@ -60,10 +82,27 @@ TEST(Executable, LoadsOnlyTheSystemsBaseLibrariesAtStart) {
 }
 
 TEST(Executable, DeclaresWhatItNeeds) {
-    const std::string& bytes = Image().bytes;
-    for (const char* part : {"Microsoft.Windows.Common-Controls", "PerMonitorV2", "longPathAware",
-                             "asInvoker", "{8e0f7a12-bfb3-4fe8-b9a5-48fd50a15a9a}"}) {
-        EXPECT_NE(bytes.find(part), bytes.npos) << part;
+    const std::string manifest = ManifestOf(BuiltFile(L"Morvex.exe"));
+    for (const char* part : {R"("Microsoft.Windows.Common-Controls" version="6.0.0.0")", ">PerMonitorV2",
+                             R"(WindowsSettings">true</longPathAware>)", R"(level="asInvoker")",
+                             R"(<supportedOS Id="{8e0f7a12-bfb3-4fe8-b9a5-48fd50a15a9a}"/>)"}) {
+        EXPECT_NE(manifest.find(part), manifest.npos) << part;
+    }
+}
+
+TEST(Executable, GuardsItsStackAndItsCopiesAndKeepsItsSymbolsInAFileBeside) {
+    const Image image;
+    std::string link;
+    for (int i = 0; i < image.Headers().FileHeader.NumberOfSections; ++i) {
+        const std::string name = image.NameOf(image.Sections()[i]);
+        EXPECT_FALSE(name.starts_with(".debug")) << name;
+        if (name == ".gnu_debuglink") link = &image.At<char>(image.Sections()[i].PointerToRawData);
+    }
+    EXPECT_EQ(image.Headers().FileHeader.NumberOfSymbols, 0u);
+    EXPECT_EQ(link, "Morvex.exe.debug");
+    const std::string symbols = test::ReadFileBytes(BuiltFile(L"Morvex.exe.debug"));
+    for (const char* called : {".refptr.__stack_chk_guard", "__memcpy_chk", "__glibcxx_assert_fail"}) {
+        EXPECT_NE(symbols.find(called), symbols.npos) << called;
     }
 }
 
