@@ -92,11 +92,13 @@ Outcome CheckStl(const Excerpt& file) {
     const std::uint64_t needed = kHeader + kTriangle * file.Word(kHeader - 4);
     const bool startsSolid = file.head.starts_with("solid");
     if (file.size >= kHeader && needed == file.size) {
-        return file.size == kHeader ? Outcome::Fail(ZEL_EMPTY, "The file contains no triangles") : Outcome::Ok();
+        return file.size == kHeader ? Outcome::Fail(ZEL_EMPTY, "The file contains no triangles")
+                                    : Outcome::Ok();
     }
     if (startsSolid && IsText(file)) {
         if (!file.TailHas("endsolid")) return CutOff();
-        return file.HeadHas("facet") ? Outcome::Ok() : Outcome::Fail(ZEL_EMPTY, "The file contains no triangles");
+        return file.HeadHas("facet") ? Outcome::Ok()
+                                     : Outcome::Fail(ZEL_EMPTY, "The file contains no triangles");
     }
     if (IsText(file) || file.size < kHeader) return Unknown("STL");
     return Outcome::Fail(ZEL_CORRUPTED,
