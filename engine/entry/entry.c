@@ -145,8 +145,6 @@ static int RunsBesideOthers(void) {
     return GetEnvironmentVariableA("MORVEX_SIDE_BY_SIDE", value, sizeof value) != 0;
 }
 
-/* The names are those that callers look up. */
-/* NOLINTBEGIN(readability-identifier-naming) */
 int __cdecl _zelConvert(int inputFormat, int outputFormat, const WCHAR* inputPath, const WCHAR* outputPath,
                         const WCHAR* configFile, const WCHAR* schemaFolder, ProgressCallback progress,
                         int parallel, void* reserved, int option, int traceLevel, int reserved2,
@@ -185,4 +183,3 @@ int __cdecl _zelGetVersion(void) {
 int __cdecl _zelGetRelease(void) {
     return kRelease;
 }
-/* NOLINTEND(readability-identifier-naming) */

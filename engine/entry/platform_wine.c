@@ -1,5 +1,4 @@
 /* The Wine home: the worker is a Linux process, paths become those of the host. */
-#define _GNU_SOURCE
 #include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
