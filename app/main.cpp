@@ -3,7 +3,9 @@
 #include <cstdlib>
 #include <exception>
 
+#include "app/console.h"
 #include "app/morvex_app.h"
+#include "win/command_line.h"
 
 namespace {
 
@@ -27,6 +29,10 @@ void HardenProcess() {
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int) {
     HardenProcess();
     try {
+        if (const auto answer = morvex::AnswerTo(morvex::SplitCommandLine(GetCommandLineW()))) {
+            morvex::Print(STD_OUTPUT_HANDLE, *answer);
+            return 0;
+        }
         morvex::CmorvexApp().InitInstance();
         return 0;
     } catch (const std::exception& failure) {

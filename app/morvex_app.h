@@ -22,7 +22,6 @@ class CmorvexApp {
 
   private:
     [[noreturn]] void RunChildRoad(const std::vector<std::wstring>& arguments);
-    int ConvertForParent(const std::vector<std::wstring>& arguments);
 
     AppContext context_;
 };

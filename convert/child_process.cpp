@@ -1,14 +1,21 @@
 #include "convert/child_process.h"
 
+#include <array>
 #include <cstddef>
+#include <map>
+#include <optional>
 #include <vector>
 
+#include "convert/result_channel.h"
+#include "convert/row_status.h"
+#include "core/program_folders.h"
 #include "win/environment.h"
 
 namespace morvex {
 namespace {
 
 constexpr DWORD kPollMilliseconds = 5;
+constexpr DWORD kDeathMilliseconds = 10000;  // no process takes that long to die
 
 // Backslashes right before the closing quote would escape it.
 std::wstring Quoted(const std::wstring& text) {
@@ -24,21 +31,22 @@ bool StillRunning(HANDLE process) {
            WaitForSingleObject(process, 0) == WAIT_TIMEOUT;
 }
 
-// Has a process born into a job. Put in afterwards, it could start something outside of the job first, or,
-// held back until then, stay behind asleep if this process died in between.
-class JobAttribute {
+// What a child inherits and where it belongs: it gets no other handles, and is born into a job. Put in
+// afterwards, it could start something outside of the job first, or, held back until then, stay behind asleep
+// if this process died in between.
+class StartAttributes {
   public:
-    explicit JobAttribute(HANDLE job) : job_(job) {
+    StartAttributes(HANDLE job, HANDLE channel, HANDLE output) : job_(job), inherited_{channel, output} {
         SIZE_T size = 0;
-        InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
+        InitializeProcThreadAttributeList(nullptr, 2, 0, &size);
         memory_.resize(size);
-        InitializeProcThreadAttributeList(List(), 1, 0, &size);
-        usable_ = job_ && UpdateProcThreadAttribute(List(), 0, PROC_THREAD_ATTRIBUTE_JOB_LIST, &job_,
-                                                    sizeof job_, nullptr, nullptr);
+        InitializeProcThreadAttributeList(List(), 2, 0, &size);
+        usable_ = Add(PROC_THREAD_ATTRIBUTE_JOB_LIST, &job_, sizeof job_) &&
+                  Add(PROC_THREAD_ATTRIBUTE_HANDLE_LIST, inherited_.data(), sizeof inherited_);
     }
-    ~JobAttribute() { DeleteProcThreadAttributeList(List()); }
-    JobAttribute(const JobAttribute&) = delete;
-    JobAttribute& operator=(const JobAttribute&) = delete;
+    ~StartAttributes() { DeleteProcThreadAttributeList(List()); }
+    StartAttributes(const StartAttributes&) = delete;
+    StartAttributes& operator=(const StartAttributes&) = delete;
 
     bool Usable() const { return usable_; }
     LPPROC_THREAD_ATTRIBUTE_LIST List() const {
@@ -46,9 +54,81 @@ class JobAttribute {
     }
 
   private:
-    HANDLE job_;  // the list refers to it
+    bool Add(DWORD_PTR attribute, void* value, SIZE_T size) const {
+        return UpdateProcThreadAttribute(List(), 0, attribute, value, size, nullptr, nullptr) != FALSE;
+    }
+
+    HANDLE job_;  // the list refers to these two
+    std::array<HANDLE, 2> inherited_;
     bool usable_ = false;
     mutable std::vector<std::byte> memory_;
+};
+
+// One child, its channel and its job; whatever of it is left dies with the object.
+class Child {
+  public:
+    Child() : job_(CreateJobObjectW(nullptr, nullptr)) {
+        JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
+        limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
+        SetInformationJobObject(job_.get(), JobObjectExtendedLimitInformation, &limits, sizeof limits);
+    }
+
+    bool Start(const ConversionRequest& request, const ChildArguments& arguments, HANDLE output) {
+        std::wstring line = ChildCommandLine(request.program, arguments);
+        std::map<std::wstring, std::wstring> variables = {
+            {kFormatInVariable, request.formats.input},
+            {kFormatOutVariable, request.formats.output},
+            {kSideBySideVariable, L"1"},
+            {kResultChannelVariable, channel_.Name()},
+        };
+        if (!request.userFolder.empty()) variables[kUserFolderVariable] = request.userFolder;
+        std::wstring environment = EnvironmentBlockWith(variables);
+        const StartAttributes attributes(job_.get(), channel_.Handle(), output);
+        STARTUPINFOEXW startup{};
+        startup.StartupInfo.cb = sizeof startup;
+        startup.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
+        startup.StartupInfo.hStdOutput = startup.StartupInfo.hStdError = output;
+        startup.lpAttributeList = attributes.List();
+        PROCESS_INFORMATION created{};
+        const auto start = [&](DWORD flags) {
+            return CreateProcessW(request.program.c_str(), line.data(), nullptr, nullptr, TRUE,
+                                  NORMAL_PRIORITY_CLASS | CREATE_UNICODE_ENVIRONMENT | flags,
+                                  environment.data(), nullptr, &startup.StartupInfo, &created) != FALSE;
+        };
+        if (!attributes.Usable() || !start(EXTENDED_STARTUPINFO_PRESENT)) {
+            startup.StartupInfo.cb = sizeof startup.StartupInfo;
+            // Where the system denies the job, a child outside of it is better than none.
+            if (!start(0)) return false;
+        }
+        process_.reset(created.hProcess);
+        CloseHandle(created.hThread);
+        return true;
+    }
+
+    bool Runs() const { return StillRunning(process_.get()); }
+
+    void Kill() {
+        killed_ = true;
+        TerminateJobObject(job_.get(), kResultFailed);
+        TerminateProcess(process_.get(), kResultFailed);  // where it is in no job
+        WaitForSingleObject(process_.get(), kDeathMilliseconds);
+    }
+
+    ChildEnd End() const {
+        DWORD exitCode = 0;
+        GetExitCodeProcess(process_.get(), &exitCode);
+        const int code = static_cast<int>(exitCode);
+        const std::optional<ChildReport> report = channel_.Read();
+        if (!report) return {ChildEnd::Kind::Died, code == kResultOk ? kResultFailed : code, {}};
+        if (report->abandoned) return {ChildEnd::Kind::Abandoned, kResultFailed, report->message};
+        return {ChildEnd::Kind::Finished, code == kResultOk || killed_ ? report->result : code, {}};
+    }
+
+  private:
+    ResultChannel channel_;
+    UniqueHandle job_;
+    UniqueHandle process_;
+    bool killed_ = false;
 };
 
 }  // namespace
@@ -62,45 +142,28 @@ std::wstring ChildCommandLine(const std::wstring& program, const ChildArguments&
     return line;
 }
 
-ChildRunner::ChildRunner(const ConversionRequest& request)
-    : program_(request.program),
-      environment_(EnvironmentBlockWith({
-          {kFormatInVariable, request.formats.input},
-          {kFormatOutVariable, request.formats.output},
-          {kUserFolderVariable, request.userFolder},
-          {kSideBySideVariable, L"1"},
-          {kChildOfRunVariable, L"1"},
-      })),
-      job_(CreateJobObjectW(nullptr, nullptr)) {
-    JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
-    limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
-    SetInformationJobObject(job_.get(), JobObjectExtendedLimitInformation, &limits, sizeof limits);
+ChildRunner::ChildRunner(const ConversionRequest& request) : request_(request) {
+    SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
+    nowhere_ = OwnFile(CreateFileW(L"NUL", GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited,
+                                   OPEN_EXISTING, 0, nullptr));
 }
 
-int ChildRunner::Run(const ChildArguments& arguments) const {
-    std::wstring line = ChildCommandLine(program_, arguments);
-    std::wstring environment = environment_;
-    const JobAttribute attribute(job_.get());
-    STARTUPINFOEXW startup{};
-    startup.StartupInfo.cb = sizeof startup;
-    startup.lpAttributeList = attribute.List();
-    PROCESS_INFORMATION created{};
-    const auto start = [&](DWORD flags) {
-        return CreateProcessW(program_.c_str(), line.data(), nullptr, nullptr, TRUE,
-                              NORMAL_PRIORITY_CLASS | CREATE_UNICODE_ENVIRONMENT | flags, environment.data(),
-                              nullptr, &startup.StartupInfo, &created) != FALSE;
-    };
-    if (!attribute.Usable() || !start(EXTENDED_STARTUPINFO_PRESENT)) {
-        startup.StartupInfo.cb = sizeof startup.StartupInfo;
-        if (!start(0))
-            return 0;  // where the system denies the job, a child outside of it is better than none
+ChildEnd ChildRunner::Run(const ChildArguments& arguments, const std::function<bool()>& stop) const {
+    Child child;
+    // That such a file counts as converted is this program's long-standing rule, which scripts rely on.
+    if (!child.Start(request_, arguments, nowhere_.get())) return {ChildEnd::Kind::NotStarted, kResultOk, {}};
+    const ULONGLONG started = GetTickCount64();
+    const ULONGLONG limit = request_.secondsPerFile * 1000ULL;
+    while (child.Runs()) {
+        const bool late = limit != 0 && GetTickCount64() - started >= limit;
+        if (late || stop()) {
+            child.Kill();
+            if (child.End().kind == ChildEnd::Kind::Finished) break;  // it was over already
+            return {late ? ChildEnd::Kind::TimedOut : ChildEnd::Kind::Stopped, kResultFailed, {}};
+        }
+        Sleep(kPollMilliseconds);
     }
-    const UniqueHandle process(created.hProcess);
-    const UniqueHandle thread(created.hThread);
-    while (StillRunning(process.get())) Sleep(kPollMilliseconds);
-    DWORD exitCode = 0;
-    GetExitCodeProcess(process.get(), &exitCode);
-    return static_cast<int>(exitCode);
+    return child.End();
 }
 
 }  // namespace morvex

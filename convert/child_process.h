@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "convert/conversion_request.h"
@@ -19,30 +20,41 @@ struct ChildArguments {
 // system's splitting rules give back the very same texts.
 std::wstring ChildCommandLine(const std::wstring& program, const ChildArguments& arguments);
 
-// Variables of a child's environment.
+// Variables of a child's environment, beside that of its result channel.
 // The formats to convert between (filter texts, or display names for whoever starts it by hand), so that a
 // change of the settings while a run is under way cannot reach it. Without them it takes the settings'.
 inline constexpr wchar_t kFormatInVariable[] = L"MORVEX_FORMAT_IN";
 inline constexpr wchar_t kFormatOutVariable[] = L"MORVEX_FORMAT_OUT";
 // Tells the conversion library in a child that it is not alone on the machine.
 inline constexpr wchar_t kSideBySideVariable[] = L"MORVEX_SIDE_BY_SIDE";
-// The process is a child of a run: its arguments are those of ChildArguments, to be taken as they stand.
-inline constexpr wchar_t kChildOfRunVariable[] = L"MORVEX_CHILD_OF_RUN";
 
-// Starts children of this program and waits for them. Everything they start dies with this object, and with
-// this process however it ends. Run may be called from several threads at once.
+// How a conversion in a child ended.
+struct ChildEnd {
+    enum class Kind {
+        Finished,    // it told its result
+        Died,        // it ended without a word
+        NotStarted,  // the system could not start it
+        Stopped,     // ended on request
+        TimedOut,    // ended because it took too long
+        Abandoned,   // it cannot use the library
+    };
+    Kind kind;
+    int result;            // what the row shows: of a child that died never 0
+    std::wstring message;  // of an Abandoned one, what to tell the user
+};
+
+// Starts children of this program and waits for them. A child, and everything it starts, dies with its Run,
+// and with this process however it ends. Run may be called from several threads at once.
 class ChildRunner {
   public:
     explicit ChildRunner(const ConversionRequest& request);
 
-    // Converts one file in a child and returns its exit code. A child that cannot be started counts as 0:
-    // that is this program's long-standing rule, which scripts around it rely on.
-    int Run(const ChildArguments& arguments) const;
+    // Converts one file in a child and waits for its end, or ends it when `stop` says so.
+    ChildEnd Run(const ChildArguments& arguments, const std::function<bool()>& stop) const;
 
   private:
-    std::wstring program_;
-    std::wstring environment_;
-    UniqueHandle job_;
+    const ConversionRequest& request_;
+    UniqueHandle nowhere_;  // the children's output: nobody may be reading what this process was given
 };
 
 }  // namespace morvex

@@ -1,5 +1,6 @@
 #include "convert/conversion_library.h"
 
+#include "convert/crash_guard.h"
 #include "core/text_catalogue.h"
 
 namespace morvex {
@@ -8,14 +9,31 @@ ConversionLibrary::ConversionLibrary(const std::wstring& path)
     : module_(LoadLibraryExW(path.c_str(), nullptr,
                              LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32)) {}
 
+namespace {
+
+// All that a version query does with the library, in the shape that the guard can call.
+struct VersionQuestion {
+    const std::wstring& path;
+    std::optional<LibraryVersion> answer;
+
+    static int Ask(void* question) {
+        auto& self = *static_cast<VersionQuestion*>(question);
+        const ConversionLibrary library(self.path);
+        const LibraryNumber version = library.NumberEntry("_zelGetVersion");
+        const LibraryNumber release = library.NumberEntry("_zelGetRelease");
+        const LibraryNumber isNative = library.NumberEntry("_zelIsZelVersion");
+        if (version && release)
+            self.answer = LibraryVersion{version(), release(), isNative && isNative() != 0};
+        return 0;
+    }
+};
+
+}  // namespace
+
 std::optional<LibraryVersion> LibraryVersion::Query(const std::wstring& libraryPath) {
-    using Ask = int (*)();
-    const ConversionLibrary library(libraryPath);
-    const Ask version = library.Entry<Ask>("_zelGetVersion");
-    const Ask release = library.Entry<Ask>("_zelGetRelease");
-    const Ask isNative = library.Entry<Ask>("_zelIsZelVersion");
-    if (!version || !release) return std::nullopt;
-    return LibraryVersion{version(), release(), isNative && isNative() != 0};
+    VersionQuestion question{libraryPath, {}};
+    if (CallGuarded(VersionQuestion::Ask, &question).fault) return std::nullopt;
+    return question.answer;
 }
 
 std::wstring LibraryVersion::VersionText() const {

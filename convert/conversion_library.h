@@ -18,6 +18,8 @@ using ZelConvert = int (*)(int inputFormat, int outputFormat, const wchar_t* inp
                            ProgressCallback progress, int parallel, void* reserved, int option,
                            int traceLevel, int reserved2, int runSize);
 
+using LibraryNumber = int (*)();
+
 // One loading of the library; unloaded with the object.
 class ConversionLibrary {
   public:
@@ -30,8 +32,10 @@ class ConversionLibrary {
     ZelConvert ConvertEntry() const { return Entry<ZelConvert>("_zelConvert"); }  // null when not offered
     bool HasExecute() const { return Entry<void (*)()>("_zel_Execute") != nullptr; }
 
+    // Of "_zelGetVersion" and the like; null when not offered.
+    LibraryNumber NumberEntry(const char* name) const { return Entry<LibraryNumber>(name); }
+
   private:
-    friend struct LibraryVersion;
     template <class Function>
     Function Entry(const char* name) const {
         return module_
@@ -47,8 +51,8 @@ struct LibraryVersion {
     int release = 0;  // 20240930 is a date; up to 9999 a plain number
     bool nativeEdition = false;
 
-    // Loads the library, asks and unloads it. Nothing when it cannot be loaded or has no version entry
-    // points.
+    // Loads the library, asks and unloads it. Nothing when it cannot be loaded, has no version entry points,
+    // or fails in them.
     static std::optional<LibraryVersion> Query(const std::wstring& libraryPath);
 
     std::wstring VersionText() const;  // "2024.4"

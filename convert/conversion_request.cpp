@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "convert/output_naming.h"
 #include "win/paths.h"
 
 namespace morvex {
@@ -22,17 +21,10 @@ ConversionRequest MakeRequest(const AppContext& context, ConversionFormats forma
     request.guarded = !settings.disableGuard.Get();
     request.developerMode = settings.developerMode.Get();
     request.multiprocess = settings.multiprocess.Get();
+    request.secondsPerFile = settings.secondsPerFile.Get();
     request.healing = settings.healing.Get() ? 1 : 0;
     request.text = context.text;
     return request;
-}
-
-ConversionJob MakeJob(ConversionRequest request, std::vector<SourceFile> files) {
-    ConversionJob job;
-    job.outputs = PlanOutputs(files, request);
-    job.files = std::move(files);
-    job.request = std::move(request);
-    return job;
 }
 
 }  // namespace morvex

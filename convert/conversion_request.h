@@ -25,12 +25,13 @@ struct ConversionRequest {
     std::wstring configFile;
     std::wstring schemaFolder;
     std::wstring libraryPath;
-    std::wstring userFolder;
-    std::wstring program;   // started for each file of a multiprocess run
-    std::wstring crashLog;  // empty: none is kept
-    bool guarded = true;    // library faults are caught
+    std::wstring userFolder;  // told to children; empty: they find it themselves
+    std::wstring program;     // started for each file of a multiprocess run
+    std::wstring crashLog;    // empty: none is kept
+    bool guarded = true;      // library faults are caught
     bool developerMode = false;
-    bool multiprocess = false;  // each file in a child process, as many at once as there are processors
+    bool multiprocess = false;    // each file in a child process, as many at once as there are processors
+    unsigned secondsPerFile = 0;  // a child that takes longer is ended; 0: none is
     int healing = 0;
     TextCatalogue text;
 };
@@ -39,13 +40,10 @@ struct ConversionRequest {
 struct ConversionJob {
     ConversionRequest request;
     std::vector<SourceFile> files;
-    std::vector<std::wstring> outputs;  // for each file the path to write, see output_naming.h
+    std::optional<std::wstring> output;  // where the only file goes; nothing: the run plans the outputs
 };
 
 // A request between these formats with the folders and switches of the settings.
 ConversionRequest MakeRequest(const AppContext& context, ConversionFormats formats, std::wstring configFile);
-
-// Builds all output paths.
-ConversionJob MakeJob(ConversionRequest request, std::vector<SourceFile> files);
 
 }  // namespace morvex

@@ -1,59 +1,26 @@
 #include "convert/conversion_run.h"
 
-#include <algorithm>
 #include <atomic>
 #include <ctime>
+#include <exception>
 #include <memory>
 #include <mutex>
 #include <omp.h>
+#include <optional>
+#include <utility>
 
 #include "convert/child_process.h"
-#include "convert/conversion_library.h"
-#include "convert/crash_guard.h"
 #include "convert/crash_log.h"
 #include "convert/elapsed_text.h"
+#include "convert/in_process.h"
+#include "convert/output_plan.h"
+#include "convert/output_watch.h"
 #include "res/string_ids.h"
+#include "win/file_identity.h"
 #include "win/paths.h"
 
 namespace morvex {
 namespace {
-
-// Where the library's call-back finds the observer of the conversion that this process is making: it carries
-// no context. There is at most one such conversion at a time.
-struct ProgressTarget {
-    RunObserver& observer;
-    std::exception_ptr failure;  // what left the observer; it must not cross the library's frames
-};
-std::atomic<ProgressTarget*> progressTarget = nullptr;
-
-void OnLibraryProgress(const int* phase, const int* percent) {
-    ProgressTarget* const target = progressTarget;
-    if (!phase || !percent || *phase < 1 || !target) return;
-    try {
-        target->observer.OnProgress(std::clamp(*percent, 0, 100));
-    } catch (...) {
-        target->failure = std::current_exception();
-    }
-}
-
-// The library's call with its arguments, in the shape that the guard can call.
-struct LibraryCall {
-    ZelConvert convert;
-    const ConversionRequest& request;
-    std::wstring input;
-    const std::wstring& output;
-    int runSize;
-
-    int operator()() const {
-        constexpr int kAlone = 0;  // a multiprocess run makes no call in this process
-        const ConversionFormats& formats = request.formats;
-        const int option = formats.InProgressGroup() ? 1 : request.developerMode ? request.healing : 0;
-        return convert(formats.inputCode, formats.outputCode, input.c_str(), output.c_str(),
-                       request.configFile.c_str(), request.schemaFolder.c_str(), OnLibraryProgress, kAlone,
-                       nullptr, option, request.developerMode ? -5 : 0, 0, runSize);
-    }
-    static int Invoke(void* call) { return (*static_cast<const LibraryCall*>(call))(); }
-};
 
 std::wstring MessageOf(const std::exception_ptr& failure) {
     try {
@@ -66,6 +33,12 @@ std::wstring MessageOf(const std::exception_ptr& failure) {
     }
 }
 
+// How one file's conversion ended.
+struct FileEnd {
+    RowStatus status;
+    bool whole = true;  // it came to its end: what lies at the output is what the library meant to leave
+};
+
 class Run {
   public:
     Run(const ConversionJob& job, RunObserver& observer)
@@ -76,6 +49,7 @@ class Run {
           log_(request_.crashLog),
           states_(count_, RowState::Idle) {
         if (request_.multiprocess) children_ = std::make_unique<ChildRunner>(request_);
+        if (!job.output) plan_ = std::make_unique<OutputPlan>(job.files, request_);
     }
 
     RunOutcome ConvertAll() {
@@ -88,7 +62,9 @@ class Run {
         if (failure_) Abandon(MessageOf(failure_));
         TellRowsLeft();
         if (request_.developerMode) {
-            observer_.OnStatus(count_, {RowState::Idle, kResultOk, kStatusNone + Format(L" [%g]", seconds_)});
+            RowStatus total;
+            total.text += Format(L" [%g]", seconds_);
+            observer_.OnStatus(count_, total);
         }
         log_.RunEnds();
         return outcome_;
@@ -107,80 +83,100 @@ class Run {
     }
 
     void Convert(size_t row) {
-        std::unique_ptr<ConversionLibrary> library;
-        if (!children_) {
-            library = std::make_unique<ConversionLibrary>(request_.libraryPath);
-            if (!Usable(*library)) return;
-        }
-        const SourceFile& source = job_.files[row];
-        const std::wstring input = JoinPath(source.folder, source.name);
-        Tell(row, StatusOfState(RowState::Running, request_.text));
+        const std::wstring input = WithLongPrefix(JoinPath(job_.files[row].folder, job_.files[row].name));
+        const std::wstring output = job_.output ? *job_.output : plan_->Claim(row);
+        RowStatus status = StatusOfState(RowState::Running, request_.text);
+        status.output = output;
+        Tell(row, status);
         log_.FileStarts(input);
+        const OutputWatch watch(output);
         const std::clock_t start = std::clock();
-        int result = kResultCannotWrite;
+        std::optional<FileEnd> end;
         // However the paths are spelled, the input is never written.
-        if (!SameFile(job_.outputs[row], input)) {
-            result =
-                children_
-                    ? children_->Run({input, job_.outputs[row], request_.configFile, request_.schemaFolder})
-                    : CallLibrary(*library, row, input);
+        if (SameFile(output, input))
+            end = FileEnd{Status(kResultCannotWrite)};
+        else
+            end = children_ ? ConvertInChild(input, output) : ConvertHere(row, input, output);
+        if (!end) return;  // the run is abandoned
+        if (!end->whole) watch.RemoveHalfWritten();
+        if (end->status.state != RowState::Converted) {
+            watch.RemoveStaleReport();
+            end->status.reason = watch.ReadReason();
         }
-        Finish(row, result, (std::clock() - start) / CLOCKS_PER_SEC);
+        end->status.output = output;
+        Finish(row, std::move(end->status), (std::clock() - start) / CLOCKS_PER_SEC);
     }
 
-    // A library that cannot be used ends the whole run.
-    bool Usable(const ConversionLibrary& library) {
-        const bool progressGroup = request_.formats.InProgressGroup();
-        if (library.Loaded() && (progressGroup || library.ConvertEntry() || library.HasExecute()))
-            return true;
-        std::wstring message;
-        if (!library.Loaded()) {
-            const std::wstring name =
-                progressGroup ? std::wstring(FileNameOf(request_.libraryPath)) : request_.libraryPath;
-            message = request_.text(IDS_COMPONENT_MISSING) + L" : " + name;
+    std::optional<FileEnd> ConvertInChild(const std::wstring& input, const std::wstring& output) {
+        const ChildEnd end = children_->Run({input, output, request_.configFile, request_.schemaFolder},
+                                            [this] { return observer_.StopRequested(); });
+        switch (end.kind) {
+            case ChildEnd::Kind::NotStarted:
+                TellNotStarted();
+                break;
+            case ChildEnd::Kind::Stopped:
+                return FileEnd{StatusOfState(RowState::Stopped, request_.text), false};
+            case ChildEnd::Kind::TimedOut: {
+                FileEnd late{Status(end.result), false};
+                late.status.text = request_.text(IDS_TIME_LIMIT);
+                return late;
+            }
+            case ChildEnd::Kind::Abandoned:
+                Abandon(end.message);
+                return std::nullopt;
+            default:
+                break;
         }
-        Abandon(message);
-        return false;
+        return FileEnd{Status(end.result), end.kind != ChildEnd::Kind::Died};
     }
 
+    // Children that cannot be started leave the user with rows that read as converted. When the reason is
+    // that the program's file has gone, no other child can be started either.
+    void TellNotStarted() {
+        if (!PathExists(request_.program))
+            Abandon(request_.text(IDS_COMPONENT_MISSING) + L" : " + request_.program);
+        const std::lock_guard lock(mutex_);
+        ++outcome_.notStarted;
+    }
+
+    std::optional<FileEnd> ConvertHere(size_t row, const std::wstring& input, const std::wstring& output) {
+        using Library = InProcessResult::Library;
+        constexpr size_t kMarkedPosition = 33;  // the library expects its mark there too
+        const bool marked = row == 0 || row == kMarkedPosition || row + 1 == count_;
+        const int files = static_cast<int>(count_);
+        const InProcessResult end = ConvertInProcess(request_, input, output, marked ? -files : files,
+                                                     [this](int percent) { observer_.OnProgress(percent); });
+        if (end.library == Library::NotLoaded) {
+            const std::wstring name = request_.formats.InProgressGroup()
+                                          ? std::wstring(FileNameOf(request_.libraryPath))
+                                          : request_.libraryPath;
+            Abandon(request_.text(IDS_COMPONENT_MISSING) + L" : " + name);
+        }
+        if (end.library == Library::WithoutEntries) Abandon({});
+        if (end.library != Library::Usable) return std::nullopt;
+        if (end.crashed) log_.FileCrashed();
+        return FileEnd{Status(end.result), !end.crashed};
+    }
+
+    RowStatus Status(int result) const {
+        return StatusOfResult(result, request_.text, request_.developerMode);
+    }
+
+    // The first reason stands.
     void Abandon(const std::wstring& message) {
         const std::lock_guard lock(mutex_);
         ended_ = true;
+        if (outcome_.abandoned) return;
         outcome_.abandoned = true;
-        outcome_.lastResult = kResultFailed;
         outcome_.message = message;
     }
 
-    int CallLibrary(const ConversionLibrary& library, size_t row, const std::wstring& input) {
-        constexpr size_t kMarkedPosition = 33;  // the library expects its mark there too
-        if (!library.ConvertEntry()) return kResultFailed;
-        const bool marked = row == 0 || row == kMarkedPosition || row + 1 == count_;
-        const int files = static_cast<int>(count_);
-        LibraryCall call{library.ConvertEntry(), request_, input, job_.outputs[row], marked ? -files : files};
-        ProgressTarget target{observer_, nullptr};
-        progressTarget = &target;
-        int result = kResultFailed;
-        if (request_.guarded) {
-            const GuardedResult guarded = CallGuarded(LibraryCall::Invoke, &call);
-            if (guarded.fault)
-                log_.FileCrashed();
-            else
-                result = guarded.value;
-        } else {
-            result = call();
-        }
-        progressTarget = nullptr;
-        if (target.failure) std::rethrow_exception(target.failure);
-        return result;
-    }
-
-    void Finish(size_t row, int result, long seconds) {
-        RowStatus status = StatusOfResult(result, request_.text, request_.developerMode);
+    void Finish(size_t row, RowStatus status, long seconds) {
         if (request_.developerMode) status.text += ElapsedText(seconds);
         {
             const std::lock_guard lock(mutex_);
-            outcome_.lastResult = result;
-            outcome_.failed += result != kResultOk;
+            outcome_.lastResult = status.result;
+            outcome_.failed += status.state == RowState::Failed;
             seconds_ += static_cast<double>(seconds);
         }
         Tell(row, status);
@@ -193,10 +189,9 @@ class Run {
 
     // After a run that ended before its time.
     void TellRowsLeft() {
+        if (outcome_.abandoned) outcome_.lastResult = kResultFailed;
         for (size_t row = 0; row < count_; ++row) {
-            if (states_[row] == RowState::Running)
-                Tell(row, StatusOfResult(kResultFailed, request_.text, request_.developerMode));
-            else if (states_[row] == RowState::Idle)
+            if (states_[row] == RowState::Idle || states_[row] == RowState::Running)
                 Tell(row, StatusOfState(RowState::NotConverted, request_.text));
         }
     }
@@ -207,6 +202,7 @@ class Run {
     const size_t count_;
     CrashLog log_;
     std::unique_ptr<ChildRunner> children_;  // only in a multiprocess run
+    std::unique_ptr<OutputPlan> plan_;       // unless the job names the output
     std::vector<RowState> states_;           // each row is one worker's at a time
 
     std::atomic<bool> ended_ = false;

@@ -29,6 +29,7 @@ struct RunOutcome {
     bool abandoned = false;  // the run ended before its time: the library is not usable, or memory ran out
     std::wstring message;    // what to tell the user of an abandoned run; may be empty
     size_t failed = 0;       // files that ended with another result than 0
+    size_t notStarted = 0;   // files that count as converted though their child could not be started
 };
 
 // Converts the job's files and returns when all are done. Runs on the caller's thread and, in a multiprocess

@@ -1,18 +1,25 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "convert/conversion_request.h"
 
 namespace morvex {
 
-// The output path of one file by the request alone, with the long-path prefix where it needs one.
-std::wstring OutputPath(const SourceFile& source, const ConversionRequest& request);
+// An output path in its parts, so that a number or "-zel" can go between name and extension.
+struct OutputName {
+    std::wstring folder;
+    std::wstring base;
+    std::wstring extension;
 
-// The output paths of a whole list. No two are equal and none is one of the inputs (without regard to case):
-// where the request gives a name that is taken, " (2)", " (3)"... goes before the extension, in list order.
-std::vector<std::wstring> PlanOutputs(const std::vector<SourceFile>& sources,
-                                      const ConversionRequest& request);
+    // The path, with the long-path prefix where it needs one; " (2)", " (3)"... before the extension.
+    std::wstring Path(int number = 1) const;
+};
+
+// How the request names the output of one file, whatever other files there are.
+OutputName NameOutput(const SourceFile& source, const ConversionRequest& request);
+
+// The path as its reader would write it: without the prefix of long paths.
+std::wstring WithoutLongPrefix(std::wstring_view path);
 
 }  // namespace morvex

@@ -18,7 +18,7 @@ int ResultTextId(int result) {
         {kResultCannotWrite, IDS_RESULT_CANNOT_WRITE_OUTPUT},
         {-27, IDS_RESULT_VERSION_NOT_SUPPORTED},
         {-28, IDS_RESULT_NO_FILE},
-        {-29, IDS_RESULT_UNKNOWN_TYPE},
+        {kResultUnknownType, IDS_RESULT_UNKNOWN_TYPE},
         {-30, IDS_RESULT_UNKNOWN_TYPE},
         {-31, IDS_RESULT_CORRUPTED},
         {-32, IDS_RESULT_EMPTY_FILE},
@@ -34,22 +34,24 @@ int ResultTextId(int result) {
 }  // namespace
 
 RowStatus StatusOfState(RowState state, const TextCatalogue& text) {
-    switch (state) {
-        case RowState::Running:
-            return {state, kResultOk, text(IDS_IN_PROGRESS)};
-        case RowState::Stopped:
-            return {state, kResultOk, text(IDS_STOPPED)};
-        case RowState::NotConverted:
-            return {state, kResultOk, text(IDS_NOT_CONVERTED)};
-        default:
-            return {};
+    RowStatus status;
+    status.state = state;
+    if (state == RowState::Running) status.text = text(IDS_IN_PROGRESS);
+    if (state == RowState::NotConverted) status.text = text(IDS_NOT_CONVERTED);
+    if (state == RowState::Stopped) {
+        status.text = text(IDS_STOPPED);
+        status.result = kResultFailed;
     }
+    return status;
 }
 
 RowStatus StatusOfResult(int result, const TextCatalogue& text, bool numberForKo) {
     const int id = ResultTextId(result);
-    return {result == kResultOk ? RowState::Converted : RowState::Failed, result,
-            id == IDS_RESULT_KO && numberForKo ? Format(L"%d", result) : text(id)};
+    RowStatus status;
+    status.state = result == kResultOk ? RowState::Converted : RowState::Failed;
+    status.result = result;
+    status.text = id == IDS_RESULT_KO && numberForKo ? Format(L"%d", result) : text(id);
+    return status;
 }
 
 }  // namespace morvex

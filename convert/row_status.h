@@ -9,6 +9,7 @@ namespace morvex {
 // Results of the conversion library that this program gives itself; the library has more (row_status.cpp).
 inline constexpr int kResultOk = 0;
 inline constexpr int kResultCannotWrite = -23;
+inline constexpr int kResultUnknownType = -29;
 inline constexpr int kResultFailed = 1;  // also: no entry point, a fault, an abandoned run
 
 // What a run has made of one file.
@@ -26,8 +27,10 @@ inline constexpr const wchar_t* kStatusNone = L"-";
 
 struct RowStatus {
     RowState state = RowState::Idle;
-    int result = kResultOk;           // of a file that was Converted or has Failed
+    int result = kResultOk;           // of a file that was begun
     std::wstring text = kStatusNone;  // as the list shows it
+    std::wstring output;              // the file that was written, or was to be; empty before a run
+    std::wstring reason;              // why it failed, in one line, where the library says so
 
     // The run is done with the row.
     bool Final() const { return state != RowState::Idle && state != RowState::Running; }

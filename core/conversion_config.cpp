@@ -13,7 +13,7 @@ ConversionFormats SavedFormats(const AppSettings& settings) {
 std::wstring GetConfigFilePath(AppContext& context, const ConversionFormats& formats) {
     std::wstring chosen = context.settings.configFilePath.Get();
     if (!chosen.empty() && PathExists(chosen)) return chosen;
-    context.settings.configFilePath.Set(L"");
+    if (!chosen.empty()) context.settings.configFilePath.Set(L"");
     if (context.settings.developerMode.Get() || formats.InProgressGroup())
         return context.folders.SharedConfig();
     const ConversionPair* pair = context.pairs.Find(formats.input, formats.output);
@@ -32,11 +32,7 @@ std::wstring PrepareConfigFile(AppContext& context, const ConversionFormats& for
 }
 
 bool WriteDefaultConfig(const std::wstring& path) {
-    if (path.empty() || PathExists(path)) return false;
-    for (const ConfigDefault& entry : kConfigDefaults) {
-        profile::WriteText(path, entry.section, entry.key, entry.value);
-    }
-    return true;
+    return !path.empty() && profile::Create(path, kConfigDefaults);
 }
 
 }  // namespace morvex

@@ -1,18 +1,14 @@
 #pragma once
 
+#include "win/profile.h"
+
 namespace morvex {
 
-// One key of a fresh conversion configuration file. Sections and keys are the library's vocabulary.
-struct ConfigDefault {
-    const wchar_t* section;
-    const wchar_t* key;
-    const wchar_t* value;
-};
-
-// In the order in which they are written. The odd spellings of MAXSIZE (1e50 as the library prints it) and of
+// The keys of a fresh conversion configuration file. Sections and keys are the library's vocabulary. In the
+// order in which they are written. The odd spellings of MAXSIZE (1e50 as the library prints it) and of
 // ANGULAR_TOL (ten degrees in radians, after a blank) are what the library expects to find.
 // clang-format off
-inline constexpr ConfigDefault kConfigDefaults[] = {
+inline constexpr profile::Entry kConfigDefaults[] = {
     {L"FILTRAGE DE DOMAINE", L"COURBE_LIM_3D", L"0"},
     {L"FILTRAGE DE DOMAINE", L"FILAIRE", L"0"},
     {L"FILTRAGE DE DOMAINE", L"FDT", L"0"},

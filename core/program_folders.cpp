@@ -44,7 +44,7 @@ ProgramFolders MakeProgramFolders(const std::wstring& program, const std::wstrin
 ProgramFolders PrepareProgramFolders() {
     const std::wstring program(FolderOf(ModulePath()));
     ProgramFolders folders = MakeProgramFolders(program, FindUserFolder(program));
-    if (!PathExists(folders.userSettings)) WriteTextFile(folders.userSettings, L"");
+    CreateTextFile(folders.userSettings, L"");
     return folders;
 }
 

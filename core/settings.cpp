@@ -7,15 +7,15 @@
 namespace morvex {
 
 std::wstring Setting::ReadText(const std::wstring& fallback) const {
-    return profile::ReadText(*file_, section_, key_, fallback);
+    return profile::ReadText(file_.path, section_, key_, fallback);
 }
 
 int Setting::ReadInt(int fallback) const {
-    return profile::ReadInt(*file_, section_, key_, fallback);
+    return profile::ReadInt(file_.path, section_, key_, fallback);
 }
 
 void Setting::Write(const std::wstring& value) const {
-    profile::WriteText(*file_, section_, key_, value);
+    profile::WriteText(file_.path, section_, key_, value);
 }
 
 void TextSetting::Set(const std::wstring& value) {
@@ -46,20 +46,16 @@ void FirstLaunchSetting::Load() {
 }
 
 AppSettings::AppSettings(const ProgramFolders& folders)
-    : user_(folders.userSettings),
-      installation_(folders.installationSettings),
+    : user_{folders.userSettings, all_},
+      installation_{folders.installationSettings, all_},
+      configuration_{L"", all_},
       sharedConfig_(folders.SharedConfig()) {}
 
 void AppSettings::Load() {
-    Setting* const beforeConfiguration[] = {
-        &outputFolder,    &inputFolder,     &formatIn,      &formatOut,        &configFilePath,
-        &firstLaunch,     &inputPathInName, &writeCrashLog, &healing,          &besideInput,
-        &disableGuard,    &developerMode,   &multiprocess,  &convertAtStartup, &loadLastState,
-        &addNativeFormat, &defaultTheme,    &developerTheme};
-    for (Setting* setting : beforeConfiguration) setting->Load();
-    FindConfiguration();
-    fillOverride.Load();
-    language.Load();
+    for (Setting* const setting : all_) {
+        setting->Load();
+        if (setting == &configFilePath) FindConfiguration();
+    }
     startedMultiprocess_ = multiprocess.Get();
 }
 
@@ -69,7 +65,7 @@ void AppSettings::SetFillOverride(bool on) {
 }
 
 void AppSettings::FindConfiguration() {
-    configuration_ = configFilePath.Get().empty() ? sharedConfig_ : configFilePath.Get();
+    configuration_.path = configFilePath.Get().empty() ? sharedConfig_ : configFilePath.Get();
 }
 
 }  // namespace morvex

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -12,12 +13,24 @@ struct Colour {
     bool operator==(const Colour&) const = default;
 };
 
+class Setting;
+
+// A file that settings lie in, and the list of all settings, in the order in which they are declared.
+struct SettingsFile {
+    std::wstring path;
+    std::vector<Setting*>& all;
+};
+
 // One stored value: read by Load, written to its file at once by Set. A failed write is ignored: the value
 // then lasts for this process only.
 class Setting {
   public:
-    Setting(const std::wstring& file, const wchar_t* section, const wchar_t* key)
-        : file_(&file), section_(section), key_(key) {}
+    Setting(const SettingsFile& file, const wchar_t* section, const wchar_t* key)
+        : file_(file), section_(section), key_(key) {
+        file.all.push_back(this);
+    }
+    Setting(const Setting&) = delete;
+    Setting& operator=(const Setting&) = delete;
     virtual ~Setting() = default;
     virtual void Load() = 0;
 
@@ -27,14 +40,14 @@ class Setting {
     void Write(const std::wstring& value) const;
 
   private:
-    const std::wstring* file_;  // owned by AppSettings
+    const SettingsFile& file_;  // owned by AppSettings
     const wchar_t* section_;
     const wchar_t* key_;
 };
 
 class TextSetting : public Setting {
   public:
-    TextSetting(const std::wstring& file, const wchar_t* section, const wchar_t* key, const wchar_t* fallback)
+    TextSetting(const SettingsFile& file, const wchar_t* section, const wchar_t* key, const wchar_t* fallback)
         : Setting(file, section, key), value_(fallback) {}
     const std::wstring& Get() const { return value_; }
     void Set(const std::wstring& value);
@@ -47,7 +60,7 @@ class TextSetting : public Setting {
 // "1" and "0" on disk; on only when the stored integer equals 1.
 class SwitchSetting : public Setting {
   public:
-    SwitchSetting(const std::wstring& file, const wchar_t* section, const wchar_t* key, bool fallback)
+    SwitchSetting(const SettingsFile& file, const wchar_t* section, const wchar_t* key, bool fallback)
         : Setting(file, section, key), value_(fallback) {}
     bool Get() const { return value_; }
     void Set(bool value);
@@ -57,10 +70,21 @@ class SwitchSetting : public Setting {
     bool value_;
 };
 
+// A whole number from 0 on; anything else counts as 0.
+class NumberSetting : public Setting {
+  public:
+    using Setting::Setting;
+    unsigned Get() const { return value_; }
+    void Load() override { value_ = static_cast<unsigned>(std::max(ReadInt(0), 0)); }
+
+  private:
+    unsigned value_ = 0;
+};
+
 // "red,green,blue"; a stored text without exactly three pieces leaves the built-in colour.
 class ColourSetting : public Setting {
   public:
-    ColourSetting(const std::wstring& file, const wchar_t* section, const wchar_t* key, Colour fallback)
+    ColourSetting(const SettingsFile& file, const wchar_t* section, const wchar_t* key, Colour fallback)
         : Setting(file, section, key), value_(fallback) {}
     Colour Get() const { return value_; }
     void Load() override;
@@ -83,10 +107,11 @@ class FirstLaunchSetting : public Setting {
 // All application settings: each line is one key with its file, section, default and meaning. Belongs to the
 // user-interface thread; runs get copies of what they need.
 class AppSettings {
+    std::vector<Setting*> all_;
     // Where the keys below lie. The configuration file's path is known once configFilePath has been read.
-    std::wstring user_;
-    std::wstring installation_;
-    std::wstring configuration_;
+    SettingsFile user_;
+    SettingsFile installation_;
+    SettingsFile configuration_;
     std::wstring sharedConfig_;
 
   public:
@@ -115,6 +140,7 @@ class AppSettings {
     SwitchSetting convertAtStartup  {installation_, L"General", L"ConvertAtStartup", false}; // developer mode: run as soon as the window is open
     SwitchSetting loadLastState     {installation_, L"General", L"LoadLastState", false};    // restore the last list and formats
     SwitchSetting addNativeFormat   {installation_, L"General", L"AddZelWbi", false};        // offer "NORWEND (*.wbi)" on both sides
+    NumberSetting secondsPerFile    {installation_, L"General", L"SecondsPerFile"};          // a child that takes longer is ended; 0: none is
     ColourSetting defaultTheme      {installation_, L"General", L"DefaultTheme", {43, 61, 79}};    // window colour
     ColourSetting developerTheme    {installation_, L"General", L"DeveloperTheme", {43, 80, 79}};  // window colour in developer mode
     SwitchSetting fillOverride      {configuration_, L"INTERNAL CONF", L"FILL_OVERRIDE", false};   // fill-override option of the library

@@ -33,12 +33,12 @@ void RepairSavedPair(AppContext& context) {
 
 }  // namespace
 
-void LoadState(AppContext& context) {
+void LoadState(AppContext& context, SavedPair pair) {
     context.settings.Load();
     RegisterProfiles(context);
     context.text.SetLanguage(context.settings.language.Get());
     if (context.settings.addNativeFormat.Get()) context.pairs.AddNativeFormat();
-    if (!context.settings.developerMode.Get()) RepairSavedPair(context);
+    if (pair == SavedPair::Repair && !context.settings.developerMode.Get()) RepairSavedPair(context);
 }
 
 }  // namespace morvex

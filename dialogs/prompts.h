@@ -6,11 +6,12 @@
 #include <string>
 #include <vector>
 
+#include "core/product.h"
 #include "win/file_dialogs.h"
 
 namespace morvex {
 
-inline constexpr wchar_t kMessageCaption[] = L"Morvex 2024";
+using product::kMessageCaption;
 
 // What the settings dialogs ask the user beyond their own controls; replaced where nobody is there to answer.
 struct Prompts {

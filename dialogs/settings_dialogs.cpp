@@ -24,7 +24,7 @@ constexpr wchar_t kNotInProfiles[] =
 void SayNoConfigFile(const AppContext& context, HWND parent, const Prompts& prompts) {
     const UINT style = MB_OK | MB_ICONWARNING;
     if (context.settings.developerMode.Get()) {
-        prompts.message(parent, kNotInProfiles, L"Morvex 2024 (Dev Mode)", style);
+        prompts.message(parent, kNotInProfiles, product::kDeveloperCaption, style);
     } else {
         prompts.message(parent, context.text(IDS_NO_SETTINGS), kMessageCaption, style);
     }

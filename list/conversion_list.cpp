@@ -74,12 +74,7 @@ std::vector<std::uint32_t> ConversionList::SortedOrder() const {
 void ConversionList::ResetStatuses() {
     for (const Entry& row : rows_) {
         row.texts->status = {};
-        row.texts->outputPath.clear();
     }
-}
-
-void ConversionList::SetOutputPaths(const std::vector<std::wstring>& paths) {
-    for (size_t i = 0; i < rows_.size(); ++i) rows_[i].texts->outputPath = paths[i];
 }
 
 std::vector<SourceFile> ConversionList::Sources() const {

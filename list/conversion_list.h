@@ -52,11 +52,8 @@ class ConversionList {
 
     void SetStatus(size_t row, RowStatus status) { rows_[row].texts->status = std::move(status); }
 
-    // Makes every row as it was before a run: status "-", no output path.
+    // Makes every row as it was before a run: status "-".
     void ResetStatuses();
-
-    // Gives row n the n-th path; as many as there are rows.
-    void SetOutputPaths(const std::vector<std::wstring>& paths);
 
     // The rows as a run takes them.
     std::vector<SourceFile> Sources() const;

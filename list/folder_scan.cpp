@@ -6,6 +6,7 @@
 #include <set>
 #include <utility>
 
+#include "win/file_identity.h"
 #include "win/paths.h"
 #include "win/unique_handle.h"
 
@@ -14,18 +15,9 @@ namespace {
 
 constexpr ULONGLONG kReportMs = 100;
 
-// Volume and file number: the same for every path that leads to a folder.
-using FolderId = std::pair<DWORD, std::uint64_t>;
-
-std::optional<FolderId> IdOf(std::wstring_view folder) {
-    // The backslash makes "C:" the drive's root and not the current folder on it.
-    const UniqueHandle handle =
-        OwnFile(CreateFileW(WithLongPrefix(std::wstring(folder) + L"\\").c_str(), FILE_READ_ATTRIBUTES,
-                            FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
-                            FILE_FLAG_BACKUP_SEMANTICS, nullptr));
-    BY_HANDLE_FILE_INFORMATION info;
-    if (!handle || !GetFileInformationByHandle(handle.get(), &info)) return std::nullopt;
-    return FolderId(info.dwVolumeSerialNumber, std::uint64_t{info.nFileIndexHigh} << 32 | info.nFileIndexLow);
+// The backslash makes "C:" the drive's root and not the current folder on it.
+std::optional<FileId> IdOf(std::wstring_view folder) {
+    return IdentityOf(JoinPath(folder, L""));
 }
 
 class FolderScan {
@@ -81,7 +73,7 @@ class FolderScan {
 
     // Whether a link leads to a folder that is none of those above it and that no other link led to.
     bool LeadsSomewhereNew(const std::wstring& link) {
-        const std::optional<FolderId> target = IdOf(link);
+        const std::optional<FileId> target = IdOf(link);
         if (!target) return false;
         for (std::wstring_view above = FolderOf(link); above.size() >= root_.size();
              above = FolderOf(above)) {
@@ -100,7 +92,7 @@ class FolderScan {
     const std::wstring_view inputFilterText_;
     const ScanReceiver& receive_;
     std::vector<OpenFolder> open_;
-    std::set<FolderId> linked_;
+    std::set<FileId> linked_;
     std::vector<ListRow> rows_;
     ULONGLONG reported_ = GetTickCount64();
 };

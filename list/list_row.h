@@ -24,7 +24,6 @@ struct ListRow {
     std::wstring size;    // made by FormatFileSize; "-" when it could not be read
     std::wstring folder;  // without the backslash (or slash) that joined it to the name
     RowStatus status;
-    std::wstring outputPath;  // the file that the last run wrote, or tried to; empty before a run
 
     const std::wstring& Text(ListColumn column) const;
     std::wstring FullPath() const;

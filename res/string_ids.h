@@ -101,7 +101,8 @@
 #define IDS_NO_SETTINGS 3027
 #define IDS_NOT_CONVERTED 3028  // status of a row after an abandoned or stopped run
 #define IDS_STOPPED 3029        // of a row that was being converted when the run was stopped
-#define IDS_TIME_LIMIT 3030     // of a row that took longer than a file may
+#define IDS_TIME_LIMIT 3045     // of a row that took longer than a file may
+#define IDS_NOT_STARTED 3046    // behind the run's summary: files whose process could not be started
 
 // Captions of the conversion settings dialogs, shared between them.
 #define IDS_CFG_TITLE_WRITE 3100

@@ -4,15 +4,10 @@
 #include <unordered_set>
 #include <vector>
 
+#include "convert/output_watch.h"
 #include "win/shell.h"
 
 namespace morvex {
-namespace {
-
-constexpr wchar_t kReportSuffix[] = L"-zel.xml";  // the conversion report beside an output
-
-}  // namespace
-
 void ListCommands::RemoveSelectedRows() {
     const ListView& view = control_.View();
     const std::vector<size_t> selected = view.SelectedRows();
@@ -72,9 +67,9 @@ void ListCommands::OpenResult(const NMITEMACTIVATE& click) {
     const ListRow& row = state_.list.Row(index);
     const ListColumn column = control_.ColumnAt(static_cast<int>(click.ptAction.x));
     if (column == ListColumn::Folder) return state_.prompts.open(state_.window, row.folder);
-    if (!row.status.Final() || row.outputPath.empty()) return;
+    if (!row.status.Final() || row.status.output.empty()) return;
     const std::wstring suffix = column == ListColumn::Status ? kReportSuffix : L"";
-    state_.prompts.open(state_.window, row.outputPath + suffix);
+    state_.prompts.open(state_.window, row.status.output + suffix);
 }
 
 }  // namespace morvex

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "convert/conversion_library.h"
+#include "core/product.h"
 #include "res/string_ids.h"
 #include "ui/context_menu.h"
 #include "ui/morvex_dlg_messages.h"
@@ -181,9 +182,8 @@ void CmorvexDlg::ApplyTexts() {
 std::wstring CmorvexDlg::Title() const {
     const auto library = LibraryVersion::Query(state_.context.folders.library);
     const std::wstring version =
-        library ? Format(L"%d.%d", library->version / 10, library->version % 10) : L"24.4";
-    const wchar_t* const name = settings_.developerMode.Get() ? L"Morvex 2024 64-bit DEV MODE       ("
-                                                              : L"Morvex 2024 64-bit        (";
+        library ? Format(L"%d.%d", library->version / 10, library->version % 10) : product::kVersion;
+    const wchar_t* const name = settings_.developerMode.Get() ? product::kDeveloperTitle : product::kTitle;
     return name + version + L")";
 }
 

@@ -34,6 +34,8 @@ class RunWorker : private RunObserver {
     void Start(ConversionJob job);
     // From Start until the outcome has been taken.
     bool Active() const { return thread_.joinable(); }
+    // The run begins no file any more and ends the children that run.
+    void Stop() { stop_ = true; }
     RunNews Take();
 
   private:

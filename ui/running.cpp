@@ -23,10 +23,8 @@ void Running::Start() {
     view_.Update();
     RedrawWindow(state_.window, nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN);
     const ConversionFormats formats = SavedFormats(context.settings);
-    ConversionJob job =
-        MakeJob(MakeRequest(context, formats, PrepareConfigFile(context, formats)), list.Sources());
+    ConversionJob job{MakeRequest(context, formats, PrepareConfigFile(context, formats)), list.Sources(), {}};
     list.ResetStatuses();
-    list.SetOutputPaths(job.outputs);
     view_.RedrawRows();
     if (formats.InProgressGroup() && !job.request.multiprocess) {
         const Colour theme = context.settings.Theme();
@@ -35,7 +33,7 @@ void Running::Start() {
     }
     worker_.Start(std::move(job));
     done_ = failed_ = 0;
-    ShowProgress(false);
+    ShowProgress(nullptr);
 }
 
 // What a busy run tells is shown at most 50 times a second.
@@ -56,16 +54,20 @@ void Running::OnNews() {
     if (news.percent && progress_) progress_->ShowPercent(*news.percent);
     done_ += news.done;
     failed_ += news.failed;
-    ShowProgress(news.outcome.has_value());
+    ShowProgress(news.outcome ? &*news.outcome : nullptr);
     if (news.outcome) OnEnded(*news.outcome);
 }
 
-void Running::ShowProgress(bool ended) {
+void Running::ShowProgress(const RunOutcome* outcome) {
     const int done = static_cast<int>(done_), failed = static_cast<int>(failed_);
     const int files = static_cast<int>(state_.list.Count());
     taskbar_.Show(done_, state_.list.Count(), failed_ > 0);
-    view_.ShowStatus(ended ? Format(state_.Text(IDS_RUN_SUMMARY).c_str(), done - failed, files, failed)
-                           : Format(state_.Text(IDS_RUN_PROGRESS).c_str(), done, files));
+    if (!outcome) return view_.ShowStatus(Format(state_.Text(IDS_RUN_PROGRESS).c_str(), done, files));
+    // Files whose child could not be started read as converted, but nobody has seen a result of them.
+    const int unknown = static_cast<int>(outcome->notStarted);
+    std::wstring text = Format(state_.Text(IDS_RUN_SUMMARY).c_str(), done - failed - unknown, files, failed);
+    if (unknown > 0) text += L", " + Format(state_.Text(IDS_NOT_STARTED).c_str(), unknown);
+    view_.ShowStatus(text);
 }
 
 void Running::OnEnded(const RunOutcome& outcome) {

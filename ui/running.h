@@ -28,7 +28,8 @@ class Running {
     }
 
   private:
-    void ShowProgress(bool ended);
+    // With the outcome of a run that has ended.
+    void ShowProgress(const RunOutcome* outcome);
     void OnEnded(const RunOutcome& outcome);
 
     WindowState& state_;

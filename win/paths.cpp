@@ -4,8 +4,6 @@
 
 #include <algorithm>
 
-#include "win/unique_handle.h"
-
 namespace morvex {
 namespace {
 
@@ -74,19 +72,6 @@ std::optional<std::uint64_t> FileSizeOf(const std::wstring& path) {
     if (!GetFileAttributesExW(WithLongPrefix(path).c_str(), GetFileExInfoStandard, &data))
         return std::nullopt;
     return std::uint64_t{data.nFileSizeHigh} << 32 | data.nFileSizeLow;
-}
-
-bool SameFile(const std::wstring& a, const std::wstring& b) {
-    const auto identify = [](const std::wstring& path, BY_HANDLE_FILE_INFORMATION& identity) {
-        constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-        const UniqueHandle file = OwnFile(CreateFileW(WithLongPrefix(path).c_str(), 0, kShareAll, nullptr,
-                                                      OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
-        return file && GetFileInformationByHandle(file.get(), &identity);
-    };
-    BY_HANDLE_FILE_INFORMATION first, second;
-    return identify(a, first) && identify(b, second) &&
-           first.dwVolumeSerialNumber == second.dwVolumeSerialNumber &&
-           first.nFileIndexHigh == second.nFileIndexHigh && first.nFileIndexLow == second.nFileIndexLow;
 }
 
 std::wstring ModulePath() {

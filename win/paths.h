@@ -38,9 +38,6 @@ bool FolderExists(const std::wstring& path);  // a folder of that name
 // Size in bytes from the file's attributes; nothing when they cannot be read.
 std::optional<std::uint64_t> FileSizeOf(const std::wstring& path);
 
-// True when both paths lead to one existing file, however they are spelled.
-bool SameFile(const std::wstring& a, const std::wstring& b);
-
 // Full path of the running program's own file.
 std::wstring ModulePath();
 

@@ -2,7 +2,38 @@
 
 #include <windows.h>
 
+#include "win/paths.h"
+#include "win/system_lock.h"
+
 namespace morvex::profile {
+namespace {
+
+constexpr wchar_t kWritersTurn[] = L"Local\\Morvex-profile";
+
+std::wstring TemporaryFor(const std::wstring& file) {
+    return file + L"." + std::to_wstring(GetCurrentProcessId()) + L".tmp";
+}
+
+bool WriteEntry(const std::wstring& file, const wchar_t* section, const wchar_t* key, const wchar_t* value) {
+    return WritePrivateProfileStringW(section, key, value, file.c_str()) != FALSE;
+}
+
+// Gives the finished file its name. Readers that are not this program's may keep the old one open for a
+// moment.
+bool PutInPlace(const std::wstring& temporary, const std::wstring& file, DWORD flags) {
+    constexpr int kTries = 50;
+    constexpr DWORD kBetweenTries = 10;  // milliseconds
+    for (int tries = 0; tries < kTries; ++tries) {
+        if (MoveFileExW(temporary.c_str(), file.c_str(), flags)) return true;
+        const DWORD error = GetLastError();
+        if (error != ERROR_SHARING_VIOLATION && error != ERROR_ACCESS_DENIED) break;
+        Sleep(kBetweenTries);
+    }
+    DeleteFileW(temporary.c_str());
+    return false;
+}
+
+}  // namespace
 
 std::wstring ReadText(const std::wstring& file, const wchar_t* section, const wchar_t* key,
                       const std::wstring& fallback, unsigned capacity) {
@@ -18,7 +49,27 @@ int ReadInt(const std::wstring& file, const wchar_t* section, const wchar_t* key
 
 bool WriteText(const std::wstring& file, const wchar_t* section, const wchar_t* key,
                const std::wstring& value) {
-    return WritePrivateProfileStringW(section, key, value.c_str(), file.c_str()) != FALSE;
+    const SystemLock turn(kWritersTurn);
+    const DWORD attributes = GetFileAttributesW(file.c_str());
+    const bool exists = attributes != INVALID_FILE_ATTRIBUTES;
+    if (exists && attributes & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY)) return false;
+    const std::wstring temporary = TemporaryFor(file);
+    if (exists && !CopyFileW(file.c_str(), temporary.c_str(), FALSE)) return false;
+    if (!WriteEntry(temporary, section, key, value.c_str())) {
+        DeleteFileW(temporary.c_str());
+        return false;
+    }
+    return PutInPlace(temporary, file, MOVEFILE_REPLACE_EXISTING);
+}
+
+bool Create(const std::wstring& file, std::span<const Entry> entries) {
+    const SystemLock turn(kWritersTurn);
+    if (PathExists(file)) return false;
+    const std::wstring temporary = TemporaryFor(file);
+    for (const Entry& entry : entries) {
+        if (!WriteEntry(temporary, entry.section, entry.key, entry.value)) return false;
+    }
+    return PutInPlace(temporary, file, 0);
 }
 
 std::vector<std::wstring> SectionNames(const std::wstring& file) {

@@ -115,13 +115,10 @@ std::vector<std::wstring_view> SplitLines(std::wstring_view text) {
     return lines;
 }
 
-bool WriteBytes(const std::wstring& path, std::string_view bytes) {
-    const std::wstring target = WithLongPrefix(path);
-    const DWORD attributes = GetFileAttributesW(target.c_str());
-    if (attributes != INVALID_FILE_ATTRIBUTES &&
-        (attributes & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY))) {
-        return false;
-    }
+namespace {
+
+// Written beside the target and then renamed.
+bool WriteWhole(const std::wstring& path, std::string_view bytes, DWORD moveFlags) {
     const std::wstring temporary =
         WithLongPrefix(path + L"." + std::to_wstring(GetCurrentProcessId()) + L".tmp");
     bool written = false;
@@ -130,9 +127,24 @@ bool WriteBytes(const std::wstring& path, std::string_view bytes) {
                                                       CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
         written = file && WriteAll(file.get(), bytes) && FlushFileBuffers(file.get());
     }
-    if (written && MoveFileExW(temporary.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING)) return true;
+    if (written && MoveFileExW(temporary.c_str(), WithLongPrefix(path).c_str(), moveFlags)) return true;
     DeleteFileW(temporary.c_str());
     return false;
+}
+
+}  // namespace
+
+bool WriteBytes(const std::wstring& path, std::string_view bytes) {
+    const DWORD attributes = GetFileAttributesW(WithLongPrefix(path).c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES &&
+        (attributes & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY))) {
+        return false;
+    }
+    return WriteWhole(path, bytes, MOVEFILE_REPLACE_EXISTING);
+}
+
+bool CreateTextFile(const std::wstring& path, std::wstring_view text) {
+    return !PathExists(path) && WriteWhole(path, std::string(kUtf16Mark) + Encode(text), 0);
 }
 
 bool WriteTextFile(const std::wstring& path, std::wstring_view text) {

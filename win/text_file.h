@@ -19,6 +19,10 @@ std::vector<std::wstring_view> SplitLines(std::wstring_view text);
 // leaves the old file as it was.
 bool WriteTextFile(const std::wstring& path, std::wstring_view text);
 
+// Makes a file of that name; false, and nothing touched, when there is one already. Of several processes that
+// do so at once one succeeds.
+bool CreateTextFile(const std::wstring& path, std::wstring_view text);
+
 // Appends to a file made by WriteTextFile, flushed to the system before it returns. False when it cannot.
 bool AppendTextFile(const std::wstring& path, std::wstring_view text);
 

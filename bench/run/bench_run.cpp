@@ -1,8 +1,8 @@
 // Figures of the run, as "name value" lines, times in milliseconds.
 //
 //   bench_run rows COUNT LIBRARY                        a run of so many rows in this process
-//   bench_run children COUNT PROGRAM FROM TO INPUT OUT  a multiprocess run of copies of one row, to
-//   OUT\<n>.out
+//   bench_run children COUNT PROGRAM FROM TO INPUT OUT  a multiprocess run of copies of one row, into
+//                                                       the folder OUT
 #include <windows.h>
 
 #include <cstdio>
@@ -41,8 +41,9 @@ int RunRows(int count, const std::wstring& library) {
     ConversionJob job;
     for (int i = 0; i < count; ++i) {
         job.files.push_back({L"C:\\in", std::to_wstring(i) + L".stp"});
-        job.outputs.push_back(L"C:\\out\\" + std::to_wstring(i) + L".stl");
     }
+    job.request.outputFolder = L"C:\\out";
+    job.request.formats.extension = L".stl";
     job.request.libraryPath = library;
     RunObserver nobody;
     const double loadStart = Now();
@@ -60,10 +61,8 @@ int RunChildren(int count, const std::vector<std::wstring>& arguments) {
     ConversionJob job;
     const std::wstring folder(FolderOf(arguments[6]));
     const std::wstring name(FileNameOf(arguments[6]));
-    for (int i = 0; i < count; ++i) {
-        job.files.push_back({folder, name});
-        job.outputs.push_back(arguments[7] + L"\\" + std::to_wstring(i) + L".out");
-    }
+    job.files.assign(static_cast<size_t>(count), {folder, name});
+    job.request.outputFolder = arguments[7];
     job.request.program = arguments[3];
     job.request.formats = LookUpFormats(arguments[4], arguments[5]);
     job.request.multiprocess = true;

@@ -127,8 +127,7 @@ bool AnsweringInARun(int rows) {
 // The run's child processes are this program again.
 int ConvertAsChild(const std::vector<std::wstring>& arguments) {
     AppContext context(Folders(std::wstring(FolderOf(ModulePath()))));
-    RunObserver nobody;
-    return RunConversions(MakeChildJob(context, arguments), nobody).lastResult;
+    return TakeChildRoad(context, arguments).exitCode;
 }
 
 }  // namespace

@@ -102,11 +102,9 @@ Outcome Supervise(const Request& request, const SupervisorOptions& options) {
     staging.Discard();
     record.Enter(Phase::Publish);
 
-    if (outcome.IsOk() && !request.picture.empty() && !WritePicture(request, record))
-        record.warnings.emplace_back("The picture could not be written");
     if (settings.writeReport && WorthReport(end, outcome.result)) {
         const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
-        WriteReport(request, {outcome, &record, seconds, end.peakMemory, settings.picture});
+        WriteReport(request, {outcome, &record, seconds, end.peakMemory});
     }
     return outcome;
 }

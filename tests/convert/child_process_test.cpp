@@ -3,6 +3,9 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cwchar>
+#include <functional>
 #include <gtest/gtest.h>
 #include <map>
 #include <mutex>
@@ -25,7 +28,9 @@ class LastStatus : public RunObserver {
         const std::lock_guard lock(mutex_);
         texts[row] = status.text;
     }
+    bool StopRequested() override { return stop && stop(); }
     std::map<size_t, std::wstring> texts;
+    std::function<bool()> stop;
 
   private:
     std::mutex mutex_;
@@ -35,8 +40,8 @@ ConversionJob Job(const std::vector<std::wstring>& names) {
     ConversionJob job;
     for (const std::wstring& name : names) {
         job.files.push_back({L"C:\\in dir", name});
-        job.outputs.push_back(L"C:\\out dir\\" + name + L".stl");
     }
+    job.request.outputFolder = L"C:\\out dir";
     job.request.formats =
         LookUpFormats(L"STEP (*.step;*.stp;*.stpz;*.stpx;*.stpxz;*.stpnc;*.stpa)", L"STL (*.stl)");
     job.request.configFile = L"C:\\my config\\c.zel";
@@ -110,7 +115,13 @@ TEST(ChildProcess, ExitCodesAndDeathsBecomeTheRowsText) {
         {L"{read}.stp", L"KO"},
         {L"{abort}.stp", L"KO"},
         {L"{fastfail}.stp", L"KO"},
-        {L"{overflow}.stp", L"KO"},
+        {L"{overflow=40}.stp", L"KO"},
+        {L"{overflow=900}.stp", L"KO"},
+        {L"{overflow=9000}.stp", L"KO"},
+        {L"{smash}.stp", L"KO"},
+        {L"{kill}.stp", L"KO"},
+        {L"{exit=0}.stp", L"KO"},
+        {L"{exitthread}.stp", L"KO"},
         {L"{throw}.stp", L"KO"},
         {L"{spew=4096}.stp", L"OK"},
         {L"{result=-32}.stp", L"Empty File"},
@@ -122,9 +133,18 @@ TEST(ChildProcess, ExitCodesAndDeathsBecomeTheRowsText) {
     for (size_t i = 0; i < names.size(); ++i) EXPECT_EQ(status.texts[i], cases[i].second) << i;
 
     ConversionJob unstartable = Job({L"a.stp", L"b.stp"});
-    unstartable.request.program = L"C:\\no such program.exe";
-    RunConversions(unstartable, status);
+    const test::TempFolder folder;
+    unstartable.request.program = folder / L"no program.exe";
+    test::WriteFileBytes(unstartable.request.program, "no program");
+    RunOutcome outcome = RunConversions(unstartable, status);
     EXPECT_EQ(status.texts[0] + status.texts[1], L"OKOK");  // the program's rule
+    EXPECT_EQ(outcome.notStarted, 2u);
+    EXPECT_FALSE(outcome.abandoned);
+    unstartable.request.program = L"C:\\no such program.exe";
+    outcome = RunConversions(unstartable, status);
+    EXPECT_EQ(status.texts[0], L"OK");
+    EXPECT_TRUE(outcome.abandoned);
+    EXPECT_EQ(outcome.message, L"A component is missing : C:\\no such program.exe");
 }
 
 TEST(ChildProcess, WorkersKeepTheLogAndTheTimesApart) {
@@ -138,14 +158,47 @@ TEST(ChildProcess, WorkersKeepTheLogAndTheTimesApart) {
     RunConversions(job, status);
     std::wstring text;
     ASSERT_TRUE(ReadTextFile(job.request.crashLog, text));
+    int sum = 0;
     for (size_t row = 0; row < job.files.size(); ++row) {
-        EXPECT_EQ(status.texts[row], L"OK [1 sec]");
+        int seconds = 0;  // how many, is the machine's affair
+        ASSERT_EQ(std::swscanf(status.texts[row].c_str(), L"OK [%d sec]", &seconds), 1) << row;
+        EXPECT_GE(seconds, 1);
+        sum += seconds;
         EXPECT_NE(
             text.find(L"C:\\in dir\\" + job.files[row].name + L"\nD\u00EF\u00BF\u00BDbut de traitement..."),
             text.npos);
     }
-    EXPECT_EQ(status.texts[job.files.size()], L"- [6]");
+    EXPECT_EQ(status.texts[job.files.size()], L"- [" + std::to_wstring(sum) + L"]");
     EXPECT_TRUE(text.ends_with(L"\nFin des conversions"));
+}
+
+// Children are ended, what they have begun to write goes; a call in this process comes to its end.
+TEST(ChildProcess, AStoppedRunLeavesNothingHalf) {
+    const LibraryLog log(L"output,sleep=600000");
+    const test::TempFolder folder;
+    ConversionJob job = Job({L"a.stp", L"b.stp", L"c.stp", L"d.stp"});
+    job.request.outputFolder = folder.Path();
+    LastStatus status;
+    std::atomic<bool> asked = false;
+    status.stop = [&] {
+        if (PathExists(folder / L"a.stl") && PathExists(folder / L"b.stl")) asked = true;
+        return asked.load();
+    };
+    omp_set_num_threads(2);
+    RunConversions(job, status);
+    EXPECT_EQ(status.texts,
+              (std::map<size_t, std::wstring>{
+                  {0, L"Stopped"}, {1, L"Stopped"}, {2, L"Not converted"}, {3, L"Not converted"}}));
+    EXPECT_FALSE(PathExists(folder / L"a.stl") || PathExists(folder / L"b.stl"));
+
+    const LibraryLog quick(L"output");
+    job.request.multiprocess = false;
+    job.request.libraryPath = LibraryLog::LibraryPath();
+    status.stop = [&] { return PathExists(folder / L"a.stl"); };
+    RunConversions(job, status);
+    EXPECT_EQ(status.texts[0], L"OK");
+    EXPECT_EQ(status.texts[1], L"Not converted");
+    EXPECT_TRUE(PathExists(folder / L"a.stl"));
 }
 
 TEST(ChildProcess, NothingItStartedOutlivesTheRun) {
@@ -184,17 +237,17 @@ TEST(ChildProcess, AwkwardNamesArriveUnchanged) {
     LastStatus status;
     const ConversionJob job = Job(list);
     RunConversions(job, status);
-    std::set<std::wstring> expected, inputs, outputs, expectedOutputs;
-    for (size_t i = 0; i < list.size(); ++i) {
-        expected.insert(job.files[i].folder + L"\\" + list[i]);
-        expectedOutputs.insert(WithLongPrefix(job.outputs[i]));
-    }
+    std::set<std::wstring> expected, inputs, outputs;
+    for (const std::wstring& name : list) expected.insert(WithLongPrefix(job.files[0].folder + L"\\" + name));
     for (const LibraryCall& call : log.Calls()) {
         inputs.insert(call.input);
         outputs.insert(call.output);
     }
     EXPECT_EQ(inputs, expected);
-    EXPECT_EQ(outputs, expectedOutputs);
+    EXPECT_EQ(outputs.size(), list.size());
+    EXPECT_TRUE(outputs.contains(L"C:\\out dir\\CASE (2).stl"));
+    EXPECT_TRUE(outputs.contains(L"C:\\out dir\\\u05E9\u05DC\u05D5\u05DD.stl"));
+    EXPECT_TRUE(outputs.contains(WithLongPrefix(L"C:\\out dir\\" + std::wstring(390, L'l') + L".stl")));
 }
 
 TEST(ChildProcess, CommandLineSplitsBackIntoItsArguments) {

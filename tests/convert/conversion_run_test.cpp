@@ -43,10 +43,9 @@ ConversionJob Job(const std::vector<std::wstring>& names,
     ConversionJob job;
     for (const std::wstring& name : names) {
         job.files.push_back({L"C:\\in", name});
-        job.outputs.push_back(L"C:\\out\\" + name + L".stl");
     }
-    job.request.formats.inputCode = 4;
-    job.request.formats.outputCode = 22;
+    job.request.formats = {L"", L"", 4, 22, L".stl"};
+    job.request.outputFolder = L"C:\\out";
     job.request.configFile = L"C:\\conf dir\\c.zel";
     job.request.schemaFolder = L"C:\\schema";
     job.request.libraryPath = library;
@@ -75,7 +74,7 @@ TEST(ConversionRun, CallsTheLibraryAsItExpects) {
     EXPECT_EQ(calls[0].inputFormat, 4);
     EXPECT_EQ(calls[0].outputFormat, 22);
     EXPECT_EQ(calls[0].input, L"C:\\in\\a b.stp");
-    EXPECT_EQ(calls[0].output, L"C:\\out\\a b.stp.stl");
+    EXPECT_EQ(calls[0].output, L"C:\\out\\a b.stl");
     EXPECT_EQ(calls[0].config, L"C:\\conf dir\\c.zel");
     EXPECT_EQ(calls[0].schema, L"C:\\schema");
     const auto tail = [](const LibraryCall& c) {
@@ -148,16 +147,21 @@ TEST(ConversionRun, SurvivesFaultsOfTheLibrary) {
     const LibraryLog log;
     const TempFolder folder;
     Recorder recorder;
-    ConversionJob job = Job({L"{read}.stp", L"{overflow}.stp", L"{throw}.stp", L"{overflow}2.stp",
-                             L"{write}.stp", L"{raise}.stp", L"good.stp"});
+    const std::vector<std::wstring> faults = {
+        L"{read}.stp",         L"{overflow=40}.stp",   L"{throw}.stp",         L"{overflow=300}.stp",
+        L"{overflow=900}.stp", L"{overflow=3000}.stp", L"{overflow=9000}.stp", L"{write}.stp",
+        L"{raise}.stp",        L"{exitthread}.stp",    L"{output,read}.stp"};
+    std::vector<std::wstring> names = faults;
+    names.push_back(L"good.stp");
+    ConversionJob job = Job(names);
     job.request.crashLog = folder / L"LogFileIfCrash.txt";
     const RunOutcome outcome = RunConversions(job, recorder);
-    EXPECT_EQ(outcome.failed, 6u);
+    EXPECT_EQ(outcome.failed, faults.size());
     EXPECT_EQ(outcome.lastResult, 0);
-    for (size_t row = 0; row < 6; ++row) EXPECT_EQ(recorder.Last(row), L"KO") << row;
-    EXPECT_EQ(recorder.Last(6), L"OK");
+    for (size_t row = 0; row < faults.size(); ++row) EXPECT_EQ(recorder.Last(row), L"KO") << row;
+    EXPECT_EQ(recorder.Last(faults.size()), L"OK");
 
-    std::wstring expected = L"Nombre de fichiers \u00EF\u00BF\u00BD convertir: 7\r\n\r\n";
+    std::wstring expected = L"Nombre de fichiers \u00EF\u00BF\u00BD convertir: 12\r\n\r\n";
     for (const SourceFile& file : job.files) {
         expected += L"C:\\in\\" + file.name + L"\r\nD\u00EF\u00BF\u00BDbut de traitement...";
         if (file.name != L"good.stp") expected += L"Crash!!!\r\n";
@@ -196,6 +200,18 @@ TEST(ConversionRun, IsAbandonedWithoutAUsableLibrary) {
         EXPECT_EQ(recorder.Last(0), c.status);
         EXPECT_EQ(recorder.Last(1), c.status);
     }
+}
+
+TEST(ConversionRun, SaysTheReasonOfItsOwnReport) {
+    const LibraryLog log;
+    const TempFolder folder;
+    Recorder recorder;
+    ConversionJob job = Job({L"{report,result=-5}.stp", L"{result=-6}.stp"});
+    job.request.outputFolder = folder.Path();
+    test::WriteFileBytes(folder / L"{result=-6}.stl-zel.xml", "<reason>another day</reason>");
+    RunConversions(job, recorder);
+    EXPECT_EQ(recorder.last[0].reason, L"1 < 2 &amp;");
+    EXPECT_EQ(recorder.last[1].reason, L"");
 }
 
 TEST(ConversionRun, ClampsProgressAndStopsOnRequest) {

@@ -1,6 +1,11 @@
 #include "convert/output_naming.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
+#include <memory>
+
+#include "convert/output_plan.h"
+#include "tests/support/temp_folder.h"
 
 namespace morvex {
 namespace {
@@ -47,30 +52,34 @@ TEST(OutputNaming, FollowsTheRules) {
         {{L"C:\\in", L"part.stp"}, To(L""), L"C:\\in\\part"},
         {{L"C:\\in", L"\u90E8\u54C1 \U0001F600.stp"}, To(L".stl"), L"C:\\in\\\u90E8\u54C1 \U0001F600.stl"},
     };
-    for (const auto& c : cases) EXPECT_EQ(OutputPath(c.source, c.request), c.expected);
+    for (const auto& c : cases) EXPECT_EQ(NameOutput(c.source, c.request).Path(), c.expected);
 }
 
 TEST(OutputNaming, PrefixesPathsOfMoreThan259Characters) {
     const auto withLength = [](size_t length) {
         const std::wstring frame = L"C:\\.stl";
-        return OutputPath({L"C:\\", std::wstring(length - frame.size(), L'x') + L".stp"}, To(L".stl"));
+        return NameOutput({L"C:\\", std::wstring(length - frame.size(), L'x') + L".stp"}, To(L".stl")).Path();
     };
     EXPECT_EQ(withLength(259).size(), 259u);
     EXPECT_EQ(withLength(260).substr(0, 8), L"\\\\?\\C:\\x");
     EXPECT_EQ(withLength(260).size(), 264u);
     const std::wstring share =
-        OutputPath({L"\\\\server\\share", std::wstring(300, L'x') + L".stp"}, To(L".stl"));
+        NameOutput({L"\\\\server\\share", std::wstring(300, L'x') + L".stp"}, To(L".stl")).Path();
     EXPECT_TRUE(share.starts_with(L"\\\\?\\UNC\\server\\share\\x"));
     const std::wstring prefixed =
-        OutputPath({L"\\\\?\\C:\\in", std::wstring(300, L'x') + L".stp"}, To(L".stl"));
+        NameOutput({L"\\\\?\\C:\\in", std::wstring(300, L'x') + L".stp"}, To(L".stl")).Path();
     EXPECT_TRUE(prefixed.starts_with(L"\\\\?\\C:\\in\\x"));
-    const std::wstring slashes = OutputPath({L"C:/in/sub", std::wstring(300, L'x') + L".stp"}, To(L".stl"));
+    const std::wstring slashes =
+        NameOutput({L"C:/in/sub", std::wstring(300, L'x') + L".stp"}, To(L".stl")).Path();
     EXPECT_TRUE(slashes.starts_with(L"\\\\?\\C:\\in\\sub\\x"));
 }
 
 TEST(OutputNaming, KeepsOutputsOfOneRunApart) {
     const auto plan = [](const std::vector<SourceFile>& sources, const ConversionRequest& request) {
-        return PlanOutputs(sources, request);
+        const OutputPlan planned(sources, request);
+        std::vector<std::wstring> paths;
+        for (size_t row = 0; row < sources.size(); ++row) paths.push_back(planned.Path(row));
+        return paths;
     };
     using Paths = std::vector<std::wstring>;
     EXPECT_EQ(plan({{L"C:\\1", L"a.stp"}, {L"C:\\2", L"A.stp"}, {L"C:\\3", L"a.step"}}, Into(To(L".stl"))),
@@ -86,6 +95,41 @@ TEST(OutputNaming, KeepsOutputsOfOneRunApart) {
     // The same row twice is converted twice.
     EXPECT_EQ(plan({{L"C:\\in", L"a.stp"}, {L"C:\\in", L"a.stp"}}, To(L".igs", 1, 6)),
               (Paths{L"C:\\in\\a.igs", L"C:\\in\\a (2).igs"}));
+}
+
+// However the folder is spelled, and whatever a file is linked to.
+TEST(OutputNaming, ComparesFilesAndNotTexts) {
+    const test::TempFolder folder;
+    const std::wstring in = folder / L"in", out = folder / L"out";
+    CreateDirectoryW(in.c_str(), nullptr);
+    CreateDirectoryW(out.c_str(), nullptr);
+    for (const wchar_t* name : {L"a.step", L"a.stp"}) test::WriteFileBytes(in + L"\\" + name, "precious");
+    std::wstring slashes = in;
+    std::ranges::replace(slashes, L'\\', L'/');
+    for (const std::wstring& spelled :
+         {in, slashes, in + L"\\", in + L"\\.", folder / L"out\\..\\IN", folder / L"\\in"}) {
+        const OutputPlan plan({{in, L"a.step"}, {in, L"a.stp"}}, Into(To(L".stp", 4, 4), spelled));
+        EXPECT_EQ(FileNameOf(plan.Path(0)), L"a (2).stp") << testing::PrintToString(spelled);
+        EXPECT_EQ(FileNameOf(plan.Path(1)), L"a (3).stp");
+    }
+    // An output that is a link to a row's input, and one that is a link to another output.
+    ASSERT_TRUE(CreateHardLinkW((out + L"\\a.stl").c_str(), (in + L"\\a.stp").c_str(), nullptr));
+    test::WriteFileBytes(out + L"\\b.stl", "old");
+    ASSERT_TRUE(CreateHardLinkW((out + L"\\c.stl").c_str(), (out + L"\\b.stl").c_str(), nullptr));
+    const OutputPlan plan({{in, L"a.stp"}, {in, L"b.stp"}, {in, L"c.stp"}}, Into(To(L".stl"), out));
+    EXPECT_EQ(plan.Path(0), out + L"\\a (2).stl");
+    EXPECT_EQ(plan.Path(1), out + L"\\b.stl");
+    EXPECT_EQ(plan.Path(2), out + L"\\c (2).stl");
+}
+
+TEST(OutputNaming, GivesANameToOneRunAtATime) {
+    const std::vector<SourceFile> sources = {{L"C:\\in", L"a.stp"}, {L"C:\\in", L"b.stp"}};
+    auto first = std::make_unique<OutputPlan>(sources, Into(To(L".stl")));
+    OutputPlan second({sources[0]}, Into(To(L".stl"), L"D:\\x\\..\\out"));
+    EXPECT_EQ(first->Claim(0), L"D:\\out\\a.stl");
+    EXPECT_EQ(second.Claim(0), L"D:\\x\\..\\out\\a (2).stl");
+    first.reset();
+    EXPECT_EQ(OutputPlan(sources, Into(To(L".stl"))).Claim(0), L"D:\\out\\a.stl");
 }
 
 }  // namespace

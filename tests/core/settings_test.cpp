@@ -50,27 +50,45 @@ TEST(Settings, HaveDefaultsWithoutFiles) {
 TEST(Settings, ReadWhatIsStored) {
     Places places;
     places.User(
-        L"[General]\nSameFolderAsInput=2\nFirstLaunch=0\nHealing=1\nOutput_folder=D:\\\u8f93\u51fa\n"
-        L"Config_File_Path=" +
+        L"[General]\nOutput_folder=D:\\\u8f93\u51fa\nInput_folder_GUI=E:\\in\nFormat_in=i\nFormat_out=o\n"
+        L"FirstLaunch=0\nHealing=1\nSameFolderAsInput=2\nConfig_File_Path=" +
         places.folder / L"my.zel" + L"\n[Options]\nLanguage=Deutsch\n");
     places.Installation(
-        L"[General]\nMultiprocess=1\nWriteLogFileIfCrash=1\nDefaultTheme=10,20\n"
-        L"DeveloperTheme=1,2,3\nDeveloperMode=yes\nAddZelWbi=2\n");
+        L"[General]\nAddInputFilePathToOutputFileName=1\nWriteLogFileIfCrash=1\nDisableTryCatch=1\n"
+        L"DeveloperMode=1\nConvertAtStartup=1\nLoadLastState=1\nAddZelWbi=1\nDefaultTheme=4,5,6\n"
+        L"DeveloperTheme=1,2,3\n");
     WriteTextFile(places.folder / L"my.zel", L"[INTERNAL CONF]\nFILL_OVERRIDE=1\n");
     AppSettings settings(places.folders);
     settings.Load();
-    EXPECT_TRUE(settings.UseOutputFolder());
-    EXPECT_FALSE(settings.firstLaunch.Get());
-    EXPECT_TRUE(settings.healing.Get());
     EXPECT_EQ(settings.outputFolder.Get(), L"D:\\\u8f93\u51fa");
+    EXPECT_EQ(settings.inputFolder.Get(), L"E:\\in");
+    EXPECT_EQ(settings.formatIn.Get() + settings.formatOut.Get(), L"io");
+    EXPECT_EQ(settings.language.Get(), L"Deutsch");
+    EXPECT_TRUE(settings.UseOutputFolder());  // only 1 means beside the input
+    EXPECT_FALSE(settings.firstLaunch.Get());
+    for (const SwitchSetting* on :
+         {&settings.inputPathInName, &settings.writeCrashLog, &settings.healing, &settings.disableGuard,
+          &settings.developerMode, &settings.convertAtStartup, &settings.loadLastState,
+          &settings.addNativeFormat, &settings.fillOverride}) {
+        EXPECT_TRUE(on->Get());
+    }
+    EXPECT_TRUE(settings.CrashLogOn());
+    EXPECT_EQ(settings.defaultTheme.Get(), (Colour{4, 5, 6}));
+    EXPECT_EQ(settings.Theme(), (Colour{1, 2, 3}));
+}
+
+TEST(Settings, KeepTheirDefaultsForOddValues) {
+    Places places;
+    places.Installation(
+        L"[General]\nMultiprocess=1\nWriteLogFileIfCrash=1\nDefaultTheme=10,20\nDeveloperMode=yes\n"
+        L"AddZelWbi=2\n");
+    AppSettings settings(places.folders);
+    settings.Load();
     EXPECT_EQ(settings.defaultTheme.Get(), (Colour{43, 61, 79}));
-    EXPECT_EQ(settings.developerTheme.Get(), (Colour{1, 2, 3}));
     EXPECT_FALSE(settings.developerMode.Get());
     EXPECT_FALSE(settings.addNativeFormat.Get());
-    EXPECT_TRUE(settings.fillOverride.Get());
-    EXPECT_EQ(settings.language.Get(), L"Deutsch");
-    EXPECT_TRUE(settings.writeCrashLog.Get());
-    EXPECT_FALSE(settings.CrashLogOn());
+    EXPECT_TRUE(settings.multiprocess.Get());
+    EXPECT_FALSE(settings.CrashLogOn());  // Multiprocess turns it off
 }
 
 TEST(Settings, AreWrittenAtOnceToTheirFile) {
@@ -190,20 +208,23 @@ TEST(ConfigFile, IsChosenByPairAndMode) {
 }
 
 TEST(ConfigFile, IsCreatedOnceWithItsDefaults) {
+    static constexpr profile::Entry kExpected[] = {
+#include "tests/core/expected_config.inc"
+    };
     TempFolder folder;
     const std::wstring path = folder / L"new.zel";
     EXPECT_FALSE(WriteDefaultConfig(L""));
     ASSERT_TRUE(WriteDefaultConfig(path));
-    const std::string text = test::ReadFileBytes(path);
-    size_t keys = 0;
-    for (const char c : text) keys += c == '=';
-    EXPECT_EQ(keys, 61u);
-    EXPECT_LT(text.find("COURBE_LIM_3D=0"), text.find("[MODIFICATION D'ATTRIBUT]"));
-    EXPECT_NE(text.find("MAXSIZE=100000000000000010000000000000000000000000000000000.0000000"), text.npos);
-    EXPECT_NE(text.find("TRUETYPE_FONT=\"C:\\Windows\\Fonts\\unifont_0.ttf\""), text.npos);
-    // Not every system's profile writer keeps a leading blank.
-    EXPECT_TRUE(text.find("ANGULAR_TOL= 0.174532") != text.npos ||
-                text.find("ANGULAR_TOL=0.174532") != text.npos);
+    std::wstring expected, section, text;
+    for (const profile::Entry& entry : kExpected) {
+        if (section != entry.section) expected += L"[" + (section = entry.section) + L"]\n";
+        // Not every system's profile writer keeps a leading blank.
+        expected += std::wstring(entry.key) + L"=" + (entry.value + (*entry.value == L' ')) + L"\n";
+    }
+    ASSERT_TRUE(ReadTextFile(path, text));
+    if (const size_t blank = text.find(L"= 0.174532"); blank != text.npos) text.erase(blank + 1, 1);
+    while (text.find(L"\n\n") != text.npos) text.erase(text.find(L"\n\n"), 1);
+    EXPECT_EQ(text, expected);
 
     test::WriteFileBytes(path, "[X]\r\n");
     EXPECT_FALSE(WriteDefaultConfig(path));

@@ -31,7 +31,7 @@ TEST(ChildRoad, SurvivesAFaultingLibraryAndLogsIt) {
     const Program program;
     const LibraryLog log;
     WriteTextFile(program.Settings(), L"[General]\nWriteLogFileIfCrash=1\n");
-    for (const wchar_t* fault : {L"read", L"overflow", L"throw", L"raise"}) {
+    for (const wchar_t* fault : {L"read", L"overflow=300", L"throw", L"raise"}) {
         const std::wstring input = std::wstring(L"C:\\in\\{") + fault + L"}.stp";
         EXPECT_EQ(program.Run(Quoted(input)).exitCode, 1u);
         EXPECT_EQ(test::ReadFileBytes(program.Folder() + L"\\LogFileIfCrash.txt"),
@@ -95,7 +95,7 @@ TEST(ChildRoad, TakesArgumentTwoAsFolderOrPath) {
         const LibraryCall call = log.Calls().back();
         std::wstring input = c.input;
         std::replace(input.begin(), input.end(), L'/', L'\\');
-        EXPECT_EQ(call.input, input);
+        EXPECT_EQ(call.input, WithLongPrefix(input));
         EXPECT_EQ(call.output, c.output);
         EXPECT_EQ(call.config, L"C:\\my.zel");
         EXPECT_EQ(call.schema, L"C:\\schemas");
@@ -151,12 +151,90 @@ TEST(ChildRoad, OfARunTakesArgumentTwoAsItStands) {
     CreateDirectoryW(taken.c_str(), nullptr);
     const auto outputWith = [&](const wchar_t* variable) {
         SetEnvironmentVariableW(variable, L"1");
-        program.Run(Quoted(L"C:\\in\\a.stp") + L" " + Quoted(taken));
+        program.Run(Quoted(L"C:\\in\\a.stp") + L" " + Quoted(taken) + L" \"\" \"C:\\schema\"");
         SetEnvironmentVariableW(variable, nullptr);
         return log.Calls().back().output;
     };
-    EXPECT_EQ(outputWith(L"MORVEX_CHILD_OF_RUN"), taken);
+    EXPECT_EQ(outputWith(L"MORVEX_RESULT_CHANNEL"), taken);
     EXPECT_EQ(outputWith(L"MORVEX_SIDE_BY_SIDE"), taken + L"\\a.stl");
+}
+
+TEST(ChildRoad, AnswersQuestionsBeforeAnythingElse) {
+    const Program program;
+    const ProgramRun help = program.Run(L"--help"), version = program.Run(L"--version");
+    EXPECT_EQ(help.exitCode + version.exitCode, 0u);
+    EXPECT_NE(help.output.find("MORVEX_FORMAT_IN"), help.output.npos);
+    EXPECT_EQ(version.output, "Morvex 2024 (24.4)\n");
+    EXPECT_FALSE(PathExists(program.UserFolder() + L"\\zel_morvex.ini"));
+}
+
+// Formats by hand: those of the environment, the saved ones, and the extensions fill up for each other.
+TEST(ChildRoad, FindsTheFormatsOfAStartByHand) {
+    const struct {
+        const wchar_t *in, *out, *saved, *arguments;
+        int inputCode, outputCode;
+        const char* warning;
+    } cases[] = {
+        {nullptr, nullptr, L"", L"C:\\in\\a.stp D:\\x\\b.stl", 4, 22, ""},
+        {nullptr, nullptr, L"", L"C:\\in\\a.stp D:\\x\\b.step", 4, 4, ""},
+        {nullptr, L"STL", L"", L"C:\\in\\a.jt", 21, 22, ""},
+        {L"JT", nullptr, L"", L"C:\\in\\a.dat D:\\x\\b.stl", 21, 22, ""},
+        {nullptr, L"STL", L"Format_in=JT (*.jt)\nFormat_out=3MF (*.3mf)\n", L"C:\\in\\a.jt", 21, 22, ""},
+        {L"JT", nullptr, L"Format_in=JT (*.jt)\nFormat_out=3MF (*.3mf)\n", L"C:\\in\\a.stp", 21, 50, ""},
+        {nullptr, nullptr, L"Format_in=JT (*.jt)\nFormat_out=3MF (*.3mf)\n", L"C:\\in\\a.jt D:\\x\\b.stl", 21,
+         50, "was written as 3MF (*.3mf)"},
+    };
+    const Program program;
+    const LibraryLog log;
+    WriteTextFile(program.Settings(), L"[P]\nZEL_INPUT_FORMAT=JT,STEP\nZEL_OUTPUT_FORMAT=3MF,STL,STEP\n");
+    for (const auto& c : cases) {
+        Program::Formats(c.in, c.out);
+        WriteTextFile(program.UserFolder() + L"\\zel_morvex.ini", std::wstring(L"[General]\n") + c.saved);
+        const ProgramRun run = program.Run(c.arguments);
+        EXPECT_EQ(run.exitCode, 0u);
+        EXPECT_EQ(log.Calls().back().inputFormat, c.inputCode) << testing::PrintToString(c.arguments);
+        EXPECT_EQ(log.Calls().back().outputFormat, c.outputCode) << testing::PrintToString(c.arguments);
+        EXPECT_EQ(run.errors.find('\n') + 1 < run.errors.size(), *c.warning != 0) << run.errors;
+        EXPECT_NE(run.errors.find(c.warning), run.errors.npos) << run.errors;
+    }
+    Program::Formats(nullptr, nullptr);
+    WriteTextFile(program.UserFolder() + L"\\zel_morvex.ini", L"");
+    const ProgramRun run = program.Run(L"C:\\in\\a.stp");
+    EXPECT_EQ(static_cast<int>(run.exitCode), -29);
+    EXPECT_NE(run.errors.find("MORVEX_FORMAT_OUT"), run.errors.npos);
+    EXPECT_EQ(log.Calls().size(), std::size(cases));
+}
+
+// Paths that are dropped on the program's icon become its arguments.
+TEST(ChildRoad, OverwritesNoFileOfAnotherFormat) {
+    const Program program;
+    const LibraryLog log;
+    std::wstring paths;
+    for (const wchar_t* name : {L"a.stp", L"b.stp", L"c.step"}) {
+        const std::wstring path = program.Folder() + L"\\" + name;
+        test::WriteFileBytes(path, "precious");
+        paths += Quoted(path) + L" ";
+    }
+    const ProgramRun run = program.Run(paths);
+    EXPECT_EQ(static_cast<int>(run.exitCode), -23);
+    EXPECT_EQ(run.errors.substr(0, 25), "Cannot write Output File\n");
+    EXPECT_NE(run.errors.find("b.stp\" exists"), run.errors.npos);
+    EXPECT_TRUE(log.Calls().empty());
+    test::WriteFileBytes(program.Folder() + L"\\a.stl", "old");
+    EXPECT_EQ(
+        program.Run(Quoted(program.Folder() + L"\\a.stp") + L" " + Quoted(program.Folder() + L"\\a.stl"))
+            .exitCode,
+        0u);
+}
+
+TEST(ChildRoad, LongInputsReachTheLibrary) {
+    const Program program;
+    const LibraryLog log;
+    for (const size_t length : {259, 260, 261, 400}) {
+        const std::wstring input = L"C:\\" + std::wstring(length - 7, L'l') + L".stp";
+        program.Run(Quoted(input) + L" D:\\x\\");
+        EXPECT_EQ(log.Calls().back().input, WithLongPrefix(input));
+    }
 }
 
 TEST(ChildRoad, NeverWritesItsInput) {

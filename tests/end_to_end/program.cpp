@@ -69,13 +69,16 @@ ProgramRun Program::Run(const std::wstring& arguments) const {
     return run;
 }
 
-UniqueHandle Program::StartWindow(DWORD& id) const {
+UniqueHandle Program::Start(const std::wstring& arguments, DWORD& id, HANDLE output) const {
     const std::wstring program = folder_ / L"Morvex.exe";
+    std::wstring line = L"\"" + program + L"\" " + arguments;
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = startup.hStdError = output;
     PROCESS_INFORMATION created{};
-    EXPECT_TRUE(CreateProcessW(program.c_str(), nullptr, nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                               &startup, &created));
+    EXPECT_TRUE(CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, output != nullptr, 0, nullptr,
+                               nullptr, &startup, &created));
     CloseHandle(created.hThread);
     id = created.dwProcessId;
     return UniqueHandle(created.hProcess);

@@ -28,8 +28,9 @@ class Program {
     // minute.
     ProgramRun Run(const std::wstring& arguments) const;
 
-    // Starts Morvex.exe without arguments: the window. The caller ends it.
-    UniqueHandle StartWindow(DWORD& id) const;
+    // Starts Morvex.exe and goes on: without arguments it opens the window. Its output goes to `output`,
+    // nowhere when that is null. The caller ends it.
+    UniqueHandle Start(const std::wstring& arguments, DWORD& id, HANDLE output = nullptr) const;
 
     std::wstring Folder() const { return folder_.Path(); }
     std::wstring UserFolder() const { return folder_ / L"user"; }

@@ -110,18 +110,17 @@ TEST(ConversionList, RemovesAndMovesRows) {
     list.RemoveRows({});
     list.RemoveRows({3, 0});
     EXPECT_THAT(Names(list), ElementsAre(L"b", L"c", L"e"));
-    list.SetStatus(1, {RowState::Converted, kResultOk, L"OK"});
-    list.SetOutputPaths({L"B", L"C", L"E"});
+    list.SetStatus(1, {RowState::Converted, kResultOk, L"OK", L"C", L""});
     EXPECT_FALSE(list.MoveRow(0, true));
     EXPECT_FALSE(list.MoveRow(2, false));
     EXPECT_TRUE(list.MoveRow(1, true));
     EXPECT_TRUE(list.MoveRow(1, false));
     EXPECT_THAT(Names(list), ElementsAre(L"c", L"e", L"b"));
     EXPECT_EQ(list.Row(0).status.text, L"OK");  // what belongs to a row goes with it
-    EXPECT_EQ(list.Row(0).outputPath, L"C");
+    EXPECT_EQ(list.Row(0).status.output, L"C");
     list.ResetStatuses();
     EXPECT_EQ(list.Row(0).status.text, L"-");
-    EXPECT_EQ(list.Row(0).outputPath, L"");
+    EXPECT_EQ(list.Row(0).status.output, L"");
     list.RemoveRows({0, 1, 2});
     EXPECT_TRUE(list.Empty());
 }

@@ -114,7 +114,7 @@ TEST(ListFiles, DamagedAndForeignFiles) {
 TEST(ListFiles, ResultsReportAndPythonList) {
     const test::TempFolder folder;
     ConversionList list = ListOf({L"C:\\a\\one.stp", L"C:\\ü\\a;b\xD83D\xDE00.stp"});
-    list.SetStatus(0, {RowState::Converted, kResultOk, L"OK"});
+    list.SetStatus(0, {RowState::Converted, kResultOk, L"OK", L"", L""});
     TextCatalogue text;
     const std::wstring report = folder / L"report.csv";
     const std::wstring head =

@@ -7,19 +7,23 @@
 //
 // clang-format off
 //   result=N                     the result (default 0)
-//   sleep=N                      milliseconds before the end
+//   sleep=N                      milliseconds before the end, after output and report
 //   progress                     reports -3, 50 and 150 percent
-//   spew=N                       writes N kilobytes to standard output
-//   output                       writes an empty output file
-//   read, write, overflow        null read, null write, stack overflow
+//   spew=N, stdio=N              writes N kilobytes to standard output, through the C runtime
+//   output, report               writes an output file, a report of a failure beside it
+//   read, write, smash           null read, null write, a stack pointer that leads nowhere
+//   overflow=N                   stack overflow by frames of N bytes
 //   throw, raise                 a C++ exception, one of another compiler
 //   abort, fastfail, exit=N      ends of the process
+//   kill, exitthread             the process ended from outside with code 0, the thread ended
+//   version                      in MORVEX_TEST_SCRIPT: the version query reads from null
 //   grandchild                   starts a process that is left behind
 // clang-format on
 #include <windows.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <stdexcept>
 #include <string>
 
@@ -56,11 +60,11 @@ void WriteLog(const std::wstring& line) {
 }
 
 volatile int sink = 0;
-int Recurse(int depth) {
-    volatile char frame[4096];
+int Recurse(int frameSize, int depth) {
+    auto* const frame = static_cast<volatile char*>(__builtin_alloca(static_cast<size_t>(frameSize)));
     frame[0] = static_cast<char>(depth);
     sink = frame[0];
-    return depth < 0 ? 0 : Recurse(depth + 1) + frame[0];
+    return depth < 0 ? 0 : Recurse(frameSize, depth + 1) + frame[0];
 }
 
 struct Script {
@@ -94,6 +98,13 @@ void Spew(int kilobytes) {
     }
 }
 
+void WriteBytes(const std::wstring& path, const char* text) {
+    const HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+    DWORD written = 0;
+    WriteFile(file, text, static_cast<DWORD>(std::strlen(text)), &written, nullptr);
+    CloseHandle(file);
+}
+
 // The process itself again, as one that sleeps; its id goes into a file beside the log.
 void StartGrandchild() {
     wchar_t program[MAX_PATH];
@@ -104,11 +115,22 @@ void StartGrandchild() {
     PROCESS_INFORMATION created{};
     CreateProcessW(program, command, nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &created);
     const std::wstring path = Environment(L"MORVEX_TEST_LOG") + L".grandchild";
-    const HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
-    const std::string id = std::to_string(created.dwProcessId);
-    DWORD written = 0;
-    WriteFile(file, id.data(), static_cast<DWORD>(id.size()), &written, nullptr);
-    CloseHandle(file);
+    WriteBytes(path, std::to_string(created.dwProcessId).c_str());
+}
+
+void Die(const Script& script) {
+    int* volatile nowhere = nullptr;
+    if (script.Has(L"read")) sink = *nowhere;
+    if (script.Has(L"write")) *nowhere = 1;
+    if (script.Has(L"smash")) __asm__ volatile("xorl %%esp, %%esp\n\tpush %%rax" : : : "memory");
+    if (const int frame = script.Number(L"overflow", 0)) sink = Recurse(frame, 0);
+    if (script.Has(L"throw")) throw std::runtime_error("scripted");
+    if (script.Has(L"raise")) RaiseException(0xE06D7363, EXCEPTION_NONCONTINUABLE, 0, nullptr);
+    if (script.Has(L"abort")) std::abort();
+    if (script.Has(L"fastfail")) __asm__ volatile("int $0x29" : : "c"(7));
+    if (script.Has(L"kill")) TerminateProcess(GetCurrentProcess(), 0);
+    if (script.Has(L"exitthread")) ExitThread(0);
+    if (const int code = script.Number(L"exit", -1); code >= 0) ExitProcess(static_cast<UINT>(code));
 }
 
 void Play(const Script& script, const wchar_t* output, ProgressCallback progress) {
@@ -117,22 +139,14 @@ void Play(const Script& script, const wchar_t* output, ProgressCallback progress
     if (script.Has(L"progress") && progress) {
         for (int i = 0; i < 4; ++i) progress(&phases[i], &percents[i]);
     }
+    if (script.Has(L"output")) WriteBytes(output, "written");
+    if (script.Has(L"report"))
+        WriteBytes(std::wstring(output) + L"-zel.xml", "<reason>1 &lt; 2 &amp;amp;</reason>");
     if (const int sleep = script.Number(L"sleep", 0)) Sleep(static_cast<DWORD>(sleep));
     if (const int kilobytes = script.Number(L"spew", 0)) Spew(kilobytes);
+    for (int i = script.Number(L"stdio", 0); i > 0; --i) std::printf("%01024d", i);
     if (script.Has(L"grandchild")) StartGrandchild();
-    if (script.Has(L"output")) {
-        const HANDLE file = CreateFileW(output, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
-        CloseHandle(file);
-    }
-    int* volatile nowhere = nullptr;
-    if (script.Has(L"read")) sink = *nowhere;
-    if (script.Has(L"write")) *nowhere = 1;
-    if (script.Has(L"overflow")) sink = Recurse(0);
-    if (script.Has(L"throw")) throw std::runtime_error("scripted");
-    if (script.Has(L"raise")) RaiseException(0xE06D7363, EXCEPTION_NONCONTINUABLE, 0, nullptr);
-    if (script.Has(L"abort")) std::abort();
-    if (script.Has(L"fastfail")) __asm__ volatile("int $0x29" : : "c"(7));
-    if (const int code = script.Number(L"exit", -1); code >= 0) ExitProcess(static_cast<UINT>(code));
+    Die(script);
 }
 
 }  // namespace
@@ -153,8 +167,8 @@ __declspec(dllexport) int _zelConvert(int inputFormat, int outputFormat, const w
             number(option) + number(traceLevel) + number(reserved2) + number(runSize) + number(start);
     // A call that may not return, or late, is logged before; its end is then its start.
     bool returns = true;
-    for (const wchar_t* command : {L"read", L"write", L"overflow", L"throw", L"raise", L"abort", L"fastfail",
-                                   L"exit", L"grandchild", L"spew"}) {
+    for (const wchar_t* command : {L"read", L"write", L"smash", L"overflow", L"throw", L"raise", L"abort",
+                                   L"fastfail", L"exit", L"kill", L"grandchild", L"spew", L"stdio"}) {
         returns = returns && script.commands.find(command) == std::wstring::npos;
     }
     if (!returns) WriteLog(line + number(start) + L"\n");
@@ -164,7 +178,8 @@ __declspec(dllexport) int _zelConvert(int inputFormat, int outputFormat, const w
 }
 
 __declspec(dllexport) int _zelGetVersion() {
-    return 244;
+    const int* volatile nowhere = nullptr;
+    return Script{Environment(L"MORVEX_TEST_SCRIPT")}.Has(L"version") ? *nowhere : 244;
 }
 __declspec(dllexport) int _zelGetRelease() {
     return 20240930;

@@ -25,8 +25,7 @@ inline std::optional<int> ConvertAsChild() {
     const std::wstring folder(FolderOf(ModulePath()));
     AppContext context(MakeProgramFolders(folder, folder));
     context.folders.library = LibraryLog::LibraryPath();
-    RunObserver nobody;
-    return RunConversions(MakeChildJob(context, arguments), nobody).lastResult;
+    return TakeChildRoad(context, arguments).exitCode;
 }
 
 }  // namespace morvex::test

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+
+#include "win/file_identity.h"
+
+namespace morvex {
+
+// The conversion report that a library leaves beside an output: the output's path with this behind it.
+inline constexpr wchar_t kReportSuffix[] = L"-zel.xml";
+
+// An output path as it was before a conversion, so that a failure leaves nothing behind that looks like a
+// success. Made right before the conversion, used right after.
+class OutputWatch {
+  public:
+    explicit OutputWatch(std::wstring output);
+
+    // The conversion did not come to its end: what it has written goes. A file that it has not touched stays.
+    void RemoveHalfWritten() const;
+    // The conversion failed: the report of an earlier one goes. One that it has left itself stays.
+    void RemoveStaleReport() const;
+    // Why the conversion failed, as the report that it has left says it; empty when it has not.
+    std::wstring ReadReason() const;
+
+  private:
+    std::wstring output_;
+    FileStamp before_;
+    FileStamp reportBefore_;
+};
+
+}  // namespace morvex

@@ -1,0 +1,64 @@
+#include "convert/result_channel.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cwchar>
+
+#include "win/environment.h"
+
+namespace morvex {
+namespace {
+
+// What lies in the memory that run and child share.
+struct Shared {
+    std::atomic<DWORD> complete;  // kComplete when the rest is there
+    int result;
+    int abandoned;
+    wchar_t message[1000];  // ends with 0
+};
+constexpr DWORD kComplete = 0x444F4E45;
+
+using UniqueView = UniqueResource<void*, ::UnmapViewOfFile>;
+
+UniqueView MapShared(HANDLE section, DWORD access) {
+    return UniqueView(MapViewOfFile(section, access, 0, 0, sizeof(Shared)));
+}
+
+}  // namespace
+
+bool IsChildOfRun() {
+    return !EnvironmentText(kResultChannelVariable).empty();
+}
+
+ResultChannel::ResultChannel() {
+    SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
+    section_.reset(
+        CreateFileMappingW(INVALID_HANDLE_VALUE, &inherited, PAGE_READWRITE, 0, sizeof(Shared), nullptr));
+}
+
+std::wstring ResultChannel::Name() const {
+    return std::to_wstring(reinterpret_cast<std::uintptr_t>(Handle()));
+}
+
+std::optional<ChildReport> ResultChannel::Read() const {
+    const UniqueView view = MapShared(Handle(), FILE_MAP_READ);
+    const auto* shared = static_cast<const Shared*>(view.get());
+    if (!shared || shared->complete != kComplete) return std::nullopt;
+    const wchar_t* const end = std::find(std::begin(shared->message), std::end(shared->message), L'\0');
+    return ChildReport{shared->result, shared->abandoned != 0, {shared->message, end}};
+}
+
+void ReportToRun(const ChildReport& report) {
+    const std::wstring name = EnvironmentText(kResultChannelVariable);
+    if (name.empty()) return;
+    const auto handle = reinterpret_cast<HANDLE>(std::wcstoull(name.c_str(), nullptr, 10));
+    const UniqueView view = MapShared(handle, FILE_MAP_WRITE);
+    auto* shared = static_cast<Shared*>(view.get());
+    if (!shared) return;
+    shared->result = report.result;
+    shared->abandoned = report.abandoned;
+    report.message.copy(shared->message, std::size(shared->message) - 1);
+    shared->complete = kComplete;
+}
+
+}  // namespace morvex

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "win/unique_handle.h"
+
+// How a child tells its run what became of its conversion. Its exit code alone is not believed: several ways
+// to die leave 0.
+namespace morvex {
+
+// Names the channel in a child's environment. Where it is set, the process is a child of a run, and its
+// arguments are those of ChildArguments, to be taken as they stand.
+inline constexpr wchar_t kResultChannelVariable[] = L"MORVEX_RESULT_CHANNEL";
+bool IsChildOfRun();
+
+struct ChildReport {
+    int result = 0;
+    bool abandoned = false;  // the library is not usable
+    std::wstring message;    // what to tell the user then; cut at about 1,000 characters
+};
+
+// The run's side: one channel a child.
+class ResultChannel {
+  public:
+    ResultChannel();
+
+    // For the child to inherit; null when the system has no memory for it.
+    HANDLE Handle() const { return section_.get(); }
+    // The value of the child's variable.
+    std::wstring Name() const;
+    // What the child has told by now; nothing when it has not come to its end.
+    std::optional<ChildReport> Read() const;
+
+  private:
+    UniqueHandle section_;
+};
+
+// The child's side, once, when its conversion is over. Does nothing in a process that is no run's child.
+void ReportToRun(const ChildReport& report);
+
+}  // namespace morvex
