@@ -10,6 +10,7 @@ namespace morvex {
 namespace {
 
 constexpr int kAskedAtOnce = 8;  // each question may travel over a network
+constexpr size_t kFewFiles = 16;  // asked on this thread: starting others takes longer
 
 // Upper case as the file system folds it, so that equal keys mean one file.
 std::wstring Folded(std::wstring_view text) {
@@ -32,7 +33,8 @@ std::wstring FullText(const std::wstring& folder) {
 template <class PathOf>
 std::vector<std::optional<FileId>> IdentitiesOf(size_t count, PathOf pathOf) {
     std::vector<std::optional<FileId>> identities(count);
-#pragma omp parallel for schedule(dynamic, 16) num_threads(kAskedAtOnce)
+    const int workers = count <= kFewFiles ? 1 : kAskedAtOnce;
+#pragma omp parallel for schedule(dynamic, 16) num_threads(workers)
     for (size_t i = 0; i < count; ++i) {
         try {
             identities[i] = IdentityOf(pathOf(i));

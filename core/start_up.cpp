@@ -27,8 +27,10 @@ void RepairSavedPair(AppContext& context) {
     std::wstring input = context.settings.formatIn.Get();
     std::wstring output = context.settings.formatOut.Get();
     if (context.pairs.ValidateSavedPair(input, output)) return;
-    context.settings.formatIn.Set(input);
-    context.settings.formatOut.Set(output);
+    // Without a pair on offer there is none to save, at every start: writing takes longer than all the rest.
+    AppSettings& settings = context.settings;
+    if (input != settings.formatIn.Get()) settings.formatIn.Set(input);
+    if (output != settings.formatOut.Get()) settings.formatOut.Set(output);
 }
 
 }  // namespace
