@@ -19,6 +19,8 @@
 #include <TDataStd_Name.hxx>
 #include <TopExp_Explorer.hxx>
 #include <TopoDS.hxx>
+#include <VrmlData_DataMapOfShapeAppearance.hxx>
+#include <VrmlData_Scene.hxx>
 #include <XCAFApp_Application.hxx>
 #include <XCAFDoc_ColorTool.hxx>
 #include <XCAFDoc_DocumentTool.hxx>
@@ -31,6 +33,7 @@
 #include <assimp/scene.h>
 #include <cmath>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <memory>
 
@@ -223,6 +226,25 @@ Facts ReadByAssimp(const std::string& path) {
     return facts;
 }
 
+Facts ReadVrml(const std::string& path) {
+    Facts facts;
+    std::ifstream file(path);
+    VrmlData_Scene scene;
+    scene << file;
+    VrmlData_DataMapOfShapeAppearance appearances;
+    const TopoDS_Shape shape = scene.GetShape(appearances);
+    facts.read = scene.Status() == VrmlData_StatusOK && !shape.IsNull();
+    if (!facts.read) return facts;
+    AddShape(facts, shape);
+    for (VrmlData_DataMapOfShapeAppearance::Iterator each(appearances); each.More(); each.Next()) {
+        const auto& material = each.Value()->Material();
+        if (material.IsNull()) continue;
+        facts.colours.insert(Colour(
+            Quantity_ColorRGBA(material->DiffuseColor(), static_cast<float>(1 - material->Transparency()))));
+    }
+    return facts;
+}
+
 std::string ThreeMfComplaint(const std::string& path) {
     const auto release = [](NMR::PLib3MFBase* object) { NMR::lib3mf_release(object); };
     using Owner = std::unique_ptr<NMR::PLib3MFBase, decltype(release)>;
@@ -254,6 +276,7 @@ Facts ReadBack(const std::string& path) {
             reader.SetFileCoordinateSystem(RWMesh_CoordinateSystem_Zup);
         });
     }
+    if (suffix == ".wrl") return ReadVrml(path);
     if (suffix == ".glb" || suffix == ".gltf")
         return ReadMesh<RWGltf_CafReader>(path, [](RWGltf_CafReader&) {});
     return ReadByAssimp(path);

@@ -19,7 +19,7 @@ struct Facts {
     double Diagonal() const;
 };
 
-// By the suffix: B-rep formats, STL, OBJ and glTF by Open CASCADE, Collada, FBX and 3MF by assimp.
+// By the suffix: B-rep formats, STL, OBJ, glTF and VRML by Open CASCADE, Collada, FBX and 3MF by assimp.
 Facts ReadBack(const std::string& path);
 
 // Any mesh format by assimp.
