@@ -2,12 +2,16 @@
 
 #include <windows.h>
 
+#include <memory>
+#include <mutex>
+#include <utility>
+
 #include "win/unique_handle.h"
 
 // The frame in crash_guard_frame.S: calls function(argument) with MorvexGuardHandler as the frame's handler.
 // After a fault it returns with *fault set.
 extern "C" int MorvexGuardFrame(int (*function)(void*), void* argument, std::uint32_t* fault);
-extern "C" char MorvexGuardLanding[];
+extern "C" char MorvexGuardLanding[];  // NOLINT(readability-identifier-naming): a label of the frame
 
 extern "C" EXCEPTION_DISPOSITION MorvexGuardHandler(EXCEPTION_RECORD* record, void* frame, CONTEXT*,
                                                     DISPATCHER_CONTEXT* dispatcher) {
@@ -54,25 +58,64 @@ void KeepRoomForFaults() {
     VirtualProtect(page, system.dwPageSize, PAGE_READWRITE | PAGE_GUARD, &before);
 }
 
-DWORD WINAPI RunCall(void* given) {
-    Call& call = *static_cast<Call*>(given);
-    KeepRoomForFaults();
-    GuardedResult result;
-    if (call.catching)
-        result.value = MorvexGuardFrame(call.function, call.argument, &result.fault);
-    else
-        result.value = call.function(call.argument);
-    call.result = result;
-    return 0;
-}
+// A thread for calls, one after the other. It ends with the first call that fails, since its stack has lost
+// its guard page then, or with whoever ends it.
+struct CallThread {
+    UniqueHandle begin{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
+    UniqueHandle done{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
+    Call* call = nullptr;
+    UniqueHandle thread;  // last: its start reads the others
+
+    bool Start() {
+        thread.reset(
+            CreateThread(nullptr, kStackSize, Work, this, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr));
+        return begin && done && thread;
+    }
+
+    static DWORD WINAPI Work(void* given) {
+        auto& self = *static_cast<CallThread*>(given);
+        KeepRoomForFaults();
+        for (;;) {
+            WaitForSingleObject(self.begin.get(), INFINITE);
+            GuardedResult result;
+            if (self.call->catching)
+                result.value = MorvexGuardFrame(self.call->function, self.call->argument, &result.fault);
+            else
+                result.value = self.call->function(self.call->argument);
+            self.call->result = result;
+            SetEvent(self.done.get());
+            if (result.fault) return 0;
+        }
+    }
+};
+
+// The thread that waits for the next call; making one takes longer than most of what is done for a file.
+std::mutex spareMutex;
+std::unique_ptr<CallThread> spare;
 
 }  // namespace
 
 GuardedResult CallGuarded(int (*function)(void*), void* argument, bool catching) {
+    std::unique_ptr<CallThread> thread;
+    {
+        const std::lock_guard lock(spareMutex);
+        thread = std::move(spare);
+    }
+    if (!thread) {
+        thread = std::make_unique<CallThread>();
+        if (!thread->Start()) return {0, GuardedResult::kThreadLost};
+    }
     Call call{function, argument, catching};
-    const UniqueHandle thread(
-        CreateThread(nullptr, kStackSize, RunCall, &call, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr));
-    if (thread) WaitForSingleObject(thread.get(), INFINITE);
+    thread->call = &call;
+    SetEvent(thread->begin.get());
+    const HANDLE ends[] = {thread->done.get(), thread->thread.get()};
+    WaitForMultipleObjects(2, ends, FALSE, INFINITE);
+    if (call.result.fault == 0) {
+        const std::lock_guard lock(spareMutex);
+        spare = std::move(thread);
+    } else {
+        WaitForSingleObject(thread->thread.get(), INFINITE);
+    }
     return call.result;
 }
 

@@ -13,7 +13,7 @@ struct GuardedResult {
     static constexpr std::uint32_t kThreadLost = 0xC000004B;
 };
 
-// Calls function(argument) on a thread of its own and survives what it raises and does not handle itself:
+// Calls function(argument) on another thread and survives what it raises and does not handle itself:
 // access violations, stack overflows, language exceptions of any compiler, the end of its thread. What ends
 // the process at once (abort, fast fail) cannot be survived. The library's own frames are unwound, not
 // cleaned: treat its state as lost. With `catching` off only the thread's end is survived. Any thread.
