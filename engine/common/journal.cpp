@@ -6,7 +6,8 @@
 namespace morvex {
 namespace {
 
-constexpr char kPhaseLine = 'S', kProgressLine = 'P', kCountLine = 'C', kWarningLine = 'W', kFinishLine = 'R';
+constexpr char kPhaseLine = 'S', kProgressLine = 'P', kCountLine = 'C', kWarningLine = 'W',
+               kPictureLine = 'I', kFinishLine = 'R';
 constexpr std::size_t kLongestText = 2000;
 
 double Now() {
@@ -44,6 +45,10 @@ void Journal::Count(std::string_view side, std::string_view what, std::int64_t n
 
 void Journal::Warn(std::string_view text) {
     Send(kWarningLine, text.substr(0, kLongestText));
+}
+
+void Journal::Picture(std::string_view base64) {
+    Send(kPictureLine, base64);
 }
 
 void Journal::Finish(const Outcome& outcome) {
@@ -102,6 +107,9 @@ void JournalRecord::TakeLine(std::string_view line) {
             break;
         case kWarningLine:
             warnings.emplace_back(line);
+            break;
+        case kPictureLine:
+            picture = line;
             break;
         case kFinishLine:
             finished = true;

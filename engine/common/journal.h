@@ -29,6 +29,7 @@ class Journal {
     void Progress(int percent);  // of the whole conversion; smaller values than before are dropped
     void Count(std::string_view side, std::string_view what, std::int64_t number);  // "read" or "written"
     void Warn(std::string_view text);
+    void Picture(std::string_view base64);  // of the model, a PNG
     void Finish(const Outcome& outcome);
 
   private:
@@ -48,6 +49,7 @@ struct JournalRecord {
     std::array<double, kPhaseCount> seconds{};
     std::vector<Counted> counts;
     std::vector<std::string> warnings;
+    std::string picture;  // a PNG in base 64; empty when there is none
     bool finished = false;
     Outcome outcome;
 

@@ -16,6 +16,7 @@
 #define MORVEX_JOB_OUTPUT_FORMAT "output-format="
 #define MORVEX_JOB_CONFIG "config="
 #define MORVEX_JOB_PARALLEL "parallel="
+#define MORVEX_JOB_PICTURE "picture="
 #define MORVEX_JOB_TRACE "trace="
 
 #define MORVEX_LINE_PROGRESS 'P'

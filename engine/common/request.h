@@ -14,6 +14,7 @@ struct Request {
     std::filesystem::path output;
     std::filesystem::path config;       // may be empty or missing: every key then has its default
     std::vector<std::string> settings;  // "SECTION/KEY=VALUE", each overrides the configuration file
+    std::filesystem::path picture;      // a PNG of the model to write; empty: none
     const Format* from = nullptr;
     const Format* to = nullptr;
     bool parallel = false;  // other conversions run at the same time: keep to one processor

@@ -51,6 +51,7 @@ const Key kKeys[] = {
     {"STL CONF", "COMPUTE_NORMALES_FROM_SURFACE", Switch{&Settings::normalsFromSurface}},
     {"STL CONF", "USE_TESSEL", Switch{&Settings::keepMeshes}},
     {"FILE CONF", "WRITE_LOG_FILE", Switch{&Settings::writeReport}},
+    {"FILE CONF", "PREVIEW", Switch{&Settings::picture}},
     {"STEP CONF", "READ_FDT", Switch{&Settings::readStepAnnotations}},
     {"STEP CONF", "WRITE_FDT", Switch{&Settings::writeStepAnnotations}},
     {"STEP CONF", "WRITE_VERSION", Choice{&Settings::stepVersion, {0, 203, 214, 242}}},

@@ -44,6 +44,7 @@ struct Settings {
 
     int decimals = 10;  // most decimals of the numbers in text formats
     bool writeReport = true;
+    bool picture = false;  // in the report
 
     bool operator==(const Settings&) const = default;
 };
@@ -53,6 +54,9 @@ struct SettingName {
 };
 // Every key that is read.
 std::vector<SettingName> SettingNames();
+
+// What the environment variable MORVEX_PREVIEW=1 stands for.
+constexpr char kPictureSetting[] = "FILE CONF/PREVIEW=1";
 
 // Reads every key; one that is missing has its default, and so has one whose value makes no sense, which is
 // then named in `complaints`.

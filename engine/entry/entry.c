@@ -138,6 +138,11 @@ static int RunWorker(const struct Text* job, int showMessages, ProgressCallback 
     return result;
 }
 
+static int IsSetTo1(const char* variable) {
+    char value[4];
+    return GetEnvironmentVariableA(variable, value, sizeof value) == 1 && value[0] == '1';
+}
+
 /* A process that converts one file of several is told nothing of the others in the call; whoever runs them
  * side by side says so in the environment. */
 static int RunsBesideOthers(void) {
@@ -160,6 +165,7 @@ int __cdecl _zelConvert(int inputFormat, int outputFormat, const WCHAR* inputPat
         AppendNumber(&job, MORVEX_JOB_INPUT_FORMAT, inputFormat);
         AppendNumber(&job, MORVEX_JOB_OUTPUT_FORMAT, outputFormat);
         AppendNumber(&job, MORVEX_JOB_PARALLEL, parallel || RunsBesideOthers());
+        AppendNumber(&job, MORVEX_JOB_PICTURE, IsSetTo1("MORVEX_PREVIEW"));
         AppendNumber(&job, MORVEX_JOB_TRACE, traceLevel);
         Append(&job, "", 1);
         result = job.failed ? ZEL_FAILED : RunWorker(&job, traceLevel < 0, progress);

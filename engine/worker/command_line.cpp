@@ -10,6 +10,7 @@
 #include "engine/common/formats.h"
 #include "engine/common/ini_file.h"
 #include "engine/common/protocol.h"
+#include "engine/common/settings.h"
 #include "engine/worker/supervisor.h"
 
 namespace morvex {
@@ -76,6 +77,10 @@ const Option kOptions[] = {
     {"--set", "SECTION/KEY=VALUE", "one setting of such a file; may be repeated", AddSetting},
     {"--jobs-beside", nullptr, "other conversions run at the same time: keep to one processor",
      [](Command& command, const std::string&) { command.request.parallel = true; }},
+    {"--preview", "FILE", "draw a picture of the model too, a PNG of 320 x 240",
+     [](Command& command, const std::string& value) {
+         command.request.picture = std::filesystem::absolute(value);
+     }},
     {"--seconds", "N", "give up after that time",
      [](Command& command, const std::string& value) {
          command.options.time.secondsAllowed = PositiveNumber(value);
@@ -173,6 +178,11 @@ void Complete(Command& command) {
     Request& request = command.request;
     request.input = std::filesystem::absolute(command.files[0]);
     request.output = std::filesystem::absolute(command.files[1]);
+    if (request.picture == request.input || request.picture == request.output)
+        throw UsageError("the picture needs a file of its own");
+    if (const char* const asked = std::getenv("MORVEX_PREVIEW");
+        asked != nullptr && asked == std::string("1"))
+        request.settings.emplace_back(kPictureSetting);
     if (request.from == nullptr) request.from = FindInputFormat(kAnyFormatCode, request.input);
     if (request.to == nullptr) request.to = FindOutputFormat(kAnyFormatCode, request.output);
     if (request.from == nullptr)

@@ -4,6 +4,7 @@
 #include <fstream>
 #include <string>
 
+#include "engine/common/base64.h"
 #include "engine/common/formats.h"
 #include "engine/common/text.h"
 #include "engine/worker/temporary_folder.h"
@@ -51,6 +52,9 @@ std::string ReportText(const Request& request, const ReportFacts& facts) {
     for (const std::string& warning : journal.warnings) {
         text += "  <warning>" + XmlText(warning) + "</warning>\n";
     }
+    if (facts.pictureWanted && !journal.picture.empty()) {
+        text += "  <preview type=\"image/png\" encoding=\"base64\">" + journal.picture + "</preview>\n";
+    }
     text += "  <time seconds=\"" + Seconds(facts.seconds) + "\"";
     for (std::size_t phase = 0; phase < kPhaseCount; ++phase) {
         text += std::string(" ") + PhaseName(static_cast<Phase>(phase)) + "=\"" +
@@ -58,6 +62,19 @@ std::string ReportText(const Request& request, const ReportFacts& facts) {
     }
     text += "/>\n  <memory peak=\"" + std::to_string(facts.peakMemory) + "\"/>\n</conversion>\n";
     return text;
+}
+
+// Under a temporary name, then renamed.
+bool WriteWhole(const fs::path& path, const std::string& contents) {
+    TemporaryFolder folder;
+    if (folder.Make(path.parent_path())) return false;
+    const fs::path temporary = folder.Path() / path.filename();
+    std::ofstream file(temporary, std::ios::binary);
+    file << contents;
+    file.close();
+    std::error_code error;
+    if (file) fs::rename(temporary, path, error);
+    return file && !error;
 }
 
 }  // namespace
@@ -69,15 +86,11 @@ fs::path ReportPath(const fs::path& output) {
 }
 
 bool WriteReport(const Request& request, const ReportFacts& facts) {
-    TemporaryFolder folder;
-    if (folder.Make(request.output.parent_path())) return false;
-    const fs::path temporary = folder.Path() / "report.xml";
-    std::ofstream file(temporary, std::ios::binary);
-    file << ReportText(request, facts);
-    file.close();
-    std::error_code error;
-    if (file) fs::rename(temporary, ReportPath(request.output), error);
-    return file && !error;
+    return WriteWhole(ReportPath(request.output), ReportText(request, facts));
+}
+
+bool WritePicture(const Request& request, const JournalRecord& journal) {
+    return !journal.picture.empty() && WriteWhole(request.picture, FromBase64(journal.picture));
 }
 
 }  // namespace morvex

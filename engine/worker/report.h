@@ -14,6 +14,7 @@ struct ReportFacts {
     const JournalRecord* journal;
     double seconds;
     std::int64_t peakMemory;  // bytes, of the job process
+    bool pictureWanted = false;
 };
 
 // The output's path with "-zel.xml" after it.
@@ -22,5 +23,8 @@ std::filesystem::path ReportPath(const std::filesystem::path& output);
 // Written under a temporary name and renamed; well-formed whatever bytes the names hold. False when the
 // folder refuses it.
 bool WriteReport(const Request& request, const ReportFacts& facts);
+
+// Writes the picture that the request asks for, in the same way. False when the job has drawn none, too.
+bool WritePicture(const Request& request, const JournalRecord& journal);
 
 }  // namespace morvex

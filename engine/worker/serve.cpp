@@ -8,6 +8,7 @@
 
 #include "engine/common/formats.h"
 #include "engine/common/protocol.h"
+#include "engine/common/settings.h"
 #include "engine/worker/standard_streams.h"
 #include "engine/worker/supervisor.h"
 
@@ -64,6 +65,7 @@ Outcome Convert(const std::string& job) {
     request.output = ThroughLinks(Field(job, MORVEX_JOB_OUTPUT));
     request.config = Field(job, MORVEX_JOB_CONFIG);
     request.parallel = Field(job, MORVEX_JOB_PARALLEL) == "1";
+    if (Field(job, MORVEX_JOB_PICTURE) == "1") request.settings.emplace_back(kPictureSetting);
     request.trace = std::atoi(Field(job, MORVEX_JOB_TRACE).c_str()) < 0;
     request.from = FindInputFormat(std::atoi(Field(job, MORVEX_JOB_INPUT_FORMAT).c_str()), request.input);
     request.to = FindOutputFormat(std::atoi(Field(job, MORVEX_JOB_OUTPUT_FORMAT).c_str()), request.output);

@@ -102,9 +102,11 @@ Outcome Supervise(const Request& request, const SupervisorOptions& options) {
     staging.Discard();
     record.Enter(Phase::Publish);
 
+    if (outcome.IsOk() && !request.picture.empty() && !WritePicture(request, record))
+        record.warnings.emplace_back("The picture could not be written");
     if (settings.writeReport && WorthReport(end, outcome.result)) {
         const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
-        WriteReport(request, {outcome, &record, seconds, end.peakMemory});
+        WriteReport(request, {outcome, &record, seconds, end.peakMemory, settings.picture});
     }
     return outcome;
 }

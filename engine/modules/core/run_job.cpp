@@ -73,6 +73,21 @@ void PreloadWriter(const Format& format, LoadFunction* load) {
     }
 }
 
+// A failure of it is no failure of the conversion.
+void AddPicture(JobContext& context, LoadFunction* load) {
+    std::string reason;
+    try {
+        MeshFaces(context);
+        const Outcome outcome = reinterpret_cast<FormatFunction*>(load("picture", "DrawPicture"))(context);
+        reason = outcome.reason;
+    } catch (const Standard_Failure& failure) {
+        reason = failure.GetMessageString();
+    } catch (const std::exception& error) {
+        reason = error.what();
+    }
+    if (!reason.empty()) context.journal.Warn("No picture: " + reason);
+}
+
 Outcome Convert(const Job& job) {
     const Format& to = *job.request.to;
     Journal& journal = job.journal;
@@ -96,7 +111,9 @@ Outcome Convert(const Job& job) {
     context.progress = whole.Next(29);
     const auto write = reinterpret_cast<FormatFunction*>(job.load(to.writeModule, to.writeFunction));
     outcome = write(context);
-    if (outcome.IsOk()) SendCounts(journal, "written", document.Count());
+    if (!outcome.IsOk()) return outcome;
+    SendCounts(journal, "written", document.Count());
+    if (job.settings.picture || !job.request.picture.empty()) AddPicture(context, job.load);
     return outcome;
 }
 

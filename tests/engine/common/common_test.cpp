@@ -82,6 +82,7 @@ TEST(Settings, EachKeyHasItsMember) {
         {"MODIFICATION D'ATTRIBUT/ASM_VISIBILITY=0", [](Settings& s) { s.assemblyVisibility = 0; }},
         {"TRANSFORMATION ENTITES/BODY_TO_NURBS=1", [](Settings& s) { s.toNurbs = true; }},
         {"TRANSFORMATION ENTITES/KEEP_ASSEMBLY=0", [](Settings& s) { s.keepAssembly = false; }},
+        {"FILE CONF/PREVIEW=1", [](Settings& s) { s.picture = true; }},
         {"TRANSFORMATION ENTITES/SEW=1", [](Settings& s) { s.sew = true; }},
         {"STEP CONF/READ_FDT=1", [](Settings& s) { s.readStepAnnotations = true; }},
         {"STEP CONF/WRITE_FDT=0", [](Settings& s) { s.writeStepAnnotations = false; }},

@@ -16,7 +16,7 @@ std::string Narrow(std::wstring_view text) {
 }
 
 // Keys that only the engine knows; no dialog of the program shows them.
-const std::set<std::string> kOwnKeys{"TRANSFORMATION ENTITES/SEW"};
+const std::set<std::string> kOwnKeys{"FILE CONF/PREVIEW", "TRANSFORMATION ENTITES/SEW"};
 
 TEST(DefaultConfig, GivesTheDefaultsOfTheEngine) {
     std::string text;

@@ -93,6 +93,7 @@ TEST(Serve, ProgressThenResult) {
     Service service;
     auto job = Job(Sample("step/screw.step"), 4, folder / "имя с пробелом.stl", 22);
     job.push_back(MORVEX_JOB_CONFIG + folder / "c.zel");
+    job.emplace_back(MORVEX_JOB_PICTURE "1");
     service.Send(job);
     int percent = 0, lines = 0;
     std::string line;
@@ -106,6 +107,7 @@ TEST(Serve, ProgressThenResult) {
     EXPECT_EQ(line, "R 0 ");
     EXPECT_EQ(service.Line(), "");
     EXPECT_TRUE(ReadWhole(folder / "имя с пробелом.stl").starts_with("solid"));
+    EXPECT_NE(ReadWhole(folder / "имя с пробелом.stl-zel.xml").find("<preview"), std::string::npos);
 }
 
 TEST(Serve, RefusalsHaveTheirNumbers) {
