@@ -10,7 +10,9 @@ ConversionRequest MakeRequest(const AppContext& context, ConversionFormats forma
     const AppSettings& settings = context.settings;
     ConversionRequest request;
     request.formats = std::move(formats);
-    if (settings.UseOutputFolder()) request.outputFolder = settings.outputFolder.Get();
+    // An empty folder would mean the drive's root.
+    if (settings.UseOutputFolder() && !settings.outputFolder.Get().empty())
+        request.outputFolder = settings.outputFolder.Get();
     request.inputPathInName = settings.inputPathInName.Get();
     request.configFile = std::move(configFile);
     request.schemaFolder = context.folders.schema;

@@ -40,7 +40,8 @@ struct ConversionRequest {
 struct ConversionJob {
     ConversionRequest request;
     std::vector<SourceFile> files;
-    std::optional<std::wstring> output;  // where the only file goes; nothing: the run plans the outputs
+    std::optional<std::wstring> output;   // where the only file goes; nothing: the run plans the outputs
+    std::vector<std::wstring> kept = {};  // paths of other files that a planned output may not have
 };
 
 // A request between these formats with the folders and switches of the settings.

@@ -49,7 +49,7 @@ class Run {
           log_(request_.crashLog),
           states_(count_, RowState::Idle) {
         if (request_.multiprocess) children_ = std::make_unique<ChildRunner>(request_);
-        if (!job.output) plan_ = std::make_unique<OutputPlan>(job.files, request_);
+        if (!job.output) plan_ = std::make_unique<OutputPlan>(job.files, request_, job.kept);
     }
 
     RunOutcome ConvertAll() {

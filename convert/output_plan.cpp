@@ -54,7 +54,10 @@ std::wstring ClaimName(const std::wstring& key) {
 
 }  // namespace
 
-OutputPlan::OutputPlan(const std::vector<SourceFile>& sources, const ConversionRequest& request) {
+OutputPlan::OutputPlan(const std::vector<SourceFile>& sources, const ConversionRequest& request,
+                       const std::vector<std::wstring>& kept) {
+    for (const std::wstring& path : kept)
+        taken_.insert(KeyOf(std::wstring(FolderOf(WithoutLongPrefix(path))), FileNameOf(path)));
     for (const SourceFile& source : sources) taken_.insert(KeyOf(source.folder, source.name));
     rows_.reserve(sources.size());
     for (const SourceFile& source : sources) {

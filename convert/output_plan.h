@@ -20,8 +20,10 @@ namespace morvex {
 // the extension, in list order.
 class OutputPlan {
   public:
-    // Asks the file system for each folder once and for each output; the inputs too if an output exists.
-    OutputPlan(const std::vector<SourceFile>& sources, const ConversionRequest& request);
+    // No output has a path of `kept`. Asks the file system for each folder once and for each output; the
+    // inputs too if an output exists.
+    OutputPlan(const std::vector<SourceFile>& sources, const ConversionRequest& request,
+               const std::vector<std::wstring>& kept = {});
 
     // Takes the row's output for this run, until the object goes: where another process of this program has
     // taken that name, the row gets the next number. Any thread.

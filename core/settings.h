@@ -145,6 +145,8 @@ class AppSettings {
     ColourSetting developerTheme    {installation_, L"General", L"DeveloperTheme", {43, 80, 79}};  // window colour in developer mode
     SwitchSetting fillOverride      {configuration_, L"INTERNAL CONF", L"FILL_OVERRIDE", false};   // fill-override option of the library
     TextSetting   language          {user_, L"Options", L"Language", L"English"};            // name of the interface language
+    TextSetting   windowPlace       {user_, L"Window", L"Place", L""};                       // of the main window, as it was closed last
+    TextSetting   columnWidths      {user_, L"Window", L"Columns", L""};                     // of its list, once the user has changed them
     // clang-format on
 
     // Stores the switch in the configuration file that is chosen now, whichever it was at the start.

@@ -23,6 +23,24 @@ int ToInteger(const std::wstring& text) {
     return static_cast<int>(std::wcstol(text.c_str(), nullptr, 10));
 }
 
+constexpr double kLeastAngle = 0.001;  // radians; the engine takes no smaller one
+
+// The number that a text begins with. Blanks before it and whatever follows, a unit for one, are no part of
+// it; a decimal comma counts as a point.
+struct Number {
+    explicit Number(std::wstring from) {
+        std::ranges::replace(from, L',', L'.');
+        wchar_t* end = nullptr;
+        const double read = std::wcstod(from.c_str(), &end);
+        value = std::isfinite(read) ? read : 0;
+        const size_t start = from.find_first_not_of(L" \t");
+        const auto length = static_cast<size_t>(end - from.c_str());
+        if (start < length) text = from.substr(start, length - start);
+    }
+    double value = 0;   // 0 when there is none or it is not finite
+    std::wstring text;  // with a point
+};
+
 void ShowChoice(const ConfigBinding& binding, HWND dialog, int value) {
     const auto controls = ControlsOf(binding);
     auto chosen = std::find_if(controls.begin(), controls.end(),
@@ -54,11 +72,14 @@ std::wstring StoredText(BindingKind kind, const std::wstring& typed) {
     switch (kind) {
         case BindingKind::Number:
             return Format(L"%d", ToInteger(typed));
-        case BindingKind::Length:
-            return ToReal(typed) > 0 ? typed : L"0.10000";
+        case BindingKind::Length: {
+            const Number number(typed);
+            return number.value > 0 ? number.text : L"0.10000";
+        }
         case BindingKind::Angle: {
             const double degrees = ToReal(typed);
-            return Format(L"%f", (degrees > 0 ? degrees : 90) * (std::numbers::pi / 180));
+            const double radians = (degrees > 0 ? degrees : 90) * (std::numbers::pi / 180);
+            return Format(L"%f", std::max(radians, kLeastAngle));
         }
         default:
             return typed;
@@ -72,8 +93,7 @@ bool IsEdit(BindingKind kind) {
 }  // namespace
 
 double ToReal(const std::wstring& text) {
-    const double value = std::wcstod(text.c_str(), nullptr);
-    return std::isfinite(value) ? value : 0;
+    return Number(text).value;
 }
 
 void LoadBinding(const ConfigBinding& binding, HWND dialog, const std::wstring& file) {

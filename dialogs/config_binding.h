@@ -14,8 +14,8 @@ enum class BindingKind {
     StrictChoice,  // radio buttons; another value selects none and stays in the file while none is selected
     Text,          // edit, exactly as typed
     Number,        // edit, an integer
-    Length,        // edit, millimetres; what is not greater than 0 becomes 0.1
-    Angle,  // edit in degrees for radians in the file; at most 90 when read, what is not above 0 becomes 90
+    Length,  // edit, millimetres, stored as typed but for a comma or a unit; what is not above 0 becomes 0.1
+    Angle,   // edit in degrees for radians in the file; at most 90 when read, what is not above 0 becomes 90
 };
 
 // One button of a binding, or its edit control, with the ids of its caption and tooltip (0 for none).
@@ -41,7 +41,8 @@ void LoadBinding(const ConfigBinding& binding, HWND dialog, const std::wstring& 
 // Writes the key from the controls. False when the file cannot be written.
 bool SaveBinding(const ConfigBinding& binding, HWND dialog, const std::wstring& file);
 
-// The decimal number that a text begins with; 0 when there is none or it is no finite number.
+// The number that a text begins with, with a decimal point or comma; 0 when there is none or it is not
+// finite.
 double ToReal(const std::wstring& text);
 
 }  // namespace morvex

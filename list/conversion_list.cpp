@@ -1,6 +1,8 @@
 #include "list/conversion_list.h"
 
 #include <algorithm>
+#include <iterator>
+#include <numeric>
 #include <utility>
 
 #include "formats/file_recognition.h"
@@ -38,9 +40,34 @@ void ConversionList::Append(std::vector<ListRow> rows) {
     for (ListRow& row : rows) AppendRow(std::move(row));
 }
 
-void ConversionList::RemoveRows(const std::vector<size_t>& selected) {
-    for (const size_t index : selected) rows_[index].texts.reset();
+ConversionList::RemovedRows ConversionList::RemoveRows(std::vector<size_t> selected) {
+    std::ranges::sort(selected);
+    RemovedRows removed;
+    removed.rows_.reserve(selected.size());
+    for (const size_t index : selected) removed.rows_.push_back(std::move(rows_[index]));
+    removed.places_ = std::move(selected);
     std::erase_if(rows_, [](const Entry& row) { return !row.texts; });
+    return removed;
+}
+
+ConversionList::RemovedRows ConversionList::Clear() {
+    RemovedRows removed;
+    removed.rows_ = std::exchange(rows_, {});
+    removed.places_.resize(removed.rows_.size());
+    std::iota(removed.places_.begin(), removed.places_.end(), size_t{0});
+    return removed;
+}
+
+void ConversionList::PutBack(RemovedRows removed) {
+    std::vector<Entry> all;
+    all.reserve(rows_.size() + removed.Count());
+    auto stayed = rows_.begin();
+    for (size_t i = 0; i < removed.Count(); ++i) {
+        while (all.size() < removed.places_[i] && stayed != rows_.end()) all.push_back(std::move(*stayed++));
+        all.push_back(std::move(removed.rows_[i]));
+    }
+    std::move(stayed, rows_.end(), std::back_inserter(all));
+    rows_ = std::move(all);
 }
 
 bool ConversionList::MoveRow(size_t index, bool up) {
@@ -71,10 +98,12 @@ std::vector<std::uint32_t> ConversionList::SortedOrder() const {
     return OrderOfTexts(texts, ascending_);
 }
 
-void ConversionList::ResetStatuses() {
-    for (const Entry& row : rows_) {
-        row.texts->status = {};
+std::vector<size_t> ConversionList::RowsIn(RowState state) const {
+    std::vector<size_t> rows;
+    for (size_t i = 0; i < rows_.size(); ++i) {
+        if (rows_[i].texts->status.state == state) rows.push_back(i);
     }
+    return rows;
 }
 
 std::vector<SourceFile> ConversionList::Sources() const {

@@ -36,13 +36,16 @@ class ConversionList {
     // Appends rows made elsewhere, by a folder scan for one.
     void Append(std::vector<ListRow> rows);
 
+    // Rows that were taken out, with the places they had.
+    class RemovedRows;
     // Removes the rows of these indices, in any order; takes time in proportion to the list.
-    void RemoveRows(const std::vector<size_t>& selected);
+    RemovedRows RemoveRows(std::vector<size_t> selected);
+    RemovedRows Clear();
+    // Brings removed rows back to their places; the rows that stayed are those of then.
+    void PutBack(RemovedRows removed);
 
     // Moves a row one place up or down; false when it stands at that end already.
     bool MoveRow(size_t index, bool up);
-
-    void Clear() { rows_.clear(); }
 
     // What a click on a column's header does: the same column again turns the order round, another one sorts
     // ascending. A new list counts as sorted by file name. Equal texts keep their order.
@@ -52,8 +55,7 @@ class ConversionList {
 
     void SetStatus(size_t row, RowStatus status) { rows_[row].texts->status = std::move(status); }
 
-    // Makes every row as it was before a run: status "-".
-    void ResetStatuses();
+    std::vector<size_t> RowsIn(RowState state) const;  // ascending
 
     // The rows as a run takes them.
     std::vector<SourceFile> Sources() const;
@@ -72,6 +74,16 @@ class ConversionList {
     std::vector<Entry> rows_;
     ListColumn sortedColumn_ = ListColumn::Filename;
     bool ascending_ = true;
+};
+
+class ConversionList::RemovedRows {
+  public:
+    size_t Count() const { return rows_.size(); }
+
+  private:
+    friend ConversionList;
+    std::vector<size_t> places_;  // ascending
+    std::vector<Entry> rows_;
 };
 
 }  // namespace morvex

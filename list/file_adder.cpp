@@ -7,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "convert/output_watch.h"
 #include "list/folder_scan.h"
 #include "win/paths.h"
 
@@ -17,11 +18,17 @@ constexpr std::ptrdiff_t kFilesPerBatch = 512;
 
 }  // namespace
 
+bool LessText::operator()(const std::wstring& a, const std::wstring& b) const {
+    return CompareStringOrdinal(a.c_str(), static_cast<int>(a.size()), b.c_str(), static_cast<int>(b.size()),
+                                TRUE) == CSTR_LESS_THAN;
+}
+
 FileAdder::~FileAdder() {
     mailbox_.Close();
 }
 
 void FileAdder::Start(Request request) {
+    refusedKinds_.clear();
     thread_ = std::jthread(
         [this, request = std::move(request)](const std::stop_token& stop) { Run(stop, request); });
 }
@@ -56,16 +63,36 @@ void FileAdder::TellFilesAndFolders(const std::stop_token& stop, const Request& 
         if (stop.stop_requested()) break;
         if (FolderExists(path)) {
             Tell(std::exchange(batch, {}), path);  // keeps the order
-            ScanFolder(path, request.recursive, request.inputFormat, stop,
-                       [this](std::vector<ListRow> rows, const std::wstring& folder) {
-                           Tell(std::move(rows), folder);
-                       });
+            TellFolder(stop, request, path);
             continue;
         }
-        if (auto row = MakeAcceptedRow(path, request.inputFormat)) batch.push_back(std::move(*row));
+        if (auto row = MakeAcceptedRow(path, request.inputFormat))
+            batch.push_back(std::move(*row));
+        else
+            Refuse(path);
         if (std::ssize(batch) >= kFilesPerBatch) Tell(std::exchange(batch, {}), {});
     }
     Tell(std::move(batch), {});
+}
+
+// Leaves out what runs have written there: their reports, and the results that the request names.
+void FileAdder::TellFolder(const std::stop_token& stop, const Request& request, const std::wstring& folder) {
+    const auto isOurs = [&](const ListRow& row) {
+        return row.name.ends_with(kReportSuffix) || request.written.contains(row.FullPath());
+    };
+    ScanFolder(
+        folder, request.recursive, request.inputFormat, stop,
+        [&](std::vector<ListRow> rows, const std::wstring& current) {
+            const size_t ours = std::erase_if(rows, isOurs);
+            mailbox_.Tell([ours](FoundFiles& found) { found.leftOut += ours; });
+            Tell(std::move(rows), current);
+        },
+        [this](const std::wstring& path) { Refuse(path); });
+}
+
+void FileAdder::Refuse(const std::wstring& path) {
+    if (!refusedKinds_.insert(std::wstring(ExtensionOf(path))).second) return;
+    mailbox_.Tell([&](FoundFiles& found) { found.refused.push_back(path); });
 }
 
 // Each file's attributes are asked once, and several at a time.

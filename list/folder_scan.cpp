@@ -23,8 +23,12 @@ std::optional<FileId> IdOf(std::wstring_view folder) {
 class FolderScan {
   public:
     FolderScan(const std::wstring& root, bool recursive, std::wstring_view inputFilterText,
-               const ScanReceiver& receive)
-        : root_(root), recursive_(recursive), inputFilterText_(inputFilterText), receive_(receive) {}
+               const ScanReceiver& receive, const std::function<void(const std::wstring&)>& refuse)
+        : root_(root),
+          recursive_(recursive),
+          inputFilterText_(inputFilterText),
+          receive_(receive),
+          refuse_(refuse) {}
 
     void Run(const std::stop_token& stop) {
         Enter(root_);
@@ -68,6 +72,8 @@ class FolderScan {
         } else if (IsAcceptedFile(path, inputFilterText_)) {
             rows_.push_back(
                 *MakeRow(std::move(path), std::uint64_t{entry.nFileSizeHigh} << 32 | entry.nFileSizeLow));
+        } else if (refuse_) {
+            refuse_(path);
         }
     }
 
@@ -91,6 +97,7 @@ class FolderScan {
     const bool recursive_;
     const std::wstring_view inputFilterText_;
     const ScanReceiver& receive_;
+    const std::function<void(const std::wstring&)>& refuse_;
     std::vector<OpenFolder> open_;
     std::set<FileId> linked_;
     std::vector<ListRow> rows_;
@@ -100,9 +107,10 @@ class FolderScan {
 }  // namespace
 
 void ScanFolder(const std::wstring& folder, bool recursive, std::wstring_view inputFilterText,
-                const std::stop_token& stop, const ScanReceiver& receive) {
+                const std::stop_token& stop, const ScanReceiver& receive,
+                const std::function<void(const std::wstring& path)>& refuse) {
     const bool endsInBackslash = folder.ends_with(L'\\');  // "C:\"
-    FolderScan(folder.substr(0, folder.size() - endsInBackslash), recursive, inputFilterText, receive)
+    FolderScan(folder.substr(0, folder.size() - endsInBackslash), recursive, inputFilterText, receive, refuse)
         .Run(stop);
 }
 

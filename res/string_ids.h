@@ -101,8 +101,22 @@
 #define IDS_NO_SETTINGS 3027
 #define IDS_NOT_CONVERTED 3028  // status of a row after an abandoned or stopped run
 #define IDS_STOPPED 3029        // of a row that was being converted when the run was stopped
-#define IDS_TIME_LIMIT 3045     // of a row that took longer than a file may
-#define IDS_NOT_STARTED 3046    // behind the run's summary: files whose process could not be started
+#define IDS_STOP 3031
+#define IDS_STOPPING 3032
+#define IDS_UNDO 3033
+#define IDS_CONVERT_AGAIN 3034
+#define IDS_CONVERT_REST 3035
+#define IDS_CHANGE_FORMAT 3036
+#define IDS_FILES_IN_LIST 3037
+#define IDS_FILES_SELECTED 3038
+#define IDS_ASK_STOP_AND_QUIT 3039
+#define IDS_LEFT_OUT 3040
+#define IDS_PROGRESS_FAILED 3041
+#define IDS_PROGRESS_ELAPSED 3042
+#define IDS_PROGRESS_LEFT 3043
+#define IDS_NOT_BESIDE_INPUT 3044
+#define IDS_TIME_LIMIT 3045   // of a row that took longer than a file may
+#define IDS_NOT_STARTED 3046  // behind the run's summary: files whose process could not be started
 
 // Captions of the conversion settings dialogs, shared between them.
 #define IDS_CFG_TITLE_WRITE 3100

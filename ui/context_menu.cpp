@@ -16,7 +16,14 @@ void AddRecentFiles(PopupMenu& menu, const WindowState& state) {
 void FillContextMenu(PopupMenu& menu, const WindowState& state, size_t selectedRows) {
     const auto add = [&](int id) { menu.Add(id, state.Text(id)); };
     const bool developer = state.Settings().developerMode.Get(), rows = !state.list.Empty();
-    if (state.Busy()) return add(IDS_QUIT);
+    const auto addLast = [&] {
+        if (state.run != RunState::Running) {
+            add(IDS_OPTIONS);
+            menu.AddSeparator();
+        }
+        add(IDS_QUIT);
+    };
+    if (state.Busy()) return addLast();
     if (rows) {
         add(IDS_RUN_CONVERSION);
         menu.AddSeparator();
@@ -43,9 +50,7 @@ void FillContextMenu(PopupMenu& menu, const WindowState& state, size_t selectedR
     if (rows) add(IDS_SAVE_LIST);
     if (rows && developer) add(IDS_SAVE_LIST_PYTHON);
     menu.AddSeparator();
-    add(IDS_OPTIONS);
-    menu.AddSeparator();
-    add(IDS_QUIT);
+    addLast();
 }
 
 }  // namespace morvex

@@ -1,6 +1,9 @@
 #include "ui/drag_list_ctrl.h"
 
+#include <windowsx.h>
+
 #include <algorithm>
+#include <sstream>
 
 #include "res/string_ids.h"
 #include "win/theme.h"
@@ -23,13 +26,27 @@ constexpr ColumnLayout kColumns[kListColumns] = {
 };
 constexpr int kRowsInSight = 22;
 constexpr int kScrollBarRoom = 17;  // pixels at 96 dpi, as the scroll bar's width is
+constexpr int kLeastColumn = 24;    // pixels at 96 dpi
 constexpr int kRowPadding = 5;      // pixels at 96 dpi, above and below the text together
 
 constexpr COLORREF kGoodBackground = RGB(232, 253, 227), kGoodText = RGB(0, 128, 0);
 constexpr COLORREF kBadBackground = RGB(255, 234, 234), kBadText = RGB(255, 0, 0);
 constexpr COLORREF kBusyBackground = RGB(236, 241, 255), kBusyText = RGB(0, 64, 128);
 
+// Of a cell that shows the whole text, in pixels.
+int WidthOf(const WindowDevice& device, const std::wstring& text) {
+    const std::wstring drawn = L" " + text + L" ";
+    SIZE size{};
+    GetTextExtentPoint32W(device.Get(), drawn.c_str(), static_cast<int>(drawn.size()), &size);
+    return static_cast<int>(size.cx) + 1;  // the grid line
+}
+
 }  // namespace
+
+CDragListCtrl::CDragListCtrl(const ConversionList& model, const TextCatalogue& text)
+    : model_(model), text_(text) {
+    for (int i = 0; i < kListColumns; ++i) widths_[static_cast<size_t>(i)] = kColumns[i].width;
+}
 
 CDragListCtrl::~CDragListCtrl() {
     if (view_.Handle()) RemoveWindowSubclass(view_.Handle(), Subclass, 0);
@@ -64,33 +81,111 @@ void CDragListCtrl::ShowSorted(bool sorted) {
     view_.ShowSortArrow(sorted ? static_cast<int>(model_.SortedColumn()) : -1, model_.Ascending());
 }
 
-void CDragListCtrl::RedrawVisible() const {
+void CDragListCtrl::RedrawVisible() {
+    if (model_.Empty()) return;
     const size_t first = view_.FirstVisible();
-    if (!model_.Empty()) view_.RedrawRows(first, std::min(first + view_.VisibleCount(), model_.Count() - 1));
+    const size_t last = std::min(first + view_.VisibleCount(), model_.Count() - 1);
+    if (first > last) return;
+    WidenStatusColumn(first, last);
+    view_.RedrawRows(first, last);
 }
 
 void CDragListCtrl::FitColumnsToRows() {
     // A window that the screen clips shows fewer rows than it was made for.
     if (roomForScrollBar_ || model_.Count() <= std::min<size_t>(kRowsInSight, view_.VisibleCount())) return;
     roomForScrollBar_ = true;
-    const int status = static_cast<int>(ListColumn::Status);
-    view_.SetColumnWidth(status, view_.ColumnWidth(status) - Scaled(kScrollBarRoom));
+    FitColumnsToWidth();
+}
+
+int CDragListCtrl::RoomOfColumns() const {
+    RECT outer{};
+    GetWindowRect(view_.Handle(), &outer);
+    WINDOWINFO info{};
+    info.cbSize = sizeof info;
+    GetWindowInfo(view_.Handle(), &info);
+    return static_cast<int>(outer.right - outer.left) - 2 * static_cast<int>(info.cxWindowBorders) -
+           (roomForScrollBar_ ? Scaled(kScrollBarRoom) : 0);
 }
 
 void CDragListCtrl::FitColumnsToWidth() {
-    RECT outer{};
-    GetWindowRect(view_.Handle(), &outer);
-    int extra = static_cast<int>(outer.right - outer.left - NaturalSize().cx);
-    int shares = 0;
-    for (const ColumnLayout& column : kColumns) shares += column.grows ? column.width : 0;
-    for (int i = 0; i < kListColumns; ++i) {
-        const ColumnLayout& column = kColumns[i];
-        const int share = column.grows ? MulDiv(extra, column.width, shares) : 0;
-        const bool narrowed = roomForScrollBar_ && i == static_cast<int>(ListColumn::Status);
-        view_.SetColumnWidth(i, Scaled(column.width) + share - (narrowed ? Scaled(kScrollBarRoom) : 0));
-        extra -= share;
-        shares -= column.grows ? column.width : 0;
+    int extra = RoomOfColumns() + (roomForScrollBar_ ? Scaled(kScrollBarRoom) : 0), shares = 0;
+    for (size_t i = 0; i < kListColumns; ++i) {
+        extra -= Scaled(widths_[i]);
+        shares += kColumns[i].grows ? widths_[i] : 0;
     }
+    std::array<int, kListColumns> pixels{};
+    for (size_t i = 0; i < kListColumns; ++i) {
+        const int weight = kColumns[i].grows ? widths_[i] : 0;
+        const int share = weight > 0 ? MulDiv(extra, weight, shares) : 0;
+        pixels[i] = std::max(Scaled(widths_[i]) + share, 0);
+        extra -= share;
+        shares -= weight;
+    }
+    if (roomForScrollBar_) pixels.back() = std::max(pixels.back() - Scaled(kScrollBarRoom), 0);
+    SetColumnWidths(pixels);
+}
+
+void CDragListCtrl::SetColumnWidths(const std::array<int, kListColumns>& pixels) {
+    fitting_ = true;
+    for (int i = 0; i < kListColumns; ++i) view_.SetColumnWidth(i, pixels[static_cast<size_t>(i)]);
+    fitting_ = false;
+}
+
+// The last column, or the one before it when that is dragged itself, takes what a dragged divider leaves.
+void CDragListCtrl::OnDivider(int column) {
+    if (fitting_) return;
+    const auto moved = static_cast<size_t>(column);
+    const size_t taker = moved + 1 < kListColumns ? kListColumns - 1 : moved - 1;
+    const int least = Scaled(kLeastColumn);
+    std::array<int, kListColumns> pixels{};
+    int rest = RoomOfColumns();
+    for (size_t i = 0; i < kListColumns; ++i) {
+        pixels[i] = view_.ColumnWidth(static_cast<int>(i));
+        rest -= i == taker ? 0 : pixels[i];
+    }
+    pixels[moved] -= std::max(least - rest, 0);
+    pixels[taker] = std::max(rest, least);
+    SetColumnWidths(pixels);
+    if (roomForScrollBar_) pixels.back() += Scaled(kScrollBarRoom);
+    const int dpi = static_cast<int>(GetDpiForWindow(view_.Handle()));
+    for (size_t i = 0; i < kListColumns; ++i)
+        widths_[i] = std::max(MulDiv(pixels[i], USER_DEFAULT_SCREEN_DPI, dpi), 1);
+    ownWidths_ = true;
+}
+
+// Makes room for the statuses in sight; the file name gives what that takes.
+void CDragListCtrl::WidenStatusColumn(size_t first, size_t last) {
+    if (ownWidths_) return;
+    const WindowDevice device(view_.Handle());
+    const int column = static_cast<int>(ListColumn::Status),
+              dpi = static_cast<int>(GetDpiForWindow(view_.Handle()));
+    int missing = 0;
+    for (size_t row = first; row <= last; ++row)
+        missing = std::max(missing, WidthOf(device, model_.Row(row).status.text) - view_.ColumnWidth(column));
+    missing = std::min(MulDiv(missing, USER_DEFAULT_SCREEN_DPI, dpi), widths_.front() / 2);
+    if (missing <= 0) return;
+    widths_.front() -= missing;
+    widths_.back() += missing;
+    FitColumnsToWidth();
+}
+
+std::wstring CDragListCtrl::Widths() const {
+    std::wstring text;
+    for (const int width : widths_) text += (text.empty() ? L"" : L",") + std::to_wstring(width);
+    return ownWidths_ ? text : L"";
+}
+
+void CDragListCtrl::SetWidths(const std::wstring& widths) {
+    std::array<int, kListColumns> read{};
+    std::wistringstream text(widths);
+    wchar_t comma = L',';
+    for (int& width : read) {
+        if (comma != L',' || !(text >> width) || width < kLeastColumn) return;
+        text >> comma;
+    }
+    widths_ = read;
+    ownWidths_ = true;
+    FitColumnsToWidth();
 }
 
 SIZE CDragListCtrl::NaturalSize() const {
@@ -206,6 +301,26 @@ int CDragListCtrl::FindByName(const NMLVFINDITEMW& question) const {
     return -1;
 }
 
+std::wstring CDragListCtrl::TipAtPointer() const {
+    if (tipRow_ < 0 || static_cast<size_t>(tipRow_) >= model_.Count()) return {};
+    const ListRow& row = model_.Row(static_cast<size_t>(tipRow_));
+    const std::wstring& text = row.Text(tipColumn_);
+    const bool cut =
+        WidthOf(WindowDevice(view_.Handle()), text) > view_.ColumnWidth(static_cast<int>(tipColumn_));
+    if (tipColumn_ == ListColumn::Status && !row.status.reason.empty())
+        return text + L"\n" + row.status.reason;
+    return cut ? text : L"";
+}
+
+void CDragListCtrl::OnPointer(POINT point) {
+    const int row = view_.RowAt(point);
+    const ListColumn column = ColumnAt(static_cast<int>(point.x));
+    if (row == tipRow_ && column == tipColumn_) return;
+    tipRow_ = row;
+    tipColumn_ = column;
+    if (cellChanged) cellChanged();
+}
+
 ListColumn CDragListCtrl::ColumnAt(int x) const {
     int edge = model_.Empty() ? 0 : static_cast<int>(view_.RowRect(view_.FirstVisible()).left);
     for (int i = 0; i + 1 < kListColumns; ++i) {
@@ -228,7 +343,13 @@ LRESULT CALLBACK CDragListCtrl::Subclass(HWND window, UINT message, WPARAM wPara
         list->view_ = ListView(nullptr);
         return DefSubclassProc(window, message, wParam, lParam);
     }
+    if (message == WM_MOUSEMOVE) list->OnPointer({GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)});
     const LRESULT result = DefSubclassProc(window, message, wParam, lParam);
+    if (message == WM_NOTIFY) {
+        const auto& header = *reinterpret_cast<const NMHEADERW*>(lParam);
+        const bool dragged = header.hdr.code == HDN_ITEMCHANGEDW && header.pitem->mask & HDI_WIDTH;
+        if (dragged) list->OnDivider(header.iItem);
+    }
     if (message == WM_PAINT && list->model_.Empty()) list->DrawHint();
     return result;
 }

@@ -1,5 +1,7 @@
 #include "ui/file_adding.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "formats/input_formats.h"
@@ -32,8 +34,9 @@ void FileAdding::AddFiles() {
          .bufferCharacters = 2000000,  // too small a one would lose the whole choice without a word
          .multiple = true});
     if (paths.empty()) return;
+    state_.Settings().inputFolder.Set(std::wstring(FolderOf(paths.front())));
     for (const std::wstring& path : paths) state_.list.AppendPickedFile(path);
-    view_.OnRowsAdded();
+    view_.OnRowsAdded(true);
 }
 
 void FileAdding::AddFolder(bool recursive) {
@@ -49,19 +52,28 @@ void FileAdding::AddRecentFile(size_t index) {
     const std::vector<std::wstring>& recent = state_.recentFiles.Paths();
     if (index >= recent.size()) return;
     if (state_.list.AddRecentPath(recent[index], state_.Settings().formatIn.Get()))
-        view_.OnRowsAdded();
+        view_.OnRowsAdded(true);
     else
         ShowOnlyFormatMessage();
 }
 
 void FileAdding::Start(std::vector<std::wstring> paths, bool recursive, Source source) {
     source_ = source;
+    offered_.clear();
     stopped_ = false;
     rowsBefore_ = state_.list.Count();
-    adder_.Start({.paths = std::move(paths),
-                  .recursive = recursive,
-                  .filesOnly = source == Source::ListFile,
-                  .inputFormat = state_.Settings().formatIn.Get()});
+    refused_.clear();
+    leftOut_ = 0;
+    request_ = {.paths = std::move(paths),
+                .recursive = recursive,
+                .filesOnly = source == Source::ListFile,
+                .inputFormat = state_.Settings().formatIn.Get(),
+                .written = {}};
+    for (size_t row = 0; source == Source::Folder && row < state_.list.Count(); ++row) {
+        const std::wstring& written = state_.list.Row(row).status.output;
+        if (!written.empty()) request_.written.insert(written);
+    }
+    adder_.Start(request_);
     state_.adding = true;
     view_.Update();
     view_.ShowStatus(state_.Text(IDS_ADDING_FILES));
@@ -77,10 +89,14 @@ void FileAdding::OnFound() {
     if (!state_.adding) return;
     FoundFiles found = adder_.Take();
     state_.adding = !found.ended;
+    std::ranges::move(found.refused, std::back_inserter(refused_));
+    leftOut_ += found.leftOut;
+    const bool any = !found.rows.empty();
     state_.list.Append(std::move(found.rows));
-    view_.OnRowsAdded();
-    const std::wstring count =
+    view_.OnRowsAdded(any);
+    std::wstring count =
         Format(state_.Text(IDS_FILES_ADDED).c_str(), static_cast<int>(state_.list.Count() - rowsBefore_));
+    if (leftOut_ > 0) count += L"   " + Format(state_.Text(IDS_LEFT_OUT).c_str(), static_cast<int>(leftOut_));
     if (found.ended) {
         view_.ShowStatus(found.problem.empty() ? count : count + L"   " + found.problem);
         OnEnded();
@@ -93,8 +109,35 @@ void FileAdding::OnEnded() {
     const bool none = source_ == Source::Folder
                           ? state_.list.Empty()
                           : source_ == Source::Drop && state_.list.Count() == rowsBefore_;
-    if (none && !stopped_) ShowOnlyFormatMessage();
+    if (none && !stopped_) {
+        offered_ = OtherFormat();
+        ShowOnlyFormatMessage();
+    }
     view_.OnAddingEnded(stopped_);
+}
+
+// The one format on offer that all refused files belong to; empty when there is none or more than one.
+std::wstring FileAdding::OtherFormat() const {
+    std::wstring other;
+    for (const auto& [format, outputs] : state_.context.pairs.All()) {
+        const bool takesAll = std::ranges::all_of(
+            refused_, [&format = format](const std::wstring& path) { return IsAcceptedFile(path, format); });
+        if (refused_.empty() || format == kAnyFile || !takesAll) continue;
+        if (!other.empty()) return {};
+        other = format;
+    }
+    return other;
+}
+
+std::wstring FileAdding::OfferedFormat() const {
+    const bool stale = !state_.list.Empty() || state_.Settings().formatIn.Get() != request_.inputFormat;
+    return stale ? std::wstring() : offered_;
+}
+
+void FileAdding::AddInOfferedFormat() {
+    const std::wstring format = std::exchange(offered_, {});
+    formats_.Choose({format, state_.Settings().formatOut.Get()});
+    Start(request_.paths, request_.recursive, source_);
 }
 
 void FileAdding::ShowOnlyFormatMessage() {
@@ -130,6 +173,7 @@ void FileAdding::ShowDropMenu() {
         add(IDS_REPLACE_FILES);
         add(IDS_REPLACE_FILES_RECURSIVE);
     }
+    menu.AssignKeys();
     state_.prompts.showMenu(menu, state_.window, dropPoint_);
 }
 

@@ -29,6 +29,11 @@ class FileAdding {
     void AddFolder(bool recursive);
     void AddRecentFile(size_t index);
     void LoadList();
+    // The other input format that all files belong to of which the last adding took none; empty when there is
+    // no such format or the window is not as it was.
+    std::wstring OfferedFormat() const;
+    // Chooses that format and adds those files.
+    void AddInOfferedFormat();
     // Replaces formats and rows by those of a list file that was read.
     void TakeListFile(ListFile file);
 
@@ -46,6 +51,7 @@ class FileAdding {
 
     void Start(std::vector<std::wstring> paths, bool recursive, Source source);
     void OnEnded();
+    std::wstring OtherFormat() const;
     void ShowOnlyFormatMessage();
     bool TakesDrops() const;
     void AddPathsOrListFile(std::vector<std::wstring> paths, bool recursive);
@@ -57,6 +63,10 @@ class FileAdding {
     std::vector<std::wstring> pendingDrop_;
     POINT dropPoint_{};  // of the screen
     Source source_ = Source::Folder;
+    FileAdder::Request request_;  // the last one
+    std::vector<std::wstring> refused_;
+    std::wstring offered_;
+    size_t leftOut_ = 0;
     size_t rowsBefore_ = 0;
     bool stopped_ = false;
     Mailbox<FoundFiles> mailbox_;

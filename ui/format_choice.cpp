@@ -13,6 +13,16 @@
 #include "win/controls.h"
 
 namespace morvex {
+namespace {
+
+// A format that no profile offers, of a list file for one, is an entry of its own.
+void Show(const ComboBox& formats, const std::wstring& chosen) {
+    if (chosen.empty() || formats.SelectText(chosen)) return;
+    formats.Add(chosen);
+    formats.SelectText(chosen);
+}
+
+}  // namespace
 
 void FormatChoice::Fill() {
     const ComboBox formats(state_.Item(IDC_INPUT_FORMAT));
@@ -20,14 +30,14 @@ void FormatChoice::Fill() {
     for (const auto& entry : state_.context.pairs.All()) formats.Add(entry.first);
     TextSetting& chosen = state_.Settings().formatIn;
     if (chosen.Get().empty() && formats.Count() > 0) chosen.Set(formats.TextAt(0));
-    formats.SelectText(chosen.Get());
+    Show(formats, chosen.Get());
     FillOutputs();
 }
 
 void FormatChoice::Choose(const ChosenFormats& formats) {
     state_.Settings().formatIn.Set(formats.input);
     state_.Settings().formatOut.Set(formats.output);
-    ComboBox(state_.Item(IDC_INPUT_FORMAT)).SelectText(formats.input);
+    Show(ComboBox(state_.Item(IDC_INPUT_FORMAT)), formats.input);
     FillOutputs();
 }
 
@@ -37,7 +47,7 @@ void FormatChoice::FillOutputs() {
     formats.Clear();
     const std::vector<ConversionPair>* const pairs =
         state_.context.pairs.OutputsOf(state_.Settings().formatIn.Get());
-    if (!pairs) return;
+    if (!pairs) return Show(formats, state_.Settings().formatOut.Get());
     std::vector<std::wstring> shown;  // several profiles may offer the same pair
     for (const ConversionPair& pair : *pairs) {
         if (std::find(shown.begin(), shown.end(), pair.outputFilterText) != shown.end()) continue;
@@ -50,16 +60,34 @@ void FormatChoice::FillOutputs() {
     chosen.Set(formats.TextAt(0));
 }
 
+void FormatChoice::ShowChosen() const {
+    ComboBox(state_.Item(IDC_INPUT_FORMAT)).SelectText(state_.Settings().formatIn.Get());
+    ComboBox(state_.Item(IDC_OUTPUT_FORMAT)).SelectText(state_.Settings().formatOut.Get());
+}
+
+void FormatChoice::OnNotification(int box, int notification) {
+    const bool open = SendMessageW(state_.Item(box), CB_GETDROPPEDSTATE, 0, 0) != 0;
+    const bool altClosesIt = notification == CBN_SELENDCANCEL && GetKeyState(VK_MENU) < 0;  // so Wine says it
+    if (notification == CBN_SELENDCANCEL && !altClosesIt) return ShowChosen();
+    const bool chosen =
+        altClosesIt || notification == CBN_SELENDOK || (notification == CBN_SELCHANGE && !open);
+    // One choice makes up to two notifications, the first while the list is still open.
+    if (chosen && !std::exchange(chosenBox_, box)) PostMessageW(state_.window, kFormatChosenMessage, 0, 0);
+}
+
 std::wstring FormatChoice::ShownInput() const {
     return ComboBox(state_.Item(IDC_INPUT_FORMAT)).SelectedText();
 }
 
-bool FormatChoice::TakeOutput() {
-    AppSettings& settings = state_.Settings();
+void FormatChoice::TakeOutput() {
+    TextSetting& chosen = state_.Settings().formatOut;
     const std::wstring shown = ComboBox(state_.Item(IDC_OUTPUT_FORMAT)).SelectedText();
-    if (shown != settings.formatOut.Get()) settings.formatOut.Set(shown);
-    const int code = InputFilterTextToFormatCode(settings.formatIn.Get());
-    return code != kCodeAny && code == OutputFilterTextToFormatCode(shown);
+    if (shown != chosen.Get()) chosen.Set(shown);
+}
+
+bool FormatChoice::Same() const {
+    const int code = InputFilterTextToFormatCode(state_.Settings().formatIn.Get());
+    return code != kCodeAny && code == OutputFilterTextToFormatCode(state_.Settings().formatOut.Get());
 }
 
 void FormatChoice::FlashWhile(const std::wstring& message) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 
 #include "ui/window_state.h"
 
@@ -16,11 +17,21 @@ class FormatChoice {
     // Stores these formats and shows them; an output that is not on offer gives way to the first that is.
     void Choose(const ChosenFormats& formats);
 
+    // Posts kFormatChosenMessage when a choice was made in the box: by a click, Enter or Alt+Up, or with the
+    // list closed. Looking through the open list is no choice; leaving it with Escape brings the last one
+    // back.
+    void OnNotification(int box, int notification);
+    // Answers that message: the box in which a choice waits to be taken, 0 for none.
+    int ChosenBox() { return std::exchange(chosenBox_, 0); }
+    // Shows what the settings say.
+    void ShowChosen() const;
+
     // What the input box shows.
     std::wstring ShownInput() const;
-    // Stores what the output box shows. True when both formats are the same, so that an output beside its
-    // input would have too similar a name.
-    bool TakeOutput();
+    // Stores what the output box shows.
+    void TakeOutput();
+    // An output beside its input would have too similar a name.
+    bool Same() const;
 
     // Shows a message box over the window, in which the input format and its label flash meanwhile.
     void FlashWhile(const std::wstring& message);
@@ -34,6 +45,7 @@ class FormatChoice {
     void Flash();
 
     WindowState& state_;
+    int chosenBox_ = 0;
     bool flashing_ = false;      // a late tick of the timer must not start it anew
     std::wstring flashedLabel_;  // the input format's label while it is hidden
 };

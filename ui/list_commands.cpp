@@ -2,29 +2,64 @@
 
 #include <algorithm>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "convert/output_watch.h"
 #include "win/shell.h"
 
 namespace morvex {
+void ListCommands::KeepForUndo(ConversionList::RemovedRows rows) {
+    state_.undo = UndoStep{std::move(rows), state_.Formats(), state_.run};
+}
+
+void ListCommands::EmptyList() {
+    if (!state_.list.Empty()) KeepForUndo(state_.list.Clear());
+    if (state_.run == RunState::Finished) state_.run = RunState::Idle;
+    control_.View().SelectAll(false);
+    view_.Update();
+    view_.ShowRowSummary();
+}
+
 void ListCommands::RemoveSelectedRows() {
     const ListView& view = control_.View();
     const std::vector<size_t> selected = view.SelectedRows();
     if (selected.empty()) return;
-    state_.list.RemoveRows(selected);
+    KeepForUndo(state_.list.RemoveRows(selected));
     view.SelectAll(false);
     view_.Update();
+    view_.ShowRowSummary();
     if (!state_.list.Empty()) view.FocusRow(std::min(selected.front(), state_.list.Count() - 1));
 }
 
-void ListCommands::MoveSelectedRow(bool up) {
+void ListCommands::Undo() {
+    if (!state_.undo) return;
+    UndoStep step = std::move(*state_.undo);
+    state_.undo.reset();
+    state_.list.PutBack(std::move(step.rows));
+    state_.run = step.run;
+    if (step.formats.input != state_.Settings().formatIn.Get()) formats_.Choose(step.formats);
+    control_.View().SelectAll(false);
+    view_.Update();
+    view_.ShowRowSummary();
+}
+
+void ListCommands::MoveSelectedRow(bool up, bool keepSelected) {
     const ListView& view = control_.View();
     if (view.SelectedCount() != 1) return;
-    if (!state_.list.MoveRow(static_cast<size_t>(view.FirstSelected()), up)) return;
+    const auto row = static_cast<size_t>(view.FirstSelected());
+    if (!state_.list.MoveRow(row, up)) return;
+    state_.undo.reset();
     control_.ShowSorted(false);
     view.SelectAll(false);
+    if (keepSelected) {
+        const size_t moved = up ? row - 1 : row + 1;
+        view.Select(moved);
+        view.FocusRow(moved);
+        view.ScrollTo(moved);
+    }
     control_.RedrawVisible();
+    view_.Update();
 }
 
 void ListCommands::SortByColumn(ListColumn column) {
@@ -33,12 +68,14 @@ void ListCommands::SortByColumn(ListColumn column) {
     std::unordered_set<const ListRow*> selected;  // a row keeps its place in memory
     for (const size_t row : view.SelectedRows()) selected.insert(&list.Row(row));
     list.SortByColumn(column);
+    state_.undo.reset();
     if (selected.size() < list.Count()) view.SelectAll(false);
     for (size_t row = 0; row < list.Count() && selected.size() < list.Count(); ++row) {
         if (selected.contains(&list.Row(row))) view.Select(row);
     }
     control_.ShowSorted(true);
     control_.RedrawVisible();
+    view_.Update();
 }
 
 const ListRow* ListCommands::SelectedRow() const {
@@ -61,11 +98,28 @@ void ListCommands::OpenOutputFolder() {
                             settings.UseOutputFolder() ? settings.outputFolder.Get() : row->folder);
 }
 
+void ListCommands::CopySelectedPaths() {
+    std::wstring paths;
+    for (const size_t row : control_.View().SelectedRows()) {
+        if (!paths.empty()) paths += L"\r\n";
+        paths += state_.list.FullPath(row);
+    }
+    if (!paths.empty()) CopyToClipboard(state_.window, paths);
+}
+
+void ListCommands::OpenFocusedResult() {
+    const int row = control_.View().FocusedRow();
+    if (row >= 0 && static_cast<size_t>(row) < state_.list.Count())
+        Open(state_.list.Row(static_cast<size_t>(row)), ListColumn::Filename);
+}
+
 void ListCommands::OpenResult(const NMITEMACTIVATE& click) {
     const auto index = static_cast<size_t>(click.iItem);
     if (click.iItem < 0 || index >= state_.list.Count()) return;
-    const ListRow& row = state_.list.Row(index);
-    const ListColumn column = control_.ColumnAt(static_cast<int>(click.ptAction.x));
+    Open(state_.list.Row(index), control_.ColumnAt(static_cast<int>(click.ptAction.x)));
+}
+
+void ListCommands::Open(const ListRow& row, ListColumn column) const {
     if (column == ListColumn::Folder) return state_.prompts.open(state_.window, row.folder);
     if (!row.status.Final() || row.status.output.empty()) return;
     const std::wstring suffix = column == ListColumn::Status ? kReportSuffix : L"";

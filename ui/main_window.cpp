@@ -7,7 +7,7 @@ namespace morvex {
 int RunMainWindow(AppContext& context) {
     CmorvexDlg window(context);
     window.Open();
-    ShowWindow(window.Handle(), SW_SHOWDEFAULT);
+    ShowWindow(window.Handle(), window.Maximised() ? SW_SHOWMAXIMIZED : SW_SHOWDEFAULT);
     MSG message;
     while (window.Handle() && GetMessageW(&message, nullptr, 0, 0) > 0) {
         if (window.PreTranslate(message) || IsDialogMessageW(window.Handle(), &message)) continue;

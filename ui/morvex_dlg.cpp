@@ -8,12 +8,10 @@
 #include <algorithm>
 #include <utility>
 
-#include "convert/conversion_library.h"
-#include "core/product.h"
 #include "res/string_ids.h"
 #include "ui/context_menu.h"
 #include "ui/morvex_dlg_messages.h"
-#include "win/access_keys.h"
+#include "ui/window_place.h"
 
 namespace morvex {
 namespace {
@@ -22,45 +20,17 @@ COLORREF ToColour(const Colour& colour) {
     return RGB(colour.red, colour.green, colour.blue);
 }
 
-constexpr int kTextControls[] = {
-    IDS_INPUT_FORMAT,   IDS_OUTPUT_FORMAT, IDS_OUTPUT_FOLDER,      IDS_WRITE_INTO_INPUT_FOLDER,
-    IDS_HEALING,        IDS_MULTIPROCESS,  IDS_CONVERT_AT_STARTUP, IDS_OVERRIDE,
-    IDS_ADD_FILES,      IDS_EMPTY_LIST,    IDS_CONFIGURE,          IDS_OPTIONS,
-    IDS_RUN_CONVERSION, IDS_QUIT};
-constexpr int kCheckBoxes[] = {IDS_WRITE_INTO_INPUT_FOLDER, IDS_HEALING, IDS_MULTIPROCESS,
-                               IDS_CONVERT_AT_STARTUP, IDS_OVERRIDE};
-constexpr int kDeveloperBoxes[] = {IDS_HEALING, IDS_MULTIPROCESS, IDS_CONVERT_AT_STARTUP, IDS_OVERRIDE};
 constexpr int kRunControls[] = {
     IDS_RUN_CONVERSION, IDS_OPTIONS,    IDC_INPUT_FORMAT, IDC_OUTPUT_FORMAT,
     IDC_BROWSE,         IDS_EMPTY_LIST, IDS_ADD_FILES,    IDS_WRITE_INTO_INPUT_FOLDER,
     IDS_CONFIGURE,      IDS_HEALING,    IDS_MULTIPROCESS, IDS_OVERRIDE};
-constexpr struct {
-    int control;
-    int text;
-} kTooltips[] = {
-    {IDC_INPUT_FORMAT, IDS_TIP_INPUT_FORMAT},
-    {IDC_OUTPUT_FORMAT, IDS_TIP_OUTPUT_FORMAT},
-    {IDC_OUTPUT_FOLDER, IDS_TIP_OUTPUT_FOLDER},
-    {IDC_BROWSE, IDS_BROWSE},
-    {IDS_WRITE_INTO_INPUT_FOLDER, IDS_TIP_WRITE_INTO_INPUT_FOLDER},
-    {IDS_CONFIGURE, IDS_TIP_CONFIGURE},
-    {IDS_HEALING, IDS_TIP_HEALING},
-    {IDS_MULTIPROCESS, IDS_TIP_MULTIPROCESS},
-    {IDS_CONVERT_AT_STARTUP, IDS_TIP_CONVERT_AT_STARTUP},
-    {IDS_OVERRIDE, IDS_TIP_OVERRIDE},
-};
 
-SIZE OuterSize(HWND window) {
-    RECT rect{};
-    GetWindowRect(window, &rect);
-    return {rect.right - rect.left, rect.bottom - rect.top};
-}
-
-RECT PlaceOf(HWND control) {  // in its dialog
-    RECT rect{};
-    GetWindowRect(control, &rect);
-    MapWindowPoints(nullptr, GetParent(control), reinterpret_cast<POINT*>(&rect), 2);
-    return rect;
+// Enter where it would press the default button: it is to press only one that has the focus.
+bool IsStrayEnter(const MSG& message) {
+    if (message.message != WM_KEYDOWN || message.wParam != VK_RETURN) return false;
+    const LRESULT kind = SendMessageW(message.hwnd, WM_GETDLGCODE, 0, 0);
+    return !(kind & (DLGC_DEFPUSHBUTTON | DLGC_UNDEFPUSHBUTTON)) &&
+           !SendMessageW(message.hwnd, CB_GETDROPPEDSTATE, 0, 0);
 }
 
 bool IsInput(UINT message) {
@@ -92,6 +62,8 @@ bool CmorvexDlg::OnInit() {
     adding_.Attach();
     running_.Attach();
     SetUpSize();
+    maximised_ = RestorePlace(Handle(), settings_.windowPlace.Get());
+    listControl_.SetWidths(settings_.columnWidths.Get());
     Update();
     const bool runAtOnce = settings_.developerMode.Get() && settings_.convertAtStartup.Get();
     if (settings_.loadLastState.Get()) {
@@ -106,91 +78,10 @@ bool CmorvexDlg::OnInit() {
     return false;
 }
 
-void CmorvexDlg::SetUpWindow() {
-    for (const auto& [kind, metric] : {std::pair{ICON_BIG, SM_CXICON}, std::pair{ICON_SMALL, SM_CXSMICON}}) {
-        const int size = GetSystemMetrics(metric);
-        const HANDLE icon = LoadImageW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDI_MORVEX), IMAGE_ICON,
-                                       size, size, LR_SHARED);
-        SendMessageW(Handle(), WM_SETICON, static_cast<WPARAM>(kind), reinterpret_cast<LPARAM>(icon));
-    }
-    for (const int id : kCheckBoxes) WindowTheme::MakeColourable(Item(id));
-    listControl_.Attach(Item(IDC_LIST));
-    listControl_.DropTarget().dropped = [this](std::vector<std::wstring> paths, POINT screen) {
-        adding_.OnDropped(std::move(paths), screen);
-    };
-    tooltip_.Create(Handle());
-    CheckBox(Item(IDS_HEALING)).Check(settings_.healing.Get());
-    CheckBox(Item(IDS_MULTIPROCESS)).Check(settings_.multiprocess.Get());
-    CheckBox(Item(IDS_CONVERT_AT_STARTUP)).Check(settings_.convertAtStartup.Get());
-    CheckBox(Item(IDS_OVERRIDE)).Check(settings_.fillOverride.Get());
-    for (const int id : kDeveloperBoxes) Control(Item(id)).Show(settings_.developerMode.Get());
-}
-
-// The list gets the size that shows all columns and 22 rows; the window what goes around it, if the screen
-// has it.
-void CmorvexDlg::SetUpSize() {
-    using A = AnchorLayout;
-    if (!settings_.developerMode.Get()) TakeRoomOfDeveloperBoxes();
-    layout_.Attach(Handle());
-    layout_.Add(IDC_OUTPUT_FORMAT, A::kLeft | A::kTop | A::kRight);
-    layout_.Add(IDC_OUTPUT_FOLDER, A::kLeft | A::kTop | A::kRight);
-    layout_.Add(IDC_BROWSE, A::kTop | A::kRight);
-    layout_.Add(IDS_WRITE_INTO_INPUT_FOLDER, A::kTop | A::kRight);
-    layout_.Add(IDC_LIST, A::kLeft | A::kTop | A::kRight | A::kBottom);
-    layout_.Add(IDC_STATUS_LINE, A::kLeft | A::kRight | A::kBottom);
-    for (const int id : kDeveloperBoxes) layout_.Add(id, A::kLeft | A::kBottom);
-    for (const int id : {IDS_ADD_FILES, IDS_EMPTY_LIST, IDS_CONFIGURE, IDS_OPTIONS})
-        layout_.Add(id, A::kBottom);
-    for (const int id : {IDS_RUN_CONVERSION, IDS_QUIT}) layout_.Add(id, A::kRight | A::kBottom);
-
-    const SIZE window = OuterSize(Handle()), list = OuterSize(Item(IDC_LIST)),
-               wanted = listControl_.NaturalSize();
-    RECT client{};
-    GetClientRect(Handle(), &client);
-    MONITORINFO monitor{};
-    monitor.cbSize = sizeof monitor;
-    GetMonitorInfoW(MonitorFromWindow(Handle(), MONITOR_DEFAULTTOPRIMARY), &monitor);
-    const RECT& area = monitor.rcWork;
-    smallest_.cx =
-        std::min(layout_.Size().cx + wanted.cx - list.cx + window.cx - client.right, area.right - area.left);
-    smallest_.cy =
-        std::min(layout_.Size().cy + wanted.cy - list.cy + window.cy - client.bottom, area.bottom - area.top);
-    smallestDpi_ = GetDpiForWindow(Handle());
-    SetWindowPos(Handle(), nullptr, (area.left + area.right - smallest_.cx) / 2,
-                 (area.top + area.bottom - smallest_.cy) / 2, smallest_.cx, smallest_.cy,
-                 SWP_NOZORDER | SWP_NOACTIVATE);
-}
-
-void CmorvexDlg::TakeRoomOfDeveloperBoxes() {
-    const RECT line = PlaceOf(Item(IDC_STATUS_LINE)), list = PlaceOf(Item(IDC_LIST));
-    const LONG room = PlaceOf(Item(IDS_HEALING)).top - line.top;
-    SetWindowPos(Item(IDC_STATUS_LINE), nullptr, line.left, line.top + room, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
-    SetWindowPos(Item(IDC_LIST), nullptr, 0, 0, list.right - list.left, list.bottom - list.top + room,
-                 SWP_NOMOVE | SWP_NOZORDER);
-}
-
-void CmorvexDlg::ApplyTexts() {
-    const TextCatalogue& text = state_.context.text;
-    SetWindowTextW(Handle(), Title().c_str());
-    for (const int id : kTextControls) Control(Item(id)).SetText(EscapeAmpersands(text(id)));
-    AssignAccessKeys(Handle());
-    for (const auto& tip : kTooltips) tooltip_.SetText(tip.control, text(tip.text));
-    listControl_.Localise();
-    state_.recentFiles.Read(state_.context.folders.recentFiles);
-}
-
-std::wstring CmorvexDlg::Title() const {
-    const auto library = LibraryVersion::Query(state_.context.folders.library);
-    const std::wstring version =
-        library ? Format(L"%d.%d", library->version / 10, library->version % 10) : product::kVersion;
-    const wchar_t* const name = settings_.developerMode.Get() ? product::kDeveloperTitle : product::kTitle;
-    return name + version + L")";
-}
-
 bool CmorvexDlg::PreTranslate(const MSG& message) {
     if (IsInput(message.message)) running_.OnNoticed();
     if (!Handle() || (message.hwnd != Handle() && !IsChild(Handle(), message.hwnd))) return false;
-    if (folder_.PreTranslate(message)) return true;
+    if (folder_.PreTranslate(message) || OnShortcut(message) || IsStrayEnter(message)) return true;
     if (message.message != WM_KEYDOWN || message.wParam != VK_ESCAPE) return false;
     // Escape would mean Quit to the dialog manager, whose number that button has.
     adding_.Stop();
@@ -201,23 +92,25 @@ bool CmorvexDlg::PreTranslate(const MSG& message) {
 
 void CmorvexDlg::OnCancel() {
     if (!IsWindowEnabled(Handle())) return;  // a box or dialog of ours is open and would lose its owner
+    if (Converting() && state_.prompts.message(Handle(), state_.Text(IDS_ASK_STOP_AND_QUIT), kMessageCaption,
+                                               MB_YESNO | MB_ICONQUESTION) != IDYES)
+        return;
     folder_.Commit();
+    KeepPlace();
     Destroy();
 }
 
 bool CmorvexDlg::OnCommand(int id, int notification, HWND control) {
-    if (id == IDC_INPUT_FORMAT && notification == CBN_SELCHANGE)
-        OnInputFormat();
-    else if (id == IDC_OUTPUT_FORMAT && notification == CBN_SELCHANGE)
-        OnOutputFormat();
-    else if (id == IDC_OUTPUT_FOLDER && notification == EN_KILLFOCUS)
-        folder_.OnLeft();
-    else
-        return (!control || notification == BN_CLICKED) && Execute(id);
-    return true;
+    if (id == IDC_INPUT_FORMAT || id == IDC_OUTPUT_FORMAT) {
+        formats_.OnNotification(id, notification);
+        return true;
+    }
+    if (id == IDC_OUTPUT_FOLDER && notification == EN_KILLFOCUS) folder_.OnLeft();
+    return (!control || notification == BN_CLICKED) && Execute(id);
 }
 
 bool CmorvexDlg::OnNotify(NMHDR& header, LRESULT& result) {
+    if (tooltip_.Answer(header)) return true;
     if (header.idFrom != IDC_LIST) return false;
     switch (header.code) {
         case LVN_GETDISPINFOW:
@@ -230,24 +123,16 @@ bool CmorvexDlg::OnNotify(NMHDR& header, LRESULT& result) {
             if (!state_.Busy())
                 rows_.SortByColumn(static_cast<ListColumn>(reinterpret_cast<NMLISTVIEW&>(header).iSubItem));
             return true;
-        case LVN_KEYDOWN:
-            return OnListKey(reinterpret_cast<NMLVKEYDOWN&>(header).wVKey);
+        case LVN_ITEMCHANGED:
+        case LVN_ODSTATECHANGED:  // one of many, when many rows are
+            if (!std::exchange(summaryPending_, true)) PostMessageW(Handle(), kSelectionMessage, 0, 0);
+            return true;
         case NM_DBLCLK:
             if (!state_.Busy()) rows_.OpenResult(reinterpret_cast<NMITEMACTIVATE&>(header));
             return true;
         default:
             return false;
     }
-}
-
-bool CmorvexDlg::OnListKey(int key) {
-    if (key == VK_DELETE)
-        Execute(IDS_REMOVE_FROM_LIST);
-    else if (key == 'A' && GetKeyState(VK_CONTROL) < 0)
-        listControl_.View().SelectAll(true);
-    else
-        return false;
-    return true;
 }
 
 bool CmorvexDlg::OnMessage(UINT message, WPARAM wParam, LPARAM lParam, INT_PTR& result) {
@@ -262,9 +147,7 @@ bool CmorvexDlg::OnMessage(UINT message, WPARAM wParam, LPARAM lParam, INT_PTR& 
             return wParam == IDC_LIST;
         case WM_SIZE:
             if (wParam == SIZE_MINIMIZED || !listControl_.View().Handle()) return false;
-            layout_.Apply();
-            listControl_.FitColumnsToWidth();
-            RedrawWindow(Handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
+            Arrange();
             return true;
         case WM_GETMINMAXINFO: {
             const int dpi = static_cast<int>(GetDpiForWindow(Handle())),
@@ -277,9 +160,6 @@ bool CmorvexDlg::OnMessage(UINT message, WPARAM wParam, LPARAM lParam, INT_PTR& 
         case WM_DPICHANGED:
             PostMessageW(Handle(), kRescaleMessage, 0, 0);
             return false;  // the system scales the controls and their font
-        case kRescaleMessage:
-            Rescale();
-            return true;
         case WM_ACTIVATE:
             if (LOWORD(wParam) != WA_INACTIVE) running_.OnNoticed();
             return false;
@@ -292,11 +172,28 @@ bool CmorvexDlg::OnMessage(UINT message, WPARAM wParam, LPARAM lParam, INT_PTR& 
             DragFinish(drop);
             return true;
         }
+        case WM_TIMER:
+            if (wParam == kRunNewsTimer) running_.OnNews();
+            if (wParam == kRunClockTimer) running_.OnClock();
+            if (wParam == kFlashTimer) formats_.OnFlashTimer();
+            return true;
+        default:
+            return OnOwnMessage(message);
+    }
+}
+
+// What the window's threads and its parts have posted.
+bool CmorvexDlg::OnOwnMessage(UINT message) {
+    switch (message) {
+        case kRescaleMessage:
+            listControl_.Rescale();
+            Arrange();
+            return true;
         case kDropMessage:
             adding_.ShowDropMenu();
             return true;
         case kCheckFolderMessage:
-            folder_.Check();
+            folder_.CheckIfLeft();
             return true;
         case kFoundMessage:
             adding_.OnFound();
@@ -304,21 +201,23 @@ bool CmorvexDlg::OnMessage(UINT message, WPARAM wParam, LPARAM lParam, INT_PTR& 
         case kRunNewsMessage:
             running_.OnNewsPosted();
             return true;
+        case kSelectionMessage:
+            if (std::exchange(summaryPending_, false)) ShowRowSummary();
+            return true;
+        case kFormatChosenMessage:
+            TakeChosenFormat();
+            return true;
         case kStartRunMessage:
             StartRun();
-            return true;
-        case WM_TIMER:
-            if (wParam == kRunNewsTimer) running_.OnNews();
-            if (wParam == kFlashTimer) formats_.OnFlashTimer();
             return true;
         default:
             return false;
     }
 }
 
-void CmorvexDlg::Rescale() {
-    listControl_.Rescale();
+void CmorvexDlg::Arrange() {
     layout_.Apply();
+    statusLine_.Place();
     listControl_.FitColumnsToWidth();
     RedrawWindow(Handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
 }
@@ -341,6 +240,7 @@ bool CmorvexDlg::OnContextMenu(HWND clicked, POINT screen) {
     if (!PtInRect(&client, inside)) return false;
     PopupMenu menu;
     FillContextMenu(menu, state_, listControl_.View().SelectedCount());
+    menu.AssignKeys();
     state_.prompts.showMenu(menu, Handle(), screen);
     return true;
 }
@@ -351,13 +251,36 @@ void CmorvexDlg::Update() {
     const HWND focus = GetFocus();
     for (const int id : kRunControls) {
         const bool needsRows = id == IDS_RUN_CONVERSION || id == IDS_EMPTY_LIST;
-        const bool on = !state_.Busy() && !(needsRows && state_.list.Empty());
+        const bool busy = id == IDS_OPTIONS ? state_.run == RunState::Running : state_.Busy();
+        const bool on = !busy && !(needsRows && state_.list.Empty());
         if (!on && Item(id) == focus) SetFocus(Item(IDC_LIST));
         Control(Item(id)).Enable(on);
     }
+    ShowAction();
 }
 
-void CmorvexDlg::OnRowsAdded() {
+void CmorvexDlg::ShowRowSummary() {
+    summaryPending_ = false;
+    if (state_.Busy()) return;
+    const ConversionList& list = state_.list;
+    const auto count = [&](RowState state) { return static_cast<int>(list.RowsIn(state).size()); };
+    const int rows = static_cast<int>(list.Count());
+    const int selected = static_cast<int>(listControl_.View().SelectedCount());
+    if (rows == 0) return ShowStatus(L"");
+    if (state_.run == RunState::Finished) {
+        const int read = count(RowState::Converted);
+        const int unknown = std::min(static_cast<int>(state_.notStarted), read);
+        const int failed = state_.abandoned ? rows - read : count(RowState::Failed);
+        std::wstring text = Format(state_.Text(IDS_RUN_SUMMARY).c_str(), read - unknown, rows, failed);
+        if (unknown > 0) text += L", " + Format(state_.Text(IDS_NOT_STARTED).c_str(), unknown);
+        return ShowStatus(text);
+    }
+    ShowStatus(selected > 0 ? Format(state_.Text(IDS_FILES_SELECTED).c_str(), rows, selected)
+                            : Format(state_.Text(IDS_FILES_IN_LIST).c_str(), rows));
+}
+
+void CmorvexDlg::OnRowsAdded(bool any) {
+    if (any) state_.undo.reset();
     if (!state_.list.Empty() && state_.run == RunState::Finished) state_.run = RunState::Idle;
     Update();
     listControl_.ShowSorted(false);
@@ -365,6 +288,7 @@ void CmorvexDlg::OnRowsAdded() {
 }
 
 void CmorvexDlg::OnAddingEnded(bool stopped) {
+    Update();
     if (std::exchange(runWhenAdded_, false) && !stopped) StartRun();
 }
 

@@ -9,6 +9,7 @@
 #include "ui/list_commands.h"
 #include "ui/output_folder_field.h"
 #include "ui/running.h"
+#include "ui/status_line.h"
 #include "ui/window_state.h"
 #include "win/anchor_layout.h"
 #include "win/dialog.h"
@@ -35,6 +36,8 @@ class CmorvexDlg : public ModelessDialog, private WindowView {
     bool Converting() const { return running_.Active(); }
     // Files are being searched for.
     bool Adding() const { return state_.adding; }
+    // It is to be shown maximised, as it was when it was closed last.
+    bool Maximised() const { return maximised_; }
     CListOleDropTarget& DropTarget() { return listControl_.DropTarget(); }
 
   protected:
@@ -51,31 +54,42 @@ class CmorvexDlg : public ModelessDialog, private WindowView {
     // The window: morvex_dlg.cpp
     void SetUpWindow();
     void SetUpSize();
+    void KeepPlace();
+    void SetUpTips();
+    std::wstring ShownWhole(int id, int tip) const;
     void TakeRoomOfDeveloperBoxes();
     void ApplyTexts();
     std::wstring Title() const;
-    void Rescale();
+    // Places everything for the window's size and scaling now.
+    void Arrange();
+    bool OnOwnMessage(UINT message);
     bool OnContextMenu(HWND clicked, POINT screen);
-    bool OnListKey(int key);
     bool Checked(int id) const { return CheckBox(Item(id)).Checked(); }
 
     // What its parts ask of it
     void Update() override;
-    void ShowStatus(const std::wstring& text) override { Control(Item(IDC_STATUS_LINE)).SetText(text); }
+    void ShowStatus(const std::wstring& text) override { statusLine_.ShowText(text); }
+    void ShowRowSummary() override;
     void EmptyList() override;
-    void OnRowsAdded() override;
+    void OnRowsAdded(bool any) override;
     void OnAddingEnded(bool stopped) override;
     void RedrawRows() override { listControl_.RedrawVisible(); }
 
     // Commands: morvex_dlg_commands.cpp
     // True when the id is one of a command, which is refused while the window is busy.
     bool Execute(int id);
+    // What the button in the status line does now.
+    enum class Action { None, Stop, ChangeFormat, Undo, ConvertRest, ConvertAgain };
+    Action CurrentAction() const;
+    void ShowAction();
+    void DoAction();
+    std::vector<size_t> UnconvertedRows() const;
+    bool OnShortcut(const MSG& message);
     void AddFilesOrDrop();
     void StartRun();
     void ShowOptions();
     void SwitchOverride();
-    void OnInputFormat();
-    void OnOutputFormat();
+    void TakeChosenFormat();
 
     WindowState state_;
     AppSettings& settings_;
@@ -85,11 +99,15 @@ class CmorvexDlg : public ModelessDialog, private WindowView {
     SIZE smallest_{};  // the window's outer size in pixels when it was made
     UINT smallestDpi_ = USER_DEFAULT_SCREEN_DPI;
     bool runWhenAdded_ = false;
+    bool maximised_ = false;
+
+    bool summaryPending_ = false;  // the selection has changed since the last summary
 
     CDragListCtrl listControl_;
+    StatusLine statusLine_{state_};
     OutputFolderField folder_{state_};
     FormatChoice formats_{state_};
-    ListCommands rows_{state_, *this, listControl_};
+    ListCommands rows_{state_, *this, listControl_, formats_};
     FileAdding adding_{state_, *this, formats_};  // these two last: their threads end before what they use
     Running running_{state_, *this};
 };

@@ -13,10 +13,23 @@ enum WindowMessage : UINT {
     kCheckFolderMessage,           // the output folder's edit has been left
     kRescaleMessage,               // after the system has scaled the controls
     kStartRunMessage,
+    kFormatChosenMessage,
+    kSelectionMessage,  // of rows has changed
 };
 
-enum WindowTimer : UINT_PTR { kRunNewsTimer = 1, kFlashTimer };
+// Commands of the keyboard and of the status line that no menu has.
+enum WindowCommand : int {
+    kSelectAllCommand = 4100,
+    kCopyPathsCommand,
+    kOpenResultCommand,
+    kUndoCommand,
+    kMoveUpCommand,
+    kMoveDownCommand
+};
+
+enum WindowTimer : UINT_PTR { kRunNewsTimer = 1, kRunClockTimer, kFlashTimer };
 inline constexpr UINT kRunNewsDelay = 20;  // milliseconds
+inline constexpr UINT kRunClockDelay = 1000;
 inline constexpr UINT kFlashDelay = 500;
 
 }  // namespace morvex

@@ -26,6 +26,7 @@ void OutputFolderField::Show() {
 void OutputFolderField::Commit() {
     if (!state_.Settings().UseOutputFolder() || !edit_.Modified()) return;
     edit_.ClearModified();
+    forbidden_ = false;
     state_.Settings().outputFolder.Set(edit_.Text());
 }
 
@@ -36,6 +37,7 @@ void OutputFolderField::Browse() {
     if (!folder) return;
     settings.outputFolder.Set(*folder);
     settings.besideInput.Set(false);
+    forbidden_ = false;
     Show();
 }
 
@@ -43,14 +45,24 @@ void OutputFolderField::OnSwitch() {
     Commit();
     const bool beside = CheckBox(state_.Item(IDS_WRITE_INTO_INPUT_FOLDER)).Checked();
     state_.Settings().besideInput.Set(beside);
+    forbidden_ = false;
     Show();
     if (!beside) WarnIfMissing();
 }
 
-void OutputFolderField::UseFolder() {
+bool OutputFolderField::ForbidInputFolder() {
+    const bool wasOn = state_.Settings().besideInput.Get();
+    forbidden_ |= wasOn;
     state_.Settings().besideInput.Set(false);
     Show();
     WarnIfMissing();
+    return wasOn;
+}
+
+void OutputFolderField::AllowInputFolder() {
+    if (!std::exchange(forbidden_, false)) return;
+    state_.Settings().besideInput.Set(true);
+    Show();
 }
 
 void OutputFolderField::OnLeft() {
@@ -65,22 +77,27 @@ void OutputFolderField::OnLeft() {
         ScreenToClient(clickedControl_, &clickedPoint_);
         ReleaseCapture();
     }
+    left_ = true;
     PostMessageW(state_.window, kCheckFolderMessage, 0, 0);  // not while the focus is on its way
 }
 
-void OutputFolderField::Check() {
-    WarnIfMissing();
+bool OutputFolderField::CheckIfLeft() {
+    if (!std::exchange(left_, false)) return false;
+    const bool wrong = WarnIfMissing();
     // The message took the rest of the click that left the edit; the clicked control gets it now.
-    const HWND clicked = std::exchange(clickedControl_, nullptr);
-    if (!clicked) return;
-    const LPARAM place = MAKELPARAM(clickedPoint_.x, clickedPoint_.y);
-    PostMessageW(clicked, WM_LBUTTONDOWN, MK_LBUTTON, place);
-    PostMessageW(clicked, WM_LBUTTONUP, 0, place);
+    if (const HWND clicked = std::exchange(clickedControl_, nullptr)) {
+        const LPARAM place = MAKELPARAM(clickedPoint_.x, clickedPoint_.y);
+        PostMessageW(clicked, WM_LBUTTONDOWN, MK_LBUTTON, place);
+        PostMessageW(clicked, WM_LBUTTONUP, 0, place);
+    }
+    return wrong;
 }
 
-void OutputFolderField::WarnIfMissing() const {
-    if (state_.run != RunState::Running && !FolderExists(state_.Settings().outputFolder.Get()))
-        state_.Warn(state_.Text(IDS_OUTPUT_FOLDER_NOT_VALID));
+bool OutputFolderField::WarnIfMissing() const {
+    const bool missing =
+        state_.run != RunState::Running && !FolderExists(state_.Settings().outputFolder.Get());
+    if (missing) state_.Warn(state_.Text(IDS_OUTPUT_FOLDER_NOT_VALID));
+    return missing;
 }
 
 }  // namespace morvex

@@ -22,17 +22,22 @@ class OutputFolderField {
     void OnSwitch();
     // The focus left the edit.
     void OnLeft();
-    // Answers the message that OnLeft posted: says when the folder does not exist.
-    void Check();
-    // Turns "Write into input folder" off, for formats that may not be written there.
-    void UseFolder();
+    // Answers the message that OnLeft posted, or comes before it: says when the folder that was typed does
+    // not exist, once. True when it said so.
+    bool CheckIfLeft();
+    // Turns "Write into input folder" off, for formats that may not be written there; true when it was on.
+    bool ForbidInputFolder();
+    // Turns it on again if it was turned off for the formats' sake and the user has chosen no folder since.
+    void AllowInputFolder();
 
   private:
     void Show();
-    void WarnIfMissing() const;
+    bool WarnIfMissing() const;  // true when it did
 
     WindowState& state_;
     CMyEdit edit_{nullptr};
+    bool left_ = false;              // with a wrong folder, and not said yet
+    bool forbidden_ = false;         // the input folder, for the formats' sake
     HWND clickedControl_ = nullptr;  // what took the focus from the edit by a click, and where
     POINT clickedPoint_{};
 };

@@ -27,7 +27,7 @@ class RunWorker : private RunObserver {
   public:
     // Before the first run: the window that is told, and the message that tells it.
     void Open(HWND window, UINT message) { mailbox_.Open(window, message); }
-    // Asks the run to end before its next file and waits for it.
+    // Stops the run and waits for it.
     ~RunWorker() override;
 
     // No run may be active.

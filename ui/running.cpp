@@ -1,17 +1,32 @@
 #include "ui/running.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "core/conversion_config.h"
 #include "res/string_ids.h"
 #include "ui/morvex_dlg_messages.h"
 
 namespace morvex {
+namespace {
+
+constexpr ULONGLONG kSilentTime = 3000;  // milliseconds: shorter runs need no clock
+
+std::wstring ClockText(ULONGLONG milliseconds) {
+    const auto seconds = static_cast<int>(milliseconds / 1000);
+    const int hours = seconds / 3600;
+    return hours > 0 ? Format(L"%d:%02d:%02d", hours, seconds / 60 % 60, seconds % 60)
+                     : Format(L"%d:%02d", seconds / 60, seconds % 60);
+}
+
+}  // namespace
 
 void Running::Attach() {
     taskbar_.Attach(state_.window);
     worker_.Open(state_.window, kRunNewsMessage);
 }
 
-void Running::Start() {
+void Running::Start(std::vector<size_t> rows) {
     AppContext& context = state_.context;
     ConversionList& list = state_.list;
     // The list shown is the last state now: there is nothing else to restore before the run.
@@ -20,20 +35,51 @@ void Running::Start() {
     state_.recentFiles.Write(context.folders.recentFiles);
 
     state_.run = RunState::Running;
+    state_.undo.reset();
+    stopping_ = false;
+    rows_ = std::move(rows);
+    done_ = failed_ = 0;
+    percent_ = 0;
+    begun_ = GetTickCount64();
+    SetTimer(state_.window, kRunClockTimer, kRunClockDelay, nullptr);
     view_.Update();
     RedrawWindow(state_.window, nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN);
     const ConversionFormats formats = SavedFormats(context.settings);
-    ConversionJob job{MakeRequest(context, formats, PrepareConfigFile(context, formats)), list.Sources(), {}};
-    list.ResetStatuses();
+    ConversionJob job = JobOfRows(formats);
     view_.RedrawRows();
     if (formats.InProgressGroup() && !job.request.multiprocess) {
         const Colour theme = context.settings.Theme();
         progress_.emplace(context.text, RGB(theme.red, theme.green, theme.blue), state_.window);
-        progress_->StartRun(list.Count());
+        progress_->StartRun(rows_.size());
     }
     worker_.Start(std::move(job));
-    done_ = failed_ = 0;
-    ShowProgress(nullptr);
+    ShowProgress();
+}
+
+// What other rows are, or have become, is not written over.
+ConversionJob Running::JobOfRows(const ConversionFormats& formats) {
+    ConversionList& list = state_.list;
+    ConversionJob job{
+        MakeRequest(state_.context, formats, PrepareConfigFile(state_.context, formats)), {}, {}, {}};
+    std::vector<SourceFile> all = list.Sources();
+    std::vector<bool> chosen(all.size());
+    for (const size_t row : rows_) {
+        chosen[row] = true;
+        list.SetStatus(row, {});
+        job.files.push_back(std::move(all[row]));
+    }
+    for (size_t row = 0; row < all.size(); ++row) {
+        if (chosen[row]) continue;
+        job.kept.push_back(list.FullPath(row));
+        if (!list.Row(row).status.output.empty()) job.kept.push_back(list.Row(row).status.output);
+    }
+    return job;
+}
+
+void Running::Stop() {
+    worker_.Stop();
+    stopping_ = true;
+    view_.Update();
 }
 
 // What a busy run tells is shown at most 50 times a second.
@@ -46,35 +92,51 @@ void Running::OnNews() {
     if (!Active()) return;
     RunNews news = worker_.Take();
     ConversionList& list = state_.list;
-    for (auto& [row, status] : news.statuses) {
-        if (row < list.Count()) list.SetStatus(row, std::move(status));  // one more row means the whole run
+    for (auto& [file, status] : news.statuses) {
+        if (file < rows_.size())
+            list.SetStatus(rows_[file], std::move(status));  // one more means the whole run
     }
     if (!news.statuses.empty()) view_.RedrawRows();
-    if (news.file && progress_) progress_->StartFile(*news.file, list.Count(), list.Row(*news.file).name);
+    if (news.file && progress_)
+        progress_->StartFile(*news.file, rows_.size(), list.Row(rows_[*news.file]).name);
     if (news.percent && progress_) progress_->ShowPercent(*news.percent);
+    if (news.percent) percent_ = std::clamp(*news.percent, 0, 99);
+    if (news.done > 0 && !news.file) percent_ = 0;
     done_ += news.done;
     failed_ += news.failed;
-    ShowProgress(news.outcome ? &*news.outcome : nullptr);
+    ShowProgress();
     if (news.outcome) OnEnded(*news.outcome);
 }
 
-void Running::ShowProgress(const RunOutcome* outcome) {
-    const int done = static_cast<int>(done_), failed = static_cast<int>(failed_);
-    const int files = static_cast<int>(state_.list.Count());
-    taskbar_.Show(done_, state_.list.Count(), failed_ > 0);
-    if (!outcome) return view_.ShowStatus(Format(state_.Text(IDS_RUN_PROGRESS).c_str(), done, files));
-    // Files whose child could not be started read as converted, but nobody has seen a result of them.
-    const int unknown = static_cast<int>(outcome->notStarted);
-    std::wstring text = Format(state_.Text(IDS_RUN_SUMMARY).c_str(), done - failed - unknown, files, failed);
-    if (unknown > 0) text += L", " + Format(state_.Text(IDS_NOT_STARTED).c_str(), unknown);
+void Running::ShowProgress() {
+    if (state_.run != RunState::Running) return;
+    const size_t all = rows_.size() * 100;
+    const size_t part = std::min(done_ * 100 + static_cast<size_t>(percent_), all);
+    taskbar_.Show(part, all, failed_ > 0);
+    std::wstring text = Format(state_.Text(IDS_RUN_PROGRESS).c_str(), static_cast<int>(done_),
+                               static_cast<int>(rows_.size()));
+    const auto add = [&](const std::wstring& more) { text += L"   " + more; };
+    if (failed_ > 0) add(Format(state_.Text(IDS_PROGRESS_FAILED).c_str(), static_cast<int>(failed_)));
+    if (percent_ > 0) add(std::to_wstring(percent_) + L" %");
+    const ULONGLONG elapsed = GetTickCount64() - begun_;
+    if (elapsed >= kSilentTime) {
+        add(Format(state_.Text(IDS_PROGRESS_ELAPSED).c_str(), ClockText(elapsed).c_str()));
+        if (part > 0)
+            add(Format(state_.Text(IDS_PROGRESS_LEFT).c_str(),
+                       ClockText(elapsed * (all - part) / part).c_str()));
+    }
     view_.ShowStatus(text);
 }
 
 void Running::OnEnded(const RunOutcome& outcome) {
     progress_.reset();
+    KillTimer(state_.window, kRunClockTimer);
     state_.run = RunState::Finished;
-    if (outcome.abandoned) taskbar_.Show(state_.list.Count(), state_.list.Count(), true);
+    state_.abandoned = outcome.abandoned;
+    state_.notStarted = outcome.notStarted;
+    if (outcome.abandoned) taskbar_.Show(1, 1, true);
     view_.Update();
+    view_.ShowRowSummary();
     AnnounceInBackground(state_.window);
     if (!outcome.message.empty()) state_.Warn(outcome.message);
 }

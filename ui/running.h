@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <vector>
 
 #include "dialogs/progress_dialog.h"
 #include "ui/run_worker.h"
@@ -16,28 +17,36 @@ class Running {
 
     // The window exists; it hands kRunNewsMessage to OnNewsPosted and the tick of kRunNewsTimer to OnNews.
     void Attach();
-    // Converts the rows of the list.
-    void Start();
+    // Converts these rows of the list; the others keep their status.
+    void Start(std::vector<size_t> rows);
+    void Stop();
+    bool Stopping() const { return stopping_; }
     // The thread of a run is still there.
     bool Active() const { return worker_.Active(); }
     void OnNewsPosted();
     void OnNews();
+    // On the tick of kRunClockTimer.
+    void OnClock() { ShowProgress(); }
     // The user has seen how the last run ended: its mark leaves the taskbar.
     void OnNoticed() {
         if (taskbar_.Shown() && !Active()) taskbar_.Clear();
     }
 
   private:
-    // With the outcome of a run that has ended.
-    void ShowProgress(const RunOutcome* outcome);
+    ConversionJob JobOfRows(const ConversionFormats& formats);
+    void ShowProgress();
     void OnEnded(const RunOutcome& outcome);
 
     WindowState& state_;
     WindowView& view_;
     TaskbarProgress taskbar_;
     std::optional<CProgressDlg> progress_;
-    size_t done_ = 0, failed_ = 0;  // files of this run
-    RunWorker worker_;              // last: its thread ends before what it uses
+    std::vector<size_t> rows_;      // of this run, in its order
+    size_t done_ = 0, failed_ = 0;  // of these
+    int percent_ = 0;               // of the file at work, when the run is made in this process
+    ULONGLONG begun_ = 0;
+    bool stopping_ = false;
+    RunWorker worker_;  // last: its thread ends before what it uses
 };
 
 }  // namespace morvex

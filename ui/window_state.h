@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <optional>
 #include <string>
 
 #include "core/context.h"
@@ -12,6 +13,13 @@
 
 namespace morvex {
 
+// Rows that went away in one step, and what went with them.
+struct UndoStep {
+    ConversionList::RemovedRows rows;
+    ChosenFormats formats;
+    RunState run;
+};
+
 // What the parts of the main window work on. CmorvexDlg owns it; it belongs to the window's thread.
 struct WindowState {
     AppContext& context;
@@ -20,7 +28,10 @@ struct WindowState {
     ConversionList list = {};
     RecentFiles recentFiles = {};
     RunState run = RunState::Idle;
-    bool adding = false;  // files are being searched for
+    bool adding = false;     // files are being searched for
+    bool abandoned = false;  // the last run ended before its time without being asked to
+    size_t notStarted = 0;   // files that count as converted though nobody has seen a result of them
+    std::optional<UndoStep> undo = {};  // until the list changes otherwise
 
     bool Busy() const { return run == RunState::Running || adding; }
     HWND Item(int id) const { return GetDlgItem(window, id); }
@@ -40,9 +51,11 @@ class WindowView {
     // Shows what the state says now: the number of rows, and which controls may be used.
     virtual void Update() = 0;
     virtual void ShowStatus(const std::wstring& text) = 0;
+    // Says in the status line how many rows there are and what became of them.
+    virtual void ShowRowSummary() = 0;
     virtual void EmptyList() = 0;
-    // Rows stand at the end of the list that were not there before.
-    virtual void OnRowsAdded() = 0;
+    // Files were looked at; `any` became rows at the end of the list.
+    virtual void OnRowsAdded(bool any) = 0;
     // The search for files is over; `stopped` by the user.
     virtual void OnAddingEnded(bool stopped) = 0;
     // Statuses of rows changed.

@@ -99,6 +99,11 @@ std::wstring LettersOf(const std::wstring& text) {
     return first + others;
 }
 
+void OfferLetters(Entry& entry) {
+    entry.appended = std::any_of(entry.text.begin(), entry.text.end(), IsEastAsian);
+    entry.letters = entry.appended ? kLatin : LettersOf(entry.text);
+}
+
 std::vector<Entry> Collect(HWND dialog) {
     std::vector<Entry> entries;
     const bool hasOk = GetDlgItem(dialog, IDOK) != nullptr;
@@ -108,10 +113,7 @@ std::vector<Entry> Collect(HWND dialog) {
         if (entry.kind == Kind::None || (entry.kind == Kind::Label && !(next && IsInput(next)))) continue;
         const int id = GetDlgCtrlID(control);
         const bool answersKey = hasOk && (id == IDOK || id == IDCANCEL);
-        if (!answersKey && (GetWindowLongW(control, GWL_STYLE) & WS_VISIBLE)) {
-            entry.appended = std::any_of(entry.text.begin(), entry.text.end(), IsEastAsian);
-            entry.letters = entry.appended ? kLatin : LettersOf(entry.text);
-        }
+        if (!answersKey && (GetWindowLongW(control, GWL_STYLE) & WS_VISIBLE)) OfferLetters(entry);
         entries.push_back(std::move(entry));
     }
     std::stable_sort(entries.begin(), entries.end(),
@@ -187,6 +189,18 @@ std::wstring EscapeAmpersands(const std::wstring& text) {
     std::wstring escaped;
     for (const wchar_t c : text) escaped.append(c == L'&' ? 2 : 1, c);
     return escaped;
+}
+
+std::vector<std::wstring> WithAccessKeys(const std::vector<std::wstring>& texts) {
+    std::vector<Entry> entries;
+    for (const std::wstring& text : texts) {
+        entries.push_back({nullptr, Kind::Push, text, {}});
+        OfferLetters(entries.back());
+    }
+    const Matching matching(entries);
+    std::vector<std::wstring> marked;
+    for (size_t i = 0; i < entries.size(); ++i) marked.push_back(WithKey(entries[i], matching.KeyOf(i)));
+    return marked;
 }
 
 void AssignAccessKeys(HWND dialog) {

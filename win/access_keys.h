@@ -3,12 +3,16 @@
 #include <windows.h>
 
 #include <string>
+#include <vector>
 
 namespace morvex {
 
 // A text for a control that takes '&' as the mark of an access key: each '&' of the text is shown as it
 // stands.
 std::wstring EscapeAmpersands(const std::wstring& text);
+
+// The texts, which carry no keys yet, with an access key each, as AssignAccessKeys chooses them.
+std::vector<std::wstring> WithAccessKeys(const std::vector<std::wstring>& texts);
 
 // Gives the dialog's visible buttons, check boxes, radio buttons and the labels (group boxes too) right
 // before an input control an access key each, no key twice: a letter of the text, or "(&X)" appended to a

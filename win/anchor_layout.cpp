@@ -2,24 +2,15 @@
 
 #include <algorithm>
 
+#include "win/controls.h"
+
 namespace morvex {
-namespace {
-
-RECT PlaceOf(HWND control) {
-    RECT place{};
-    GetWindowRect(control, &place);
-    MapWindowPoints(nullptr, GetParent(control), reinterpret_cast<POINT*>(&place), 2);
-    return place;
-}
-
-}  // namespace
-
 void AnchorLayout::Attach(HWND dialog) {
     dialog_ = dialog;
     dpi_ = GetDpiForWindow(dialog);
     RECT all{};
     for (HWND control = GetWindow(dialog, GW_CHILD); control; control = GetWindow(control, GW_HWNDNEXT)) {
-        const RECT place = PlaceOf(control), before = all;
+        const RECT place = Control(control).Place(), before = all;
         UnionRect(&all, &before, &place);
     }
     size_ = {all.right + all.left, all.bottom + all.left};
@@ -27,7 +18,7 @@ void AnchorLayout::Attach(HWND dialog) {
 
 void AnchorLayout::Add(int controlId, unsigned anchors) {
     const HWND control = GetDlgItem(dialog_, controlId);
-    entries_.push_back({control, anchors, PlaceOf(control)});
+    entries_.push_back({control, anchors, Control(control).Place()});
 }
 
 void AnchorLayout::Apply() const {

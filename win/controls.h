@@ -22,6 +22,13 @@ class Control {
             static_cast<size_t>(GetWindowTextW(handle_, text.data(), static_cast<int>(text.size()) + 1)));
         return text;
     }
+    // In the client area of its dialog.
+    RECT Place() const {
+        RECT place{};
+        GetWindowRect(handle_, &place);
+        MapWindowPoints(nullptr, GetParent(handle_), reinterpret_cast<POINT*>(&place), 2);
+        return place;
+    }
     void SetText(const std::wstring& text) const { SetWindowTextW(handle_, text.c_str()); }
     void Enable(bool on = true) const { EnableWindow(handle_, on); }
     bool Enabled() const { return IsWindowEnabled(handle_) != FALSE; }

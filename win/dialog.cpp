@@ -2,6 +2,8 @@
 
 #include <system_error>
 
+#include "win/calm_combos.h"
+
 namespace morvex {
 namespace {
 
@@ -58,6 +60,7 @@ INT_PTR CALLBACK Dialog::Procedure(HWND window, UINT message, WPARAM wParam, LPA
 INT_PTR Dialog::Dispatch(UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
         case WM_INITDIALOG:
+            CalmComboBoxes(handle_);
             return OnInit();
         case WM_COMMAND:
             return OnCommand(LOWORD(wParam), HIWORD(wParam), reinterpret_cast<HWND>(lParam));

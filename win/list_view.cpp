@@ -1,5 +1,7 @@
 #include "win/list_view.h"
 
+#include <numeric>
+
 namespace morvex {
 
 void ListView::SetRowHeight(int pixels) const {
@@ -40,8 +42,13 @@ void ListView::ShowSortArrow(int column, bool ascending) const {
 }
 
 std::vector<size_t> ListView::SelectedRows() const {
-    std::vector<size_t> rows;
-    rows.reserve(SelectedCount());
+    std::vector<size_t> rows(SelectedCount());
+    if (rows.size() ==
+        static_cast<size_t>(RowCount())) {  // asking for each would take seconds in a large list
+        std::iota(rows.begin(), rows.end(), size_t{0});
+        return rows;
+    }
+    rows.clear();
     for (int row = FirstSelected(); row >= 0; row = NextSelected(row))
         rows.push_back(static_cast<size_t>(row));
     return rows;

@@ -49,12 +49,19 @@ class ListView : public Control {
         return static_cast<int>(Send(LVM_GETNEXTITEM, static_cast<WPARAM>(-1), LVNI_FOCUSED));
     }
     void FocusRow(size_t row) const;
+    void ScrollTo(size_t row) const { Send(LVM_ENSUREVISIBLE, row, FALSE); }
 
     // The row's whole rectangle in the control's client area, also where it is scrolled out of sight.
     RECT RowRect(size_t row) const;
     // Draws the rows anew, soon.
     void RedrawRows(size_t first, size_t last) const {
         Send(LVM_REDRAWITEMS, first, static_cast<LPARAM>(last));
+    }
+    // The row at this point of the client area; -1 for none.
+    int RowAt(POINT point) const {
+        LVHITTESTINFO hit{};
+        hit.pt = point;
+        return static_cast<int>(Send(LVM_HITTEST, 0, reinterpret_cast<LPARAM>(&hit)));
     }
     size_t FirstVisible() const { return static_cast<size_t>(Send(LVM_GETTOPINDEX)); }
     size_t VisibleCount() const { return static_cast<size_t>(Send(LVM_GETCOUNTPERPAGE)); }

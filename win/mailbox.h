@@ -52,7 +52,7 @@ class Mailbox {
     UINT message_ = 0;
     std::atomic<bool> open_ = false;
     std::mutex mutex_;  // guards what follows
-    News news_;
+    News news_{};
     bool announced_ = false;
 };
 

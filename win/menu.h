@@ -4,6 +4,8 @@
 
 #include <map>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "win/unique_handle.h"
 
@@ -18,6 +20,8 @@ class PopupMenu {
     // Appends an item. A text "name\rest" puts "rest" into a submenu called "name", made once for all such
     // items. An '&' is shown as it stands.
     void Add(int id, const std::wstring& text);
+    // Gives each item outside submenus an access key; after the last Add.
+    void AssignKeys();
     void AddSeparator() { AppendMenuW(menu_.get(), MF_SEPARATOR, 0, nullptr); }
 
   private:
@@ -25,6 +29,7 @@ class PopupMenu {
 
     UniqueMenu menu_;  // owns its submenus
     std::map<std::wstring, HMENU> submenus_;
+    std::vector<std::pair<UINT, std::wstring>> items_;  // place in the menu and text
 };
 
 // Shows the menu at a point of the screen until a choice is made or it is closed; the choice arrives at

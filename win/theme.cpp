@@ -2,15 +2,26 @@
 
 #include <uxtheme.h>
 
-#include <string>
+#include <cmath>
 
 namespace morvex {
 namespace {
 
+// Relative luminance of an sRGB colour, 0 to 1 (WCAG 2).
+double Luminance(COLORREF colour) {
+    const auto linear = [](BYTE value) {
+        const double part = value / 255.0;
+        return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(GetRValue(colour)) + 0.7152 * linear(GetGValue(colour)) +
+           0.0722 * linear(GetBValue(colour));
+}
+
+// Black or white, whichever has more contrast.
 COLORREF ReadableOn(COLORREF background) {
-    const int brightness =
-        (GetRValue(background) * 299 + GetGValue(background) * 587 + GetBValue(background) * 114) / 1000;
-    return brightness < 140 ? RGB(255, 255, 255) : RGB(0, 0, 0);
+    constexpr double kFlare = 0.05;
+    const double light = Luminance(background) + kFlare;
+    return light / kFlare >= (1 + kFlare) / light ? RGB(0, 0, 0) : RGB(255, 255, 255);
 }
 
 // Edits and lists ask too while they are read-only or disabled; they keep the look that says so.

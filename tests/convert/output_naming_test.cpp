@@ -122,6 +122,12 @@ TEST(OutputNaming, ComparesFilesAndNotTexts) {
     EXPECT_EQ(plan.Path(2), out + L"\\c (2).stl");
 }
 
+TEST(OutputNaming, LeavesFilesAloneThatAreToBeKept) {
+    const OutputPlan plan({{L"C:\\in", L"a.step"}}, Into(To(L".stl")),
+                          {L"C:\\in\\a.stp", L"D:\\OUT\\A.stl", L"D:\\out\\a (2).stl"});
+    EXPECT_EQ(plan.Path(0), L"D:\\out\\a (3).stl");
+}
+
 TEST(OutputNaming, GivesANameToOneRunAtATime) {
     const std::vector<SourceFile> sources = {{L"C:\\in", L"a.stp"}, {L"C:\\in", L"b.stp"}};
     auto first = std::make_unique<OutputPlan>(sources, Into(To(L".stl")));

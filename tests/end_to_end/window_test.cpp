@@ -31,10 +31,15 @@ TEST(Window, LeavesNoProcessWhenItEndsInARun) {
         const OpenWindow window(program);
         ASSERT_TRUE(window.Handle());
         ASSERT_TRUE(test::Eventually([&] { return log.Calls().size() >= 2; }));
-        if (killed)
+        if (killed) {
             TerminateProcess(window.Process(), 1);
-        else
+        } else {
             PostMessageW(window.Handle(), WM_CLOSE, 0, 0);
+            ASSERT_TRUE(test::Eventually([&] {  // it asks
+                const HWND question = GetLastActivePopup(window.Handle());
+                return question != window.Handle() && PostMessageW(question, WM_COMMAND, IDYES, 0);
+            }));
+        }
         EXPECT_EQ(WaitForSingleObject(window.Process(), 20000), WAIT_OBJECT_0);
         for (const test::LibraryCall& call : log.Calls()) {
             const UniqueHandle child(OpenProcess(SYNCHRONIZE, FALSE, static_cast<DWORD>(call.process)));

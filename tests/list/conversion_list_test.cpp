@@ -118,11 +118,23 @@ TEST(ConversionList, RemovesAndMovesRows) {
     EXPECT_THAT(Names(list), ElementsAre(L"c", L"e", L"b"));
     EXPECT_EQ(list.Row(0).status.text, L"OK");  // what belongs to a row goes with it
     EXPECT_EQ(list.Row(0).status.output, L"C");
-    list.ResetStatuses();
-    EXPECT_EQ(list.Row(0).status.text, L"-");
-    EXPECT_EQ(list.Row(0).status.output, L"");
+    EXPECT_EQ(list.RowsIn(RowState::Converted), std::vector<size_t>{0});
     list.RemoveRows({0, 1, 2});
     EXPECT_TRUE(list.Empty());
+}
+
+TEST(ConversionList, PutsRowsBackWhereTheyWere) {
+    const std::vector<std::wstring> all = {L"a", L"b", L"c", L"d", L"e"};
+    const std::vector<std::vector<size_t>> cases = {{}, {4, 0}, {2, 3, 1}, {0, 1, 2, 3, 4}, {4}};
+    for (const std::vector<size_t>& removed : cases) {
+        ConversionList list = ListOf(all);
+        list.SetStatus(3, {RowState::Converted, kResultOk, L"OK", L"D", L""});
+        list.PutBack(list.RemoveRows(removed));
+        EXPECT_THAT(Names(list), testing::ElementsAreArray(all));
+        EXPECT_EQ(list.Row(3).status.output, L"D");
+        list.PutBack(list.Clear());
+        EXPECT_THAT(Names(list), testing::ElementsAreArray(all));
+    }
 }
 
 TEST(ConversionList, ClicksOnColumnHeadersSort) {

@@ -11,6 +11,7 @@
 #include "core/start_up.h"
 #include "res/resource.h"
 #include "res/string_ids.h"
+#include "tests/support/fake_taskbar.h"
 #include "tests/support/library_log.h"
 #include "tests/support/temp_folder.h"
 #include "ui/morvex_dlg.h"
@@ -76,6 +77,11 @@ class MainWindowTest : public testing::Test {
         }
         return true;
     }
+    // Lets the window answer what is in its queue.
+    void LetItWork() {
+        int rounds = 0;
+        WaitFor([&] { return rounds++ > 0; });
+    }
     bool WaitForState(RunState state) {
         return WaitFor([&] { return window_->State() == state; });
     }
@@ -106,15 +112,14 @@ class MainWindowTest : public testing::Test {
         Notify(&click);
     }
     void PressInList(WORD key) {
-        NMLVKEYDOWN press{};
-        press.hdr = {Item(IDC_LIST), IDC_LIST, static_cast<UINT>(LVN_KEYDOWN)};
-        press.wVKey = key;
-        Notify(&press);
+        PostMessageW(Item(IDC_LIST), WM_KEYDOWN, key, 0);
+        LetItWork();
     }
     void ChooseFormat(int combo, const std::wstring& format) {
         EXPECT_TRUE(ComboBox(Item(combo)).SelectText(format)) << "not on offer";
         SendMessageW(window_->Handle(), WM_COMMAND, MAKEWPARAM(combo, CBN_SELCHANGE),
                      reinterpret_cast<LPARAM>(Item(combo)));
+        LetItWork();
     }
     Texts FormatsOnOffer(int combo) const {
         Texts texts;
@@ -144,6 +149,14 @@ class MainWindowTest : public testing::Test {
         View().SelectAll(false);
         for (const size_t row : rows) View().Select(row);
     }
+    static std::wstring Clipboard() {
+        if (!OpenClipboard(nullptr)) return {};
+        const HANDLE memory = GetClipboardData(CF_UNICODETEXT);
+        const std::wstring text = memory ? static_cast<const wchar_t*>(GlobalLock(memory)) : L"";
+        if (memory) GlobalUnlock(memory);
+        CloseClipboard();
+        return text;
+    }
     // Commands of the right-click menu, 0 for a separator, in order; those of a submenu where it stands.
     Ids MenuNow() {
         menu_.clear();
@@ -165,8 +178,10 @@ class MainWindowTest : public testing::Test {
     std::vector<FileDialog> fileDialogs_;
     Texts messages_, opened_;
     Ids menu_;
+    int answer_ = IDOK;                   // of messages
     int choice_ = 0;                      // what the user takes from the next menus
     std::function<void()> whileMessage_;  // what happens while a message is open
+    FakeTaskbar taskbar_;
 
     std::unique_ptr<CmorvexDlg> window_;  // last: goes first
 
@@ -190,7 +205,7 @@ class MainWindowTest : public testing::Test {
         prompts.message = [this](HWND, const std::wstring& text, const wchar_t*, UINT) {
             messages_.push_back(text);
             if (whileMessage_) whileMessage_();
-            return IDOK;
+            return answer_;
         };
         prompts.openFiles = [this](HWND, const FileDialog& dialog) {
             fileDialogs_.push_back(dialog);

@@ -88,6 +88,14 @@ TEST_F(MainWindowTest, TextsFitInAllLanguages) {
             const size_t mark = text.find(L'&');
             if (mark != text.npos && text[mark + 1] != L'&') keys += text[mark + 1];
         }
+        const auto expectRoom = [&](const std::wstring& text, int column, int padding) {
+            SIZE size{};
+            GetTextExtentPoint32W(device, text.c_str(), static_cast<int>(text.size()), &size);
+            EXPECT_LE(size.cx + Scaled(Item(IDC_LIST), padding), View().ColumnWidth(column))
+                << column << " in language " << LanguageOffset(language);
+        };
+        for (int column = 0; column < kListColumns; ++column)
+            expectRoom(HeaderTitle(View(), column), column, 12);
         ReleaseDC(window_->Handle(), device);
         CharUpperW(keys.data());
         std::sort(keys.begin(), keys.end());
@@ -119,6 +127,27 @@ TEST_F(MainWindowTest, LanguageChangesWhileOpen) {
     EXPECT_EQ(ComboBox(Item(IDC_INPUT_FORMAT)).SelectedText(), kStepIn);
 }
 
+// As the system does when the window comes to a screen of another scaling: a new font, then the message.
+TEST_F(MainWindowTest, RowsFollowTheScaling) {
+    Open();
+    AddFiles({L"a.stp"});
+    const auto rowHeight = [&] {
+        const RECT row = View().RowRect(0);
+        return row.bottom - row.top;
+    };
+    const LONG before = rowHeight();
+    LOGFONTW font{};
+    GetObjectW(reinterpret_cast<HFONT>(View().Send(WM_GETFONT)), sizeof font, &font);
+    font.lfHeight *= 2;
+    const UniqueFont larger(CreateFontIndirectW(&font));
+    View().Send(WM_SETFONT, reinterpret_cast<WPARAM>(larger.get()), FALSE);
+    RECT place{};
+    GetWindowRect(window_->Handle(), &place);
+    SendMessageW(window_->Handle(), WM_DPICHANGED, MAKEWPARAM(192, 192), reinterpret_cast<LPARAM>(&place));
+    EXPECT_TRUE(WaitFor([&] { return rowHeight() > before * 3 / 2; }));
+    window_.reset();
+}
+
 TEST_F(MainWindowTest, ListTakesTheRoomOfALargerWindow) {
     Open();
     RECT before{}, window{}, after{}, quit{};
@@ -134,6 +163,51 @@ TEST_F(MainWindowTest, ListTakesTheRoomOfALargerWindow) {
     int columns = 0;
     for (int i = 0; i < kListColumns; ++i) columns += View().ColumnWidth(i);
     EXPECT_EQ(columns, Scaled(Item(IDC_LIST), 415 + 76 + 268 + 162) + 200);
+}
+
+TEST_F(MainWindowTest, ADraggedDividerLeavesNoBarAndNoStrip) {
+    Open();
+    AddFiles(Texts(30, L"a.stp"));
+    const auto header = reinterpret_cast<HWND>(View().Send(LVM_GETHEADER));
+    RECT room{};
+    GetClientRect(Item(IDC_LIST), &room);
+    for (const auto& [column, width] : {std::pair{0, 700}, {2, 30}, {3, 20}, {0, 2000}, {1, 100}, {3, 400}}) {
+        HDITEMW item{};
+        item.mask = HDI_WIDTH;
+        item.cxy = width;
+        SendMessageW(header, HDM_SETITEMW, static_cast<WPARAM>(column), reinterpret_cast<LPARAM>(&item));
+        int columns = 0;
+        for (int i = 0; i < kListColumns; ++i) columns += View().ColumnWidth(i);
+        EXPECT_EQ(columns, room.right) << column;
+        EXPECT_FALSE(GetWindowLongW(Item(IDC_LIST), GWL_STYLE) & WS_HSCROLL);
+    }
+}
+
+TEST_F(MainWindowTest, SizePlaceAndColumnsAreKept) {
+    Open();
+    RECT before{}, after{};
+    SetWindowPos(window_->Handle(), nullptr, 40, 50, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
+    GetWindowRect(window_->Handle(), &before);
+    SetWindowPos(window_->Handle(), nullptr, 0, 0, before.right - before.left,
+                 before.bottom - before.top - 150, SWP_NOMOVE | SWP_NOZORDER);
+    GetWindowRect(window_->Handle(), &before);
+    const auto header = reinterpret_cast<HWND>(View().Send(LVM_GETHEADER));
+    HDITEMW item{};
+    item.mask = HDI_WIDTH;
+    item.cxy = 300;
+    SendMessageW(header, HDM_SETITEMW, 0, reinterpret_cast<LPARAM>(&item));
+    const int status = View().ColumnWidth(3);
+    Click(IDS_QUIT);
+    Open();
+    GetWindowRect(window_->Handle(), &after);
+    EXPECT_TRUE(EqualRect(&before, &after));
+    EXPECT_EQ(View().ColumnWidth(0), 300);
+    EXPECT_EQ(View().ColumnWidth(3), status);
+    window_.reset();
+    profile::WriteText(user_ + L"\\zel_morvex.ini", L"Window", L"Place", L"90000 90000 91000 91000 96 0");
+    Open();
+    GetWindowRect(window_->Handle(), &after);
+    EXPECT_TRUE(MonitorFromRect(&after, MONITOR_DEFAULTTONULL));  // no such screen: a place in sight
 }
 
 TEST_F(MainWindowTest, EscapeDoesNotCloseAndQuitDoes) {
@@ -170,6 +244,15 @@ TEST_F(MainWindowTest, SameFormatIsNotWrittenBesideItsInput) {
     EXPECT_EQ(Text(IDC_OUTPUT_FOLDER), L"C:\\no such folder");
     EXPECT_EQ(Chosen(L"SameFolderAsInput"), L"0");
     EXPECT_EQ(messages_, Texts{L"Output folder is not valid!"});
+    EXPECT_EQ(StatusLine(), context_->text(IDS_NOT_BESIDE_INPUT));
+    ChooseFormat(IDC_OUTPUT_FORMAT, L"STL (*.stl)");  // other formats: as the user had it
+    EXPECT_TRUE(CheckBox(Item(IDS_WRITE_INTO_INPUT_FOLDER)).Checked());
+    EXPECT_EQ(Chosen(L"SameFolderAsInput"), L"1");
+    ChooseFormat(IDC_OUTPUT_FORMAT, L"STEP (*.stp)");
+    chosenFolder_ = parts_;
+    Click(IDC_BROWSE);
+    ChooseFormat(IDC_OUTPUT_FORMAT, L"STL (*.stl)");
+    EXPECT_EQ(Chosen(L"SameFolderAsInput"), L"0");  // the user has chosen a folder since
 }
 
 TEST_F(MainWindowTest, OutputFolderIsChosenTypedAndSwitchedOff) {
