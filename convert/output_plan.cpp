@@ -9,7 +9,7 @@
 namespace morvex {
 namespace {
 
-constexpr int kAskedAtOnce = 8;  // each question may travel over a network
+constexpr int kAskedAtOnce = 8;   // each question may travel over a network
 constexpr size_t kFewFiles = 16;  // asked on this thread: starting others takes longer
 
 // Upper case as the file system folds it, so that equal keys mean one file.
@@ -119,9 +119,9 @@ std::wstring OutputPlan::FolderKey(const std::wstring& folder) {
     if (!key.empty()) return key;
     // The backslash makes "C:" the drive's root and not the current folder on it.
     const std::optional<FileId> identity = IdentityOf(JoinPath(folder, L""));
-    return key = identity
-                     ? std::to_wstring(identity->first) + L":" + std::to_wstring(identity->second) + L"\\"
-                     : FullText(folder);
+    // Without the volume, which may be known under two drive letters with two serial numbers: at worst two
+    // folders pass for one, and a file gets a number that it does not need.
+    return key = identity ? std::to_wstring(identity->second) + L"\\" : FullText(folder);
 }
 
 std::wstring OutputPlan::KeyOf(const std::wstring& folder, std::wstring_view fileName) {

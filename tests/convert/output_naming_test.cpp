@@ -97,6 +97,16 @@ TEST(OutputNaming, KeepsOutputsOfOneRunApart) {
               (Paths{L"C:\\in\\a.igs", L"C:\\in\\a (2).igs"}));
 }
 
+// The same folder by another drive letter, where the system has one for it (Wine's Z: is the host's root).
+std::wstring OnOtherDrive(const std::wstring& folder) {
+    using HostPath = char* (*)(const wchar_t*);
+    const auto hostPath = reinterpret_cast<HostPath>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32"), "wine_get_unix_file_name")));
+    if (!hostPath) return folder;
+    const std::string path = hostPath(folder.c_str());
+    return L"Z:" + std::wstring(path.begin(), path.end());
+}
+
 // However the folder is spelled, and whatever a file is linked to.
 TEST(OutputNaming, ComparesFilesAndNotTexts) {
     const test::TempFolder folder;
@@ -106,8 +116,8 @@ TEST(OutputNaming, ComparesFilesAndNotTexts) {
     for (const wchar_t* name : {L"a.step", L"a.stp"}) test::WriteFileBytes(in + L"\\" + name, "precious");
     std::wstring slashes = in;
     std::ranges::replace(slashes, L'\\', L'/');
-    for (const std::wstring& spelled :
-         {in, slashes, in + L"\\", in + L"\\.", folder / L"out\\..\\IN", folder / L"\\in"}) {
+    for (const std::wstring& spelled : {in, OnOtherDrive(in), slashes, in + L"\\", in + L"\\.",
+                                        folder / L"out\\..\\IN", folder / L"\\in"}) {
         const OutputPlan plan({{in, L"a.step"}, {in, L"a.stp"}}, Into(To(L".stp", 4, 4), spelled));
         EXPECT_EQ(FileNameOf(plan.Path(0)), L"a (2).stp") << testing::PrintToString(spelled);
         EXPECT_EQ(FileNameOf(plan.Path(1)), L"a (3).stp");
