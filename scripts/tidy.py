@@ -54,7 +54,7 @@ def fingerprint(file, includes):
             taken.add(name)
             todo += includes.get(name, ())
     total = hashlib.sha256()
-    for name in [".clang-tidy", "scripts/tidy.py", *sorted(taken)]:
+    for name in [".clang-tidy", "tests/.clang-tidy", "scripts/tidy.py", *sorted(taken)]:
         total.update(name.encode() + b"\0" + (ROOT / name).read_bytes())
     return total.hexdigest()
 

@@ -2,6 +2,7 @@
  * whose memory is damaged. */
 #include <windows.h>
 
+#include <cpuid.h>
 #include <immintrin.h>
 #include <stdint.h>
 
@@ -9,8 +10,10 @@ uintptr_t __stack_chk_guard;
 
 /* The processor's random number, or 0 where it has none. */
 __attribute__((target("rdrnd"), no_stack_protector)) static uintptr_t ProcessorRandom(void) {
+    unsigned leaf, unused, features, other;
     unsigned long long number = 0;
-    return _rdrand64_step(&number) ? number : 0;
+    const int present = __get_cpuid(1, &leaf, &unused, &features, &other) && (features & bit_RDRND);
+    return present && _rdrand64_step(&number) ? number : 0;
 }
 
 /* Before the constructors of any other file. Different in every process also where the processor draws no
@@ -24,9 +27,7 @@ __attribute__((constructor(101), no_stack_protector)) static void DrawGuard(void
     const uintptr_t drawn = ((uintptr_t)time.dwHighDateTime << 32 | time.dwLowDateTime) ^
                             (uintptr_t)counter.QuadPart << 20 ^ (uintptr_t)&counter << 28 ^
                             GetCurrentProcessId();
-    __builtin_cpu_init();
-    __stack_chk_guard =
-        (drawn ^ (__builtin_cpu_supports("rdrnd") ? ProcessorRandom() : 0)) & ~(uintptr_t)0xff;
+    __stack_chk_guard = (drawn ^ ProcessorRandom()) & ~(uintptr_t)0xff;
 }
 
 /* Ends the process at once with the system's code for a damaged stack (0xC0000409): no handler runs on it. */
