@@ -26,7 +26,7 @@ std::wstring GetConfigFilePath(AppContext& context) {
 }
 
 std::wstring PrepareConfigFile(AppContext& context, const ConversionFormats& formats) {
-    const std::wstring path = GetConfigFilePath(context, formats);
+    std::wstring path = GetConfigFilePath(context, formats);
     WriteDefaultConfig(path);
     return path;
 }

@@ -17,7 +17,7 @@ std::wstring EnsureFolder(const std::wstring& folder) {
 }
 
 std::wstring FindUserFolder(const std::wstring& program) {
-    const std::wstring known = EnvironmentText(kUserFolderVariable);
+    std::wstring known = EnvironmentText(kUserFolderVariable);
     if (!known.empty() && FolderExists(known)) return known;
     wchar_t roaming[MAX_PATH];
     const bool found = SHGetSpecialFolderPathW(nullptr, roaming, CSIDL_APPDATA, FALSE);

@@ -38,7 +38,7 @@ struct Image {
     // A name of more than eight letters stands in a table behind the symbols.
     std::string NameOf(const IMAGE_SECTION_HEADER& section) const {
         const auto* letters = reinterpret_cast<const char*>(section.Name);
-        const std::string name(letters, strnlen(letters, sizeof section.Name));
+        std::string name(letters, strnlen(letters, sizeof section.Name));
         const IMAGE_FILE_HEADER& file = Headers().FileHeader;
         if (name[0] != '/') return name;
         const size_t table = file.PointerToSymbolTable + size_t{IMAGE_SIZEOF_SYMBOL} * file.NumberOfSymbols;

@@ -38,7 +38,7 @@ fs::path FindSideFile(const fs::path& input, const std::string& reference, std::
     if (reference.empty() || reference.find('\0') != std::string::npos) refuse("is no name of a file");
     std::error_code error;
     const fs::path folder = fs::canonical(input.parent_path(), error);
-    const fs::path path = fs::canonical(folder / reference, error);
+    fs::path path = fs::canonical(folder / reference, error);
     if (error) refuse("is missing");
     if (std::ranges::mismatch(folder, path).in1 != folder.end()) refuse("lies outside its folder");
     if (!fs::is_regular_file(path, error)) refuse("is not a file");
