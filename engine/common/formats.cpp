@@ -23,7 +23,7 @@ constexpr Suffix kStepSuffixes[] = {".stp", ".step", ".stpnc", ".stpa", ".stpz",
 
 constexpr char kStepModule[] = "step", kIgesModule[] = "iges", kMeshModule[] = "mesh",
                kSceneModule[] = "scene", kAssimpModule[] = "assimp_reader", kGltfModule[] = "gltf_reader",
-               kCoreModule[] = "core";
+               kObjModule[] = "obj_reader", kDxfModule[] = "dxf_reader", kCoreModule[] = "core";
 
 // Where two formats share a number the first is taken when the suffix does not tell.
 constexpr auto kFormats = std::to_array<Format>({
@@ -37,7 +37,7 @@ constexpr auto kFormats = std::to_array<Format>({
      Needs::Triangles, nullptr},
     {FormatId::Vrml, "VRML", kVrmlCodes, kVrmlSuffixes, nullptr, nullptr, kSceneModule, "WriteVrml",
      Needs::Triangles, nullptr},
-    {FormatId::Obj, "OBJ", kObjCodes, kObjSuffixes, kMeshModule, "ReadObj", kSceneModule, "WriteObj",
+    {FormatId::Obj, "OBJ", kObjCodes, kObjSuffixes, kObjModule, "ReadObj", kSceneModule, "WriteObj",
      Needs::Triangles, ".mtl"},
     {FormatId::Gltf, "glTF", kGltfCodes, kGltfSuffixes, kGltfModule, "ReadGltf", kSceneModule, "WriteGltf",
      Needs::Triangles, ".bin"},
@@ -51,8 +51,8 @@ constexpr auto kFormats = std::to_array<Format>({
      Needs::Triangles, nullptr},
     {FormatId::Ifc, "IFC", kIfcCodes, kIfcSuffixes, kAssimpModule, "ReadIfc", nullptr, nullptr,
      Needs::Anything, nullptr},
-    {FormatId::Dxf, "DXF", kDxfCodes, kDxfSuffixes, kAssimpModule, "ReadDxf", nullptr, nullptr,
-     Needs::Anything, nullptr},
+    {FormatId::Dxf, "DXF", kDxfCodes, kDxfSuffixes, kDxfModule, "ReadDxf", nullptr, nullptr, Needs::Anything,
+     nullptr},
 });
 
 template <class Usable>

@@ -7,7 +7,7 @@ namespace morvex {
 namespace {
 
 constexpr char kPhaseLine = 'S', kProgressLine = 'P', kCountLine = 'C', kWarningLine = 'W',
-               kPictureLine = 'I', kFinishLine = 'R';
+               kPictureLine = 'I', kFinishLine = 'R', kFileLine = 'F';
 constexpr std::size_t kLongestText = 2000;
 
 double Now() {
@@ -45,6 +45,10 @@ void Journal::Count(std::string_view side, std::string_view what, std::int64_t n
 
 void Journal::Warn(std::string_view text) {
     Send(kWarningLine, text.substr(0, kLongestText));
+}
+
+void Journal::Uses(std::string_view path) {
+    Send(kFileLine, path);
 }
 
 void Journal::Picture(std::string_view base64) {
@@ -107,6 +111,9 @@ void JournalRecord::TakeLine(std::string_view line) {
             break;
         case kWarningLine:
             warnings.emplace_back(line);
+            break;
+        case kFileLine:
+            sideInputs.emplace_back(line);
             break;
         case kPictureLine:
             picture = line;

@@ -5,6 +5,7 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -29,6 +30,7 @@ class Journal {
     void Progress(int percent);  // of the whole conversion; smaller values than before are dropped
     void Count(std::string_view side, std::string_view what, std::int64_t number);  // "read" or "written"
     void Warn(std::string_view text);
+    void Uses(std::string_view path);       // a file that the input refers to is read
     void Picture(std::string_view base64);  // of the model, a PNG
     void Finish(const Outcome& outcome);
 
@@ -49,7 +51,8 @@ struct JournalRecord {
     std::array<double, kPhaseCount> seconds{};
     std::vector<Counted> counts;
     std::vector<std::string> warnings;
-    std::string picture;  // a PNG in base 64; empty when there is none
+    std::vector<std::filesystem::path> sideInputs;  // files that the input refers to
+    std::string picture;                            // a PNG in base 64; empty when there is none
     bool finished = false;
     Outcome outcome;
 

@@ -19,6 +19,7 @@ struct JobOrder {
     const Settings& settings;
     const std::filesystem::path& target;  // the file to write, in the temporary folder
     std::uint64_t memory;                 // bytes of address space
+    std::uint64_t data;                   // bytes that may be written to, to begin with
 };
 
 // How the process is watched.

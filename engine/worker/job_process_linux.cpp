@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -18,12 +19,13 @@ namespace {
 
 using Cause = JobEnd::Cause;
 
-void LimitMemory(std::uint64_t bytes) {
+void LimitMemory(const JobOrder& order) {
 #ifndef __SANITIZE_ADDRESS__  // its shadow alone is terabytes of address space
-    const rlimit limit{bytes, bytes};
-    setrlimit(RLIMIT_AS, &limit);
+    const rlimit space{order.memory, order.memory}, data{std::min(order.data, order.memory), order.memory};
+    setrlimit(RLIMIT_AS, &space);
+    setrlimit(RLIMIT_DATA, &data);
 #else
-    static_cast<void>(bytes);
+    static_cast<void>(order);
 #endif
     const rlimit noCore{0, 0};
     setrlimit(RLIMIT_CORE, &noCore);
@@ -43,7 +45,7 @@ void RedirectStandardStreams(bool trace) {
     sigprocmask(SIG_SETMASK, &signals.Get().before, nullptr);
     // A full disk is an error of the write, not the end of the process.
     signal(SIGXFSZ, SIG_IGN);
-    LimitMemory(order.memory);
+    LimitMemory(order);
     // The heap grows in large steps and never shrinks: the process is short, and page faults are not free.
     mallopt(M_TOP_PAD, 32 << 20);
     mallopt(M_TRIM_THRESHOLD, 1 << 30);

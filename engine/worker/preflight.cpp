@@ -105,7 +105,17 @@ Outcome CheckStl(const Excerpt& file) {
                          "The size of the file and the number of triangles in its header do not agree");
 }
 
-Outcome CheckObj(const Excerpt& file) {
+// Text in UTF-16 with the bytes that say nothing in plain letters left out.
+Excerpt Narrowed(Excerpt file) {
+    if (!file.head.starts_with("\xff\xfe") && !file.head.starts_with("\xfe\xff")) return file;
+    std::erase(file.head, '\0');
+    std::erase(file.tail, '\0');
+    file.head.replace(0, 2, "\n");
+    return file;
+}
+
+Outcome CheckObj(const Excerpt& excerpt) {
+    const Excerpt file = Narrowed(excerpt);
     const bool vertex = file.head.starts_with("v ") || file.HeadHas("\nv ") || file.HeadHas("\nv\t");
     const bool longComment = file.size > file.head.size() && file.HeadHas("#");
     return IsText(file) && (vertex || longComment) ? Outcome::Ok() : Unknown("OBJ");

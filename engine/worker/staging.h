@@ -2,6 +2,8 @@
 #pragma once
 
 #include <filesystem>
+#include <system_error>
+#include <vector>
 
 #include "engine/common/outcome.h"
 #include "engine/common/request.h"
@@ -11,22 +13,23 @@ namespace morvex {
 
 class Staging {
   public:
-    // Makes the folder. Fails with ZEL_CANNOT_WRITE when the target is a folder, is the input itself, or when
-    // nothing can be written beside it.
+    // Makes the folder, and removes those that killed conversions left beside the target. Fails with
+    // ZEL_CANNOT_WRITE when the target is a folder, is the input itself, or when nothing can be written
+    // beside it.
     Outcome Open(const Request& request);
 
     // Where the writer puts the main file. It has the target's own name, as side files are named after it and
     // named in it.
     const std::filesystem::path& File() const { return file_; }
 
-    // Puts every file of the folder on the disk and then into place, the main file last. The old files stay
-    // as they are when this fails before the first rename.
-    Outcome Publish();
-
-    // Removes the folder with what is left in it, which the end of the object does too.
-    void Discard() { folder_.Remove(); }
+    // Puts all files on the disk and then into place; those of a set never stand beside those of another,
+    // even when this process is killed over it. A failure leaves the old files as they were, and so does a
+    // side file that would replace one of the `sources`, the files that were read.
+    Outcome Publish(const std::vector<std::filesystem::path>& sources);
 
   private:
+    std::error_code PublishSet(std::vector<std::filesystem::path> files);
+
     TemporaryFolder folder_;
     std::filesystem::path target_, file_;
 };

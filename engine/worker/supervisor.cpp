@@ -4,6 +4,7 @@
 #include <chrono>
 #include <thread>
 
+#include "engine/common/job.h"
 #include "engine/worker/job_process.h"
 #include "engine/worker/machine.h"
 #include "engine/worker/preflight.h"
@@ -90,16 +91,16 @@ Outcome Supervise(const Request& request, const SupervisorOptions& options) {
 
     JournalRecord record;
     const Settings settings = SettingsOf(request, record);
+    const std::uint64_t inputSize = SizeOf(request.input);
     const std::uint64_t memory =
         options.memoryAllowed != 0 ? options.memoryAllowed : MemoryShare(request.parallel);
     const JobEnd end = RunJobProcess(
-        {request, settings, staging.File(), memory},
-        {TimeLimits(options.time, SizeOf(request.input)), options.watchCaller, signals, options.onProgress},
-        record);
+        {request, settings, staging.File(), memory,
+         options.memoryAllowed != 0 ? memory : MemoryWorth(inputSize)},
+        {TimeLimits(options.time, inputSize), options.watchCaller, signals, options.onProgress}, record);
     outcome = OutcomeOf(end, record);
     record.Enter(Phase::Publish);
-    if (outcome.IsOk()) outcome = staging.Publish();
-    staging.Discard();
+    if (outcome.IsOk()) outcome = staging.Publish(record.sideInputs);
     record.Enter(Phase::Publish);
 
     if (outcome.IsOk() && !request.picture.empty() && !WritePicture(request, record))

@@ -6,7 +6,8 @@
 
 namespace morvex {
 
-// Owns the folder and removes it with all that is left in it.
+// Owns the folder and removes it with all that is left in it. Holds a lock on it, by which others see that
+// its process, or a child of it, is still there.
 class TemporaryFolder {
   public:
     TemporaryFolder() = default;
@@ -14,13 +15,16 @@ class TemporaryFolder {
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
     ~TemporaryFolder() { Remove(); }
 
-    // Makes a folder with a name of its own in `parent`; the error says why there is none.
-    std::error_code Make(const std::filesystem::path& parent);
+    // Makes a folder with a name of its own in `parent`; the error says why there is none. Calls `recover`
+    // for each such folder there whose process has died, and then removes it.
+    using Recover = void(const std::filesystem::path& abandoned);
+    std::error_code Make(const std::filesystem::path& parent, Recover* recover = nullptr);
     const std::filesystem::path& Path() const { return path_; }
     void Remove();
 
   private:
     std::filesystem::path path_;
+    int lock_ = -1;
 };
 
 // Waits until a file or the entries of a folder are on the disk. A writer that has lost an error on the way

@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "engine/modules/core/context.h"
+
 namespace morvex {
 
 // The whole of a file, mapped for reading.
@@ -25,9 +27,9 @@ class InputBytes {
     std::size_t size_ = 0;
 };
 
-// Where the file is that `input` calls `reference`, a path relative to its own folder. Throws ReadError
-// unless it is a regular file of at most `largest` bytes in that folder or below, all links resolved.
-std::filesystem::path FindSideFile(const std::filesystem::path& input, const std::string& reference,
-                                   std::uint64_t largest);
+// Where the file is that the input calls `reference`, a path relative to its own folder. Throws ReadError
+// unless it is a regular file of at most `largest` bytes in that folder or below, all links resolved. Tells
+// the journal of it, and lets the conversion have as much more memory as such a file is worth.
+std::filesystem::path FindSideFile(JobContext& context, const std::string& reference, std::uint64_t largest);
 
 }  // namespace morvex

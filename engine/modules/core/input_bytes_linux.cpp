@@ -1,10 +1,12 @@
 #include <algorithm>
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
+#include "engine/common/job.h"
 #include "engine/modules/core/input_bytes.h"
 #include "engine/modules/core/read_error.h"
 
@@ -31,18 +33,32 @@ InputBytes::~InputBytes() {
 InputBytes::InputBytes(InputBytes&& other) noexcept
     : data_(std::exchange(other.data_, nullptr)), size_(std::exchange(other.size_, 0)) {}
 
-fs::path FindSideFile(const fs::path& input, const std::string& reference, std::uint64_t largest) {
+namespace {
+
+void AllowMemoryFor(std::uint64_t bytes) {
+    rlimit limit{};
+    if (getrlimit(RLIMIT_DATA, &limit) != 0) return;
+    limit.rlim_cur = std::min(limit.rlim_cur + bytes * kMemoryPerByte, limit.rlim_max);
+    setrlimit(RLIMIT_DATA, &limit);
+}
+
+}  // namespace
+
+fs::path FindSideFile(JobContext& context, const std::string& reference, std::uint64_t largest) {
     const auto refuse = [&](const char* why) {
         throw ReadError("\"" + reference.substr(0, 200) + "\", which the file refers to, " + why);
     };
     if (reference.empty() || reference.find('\0') != std::string::npos) refuse("is no name of a file");
     std::error_code error;
-    const fs::path folder = fs::canonical(input.parent_path(), error);
+    const fs::path folder = fs::canonical(context.request.input.parent_path(), error);
     fs::path path = fs::canonical(folder / reference, error);
     if (error) refuse("is missing");
     if (std::ranges::mismatch(folder, path).in1 != folder.end()) refuse("lies outside its folder");
     if (!fs::is_regular_file(path, error)) refuse("is not a file");
-    if (fs::file_size(path, error) > largest || error) refuse("is too large");
+    const std::uint64_t size = fs::file_size(path, error);
+    if (error || size > largest) refuse("is too large");
+    context.journal.Uses(path.string());
+    AllowMemoryFor(size);
     return path;
 }
 

@@ -155,7 +155,7 @@ std::string WithoutPercents(std::string_view text) {
 
 }  // namespace
 
-GltfFile::GltfFile(const std::filesystem::path& path) : path_(path), bytes_(path) {
+GltfFile::GltfFile(JobContext& context) : context_(context), bytes_(context.file) {
     const Chunks chunks = Split(bytes_.View());
     binary_ = chunks.binary;
     // Iterative: brackets nested a million deep must not overflow the stack.
@@ -197,10 +197,10 @@ std::string_view GltfFile::Buffer(std::uint64_t number) {
             const std::string uri = Text(buffer, "uri");
             std::optional<std::string> data = DataUri(uri);
             found =
-                data
-                    ? buffers_.emplace(number, std::move(*data)).first
-                    : buffers_.emplace(number, InputBytes(FindSideFile(path_, FileName(uri), kLargestBuffer)))
-                          .first;
+                data ? buffers_.emplace(number, std::move(*data)).first
+                     : buffers_
+                           .emplace(number, InputBytes(FindSideFile(context_, FileName(uri), kLargestBuffer)))
+                           .first;
         }
         const auto* const text = std::get_if<std::string>(&found->second);
         bytes = text != nullptr ? std::string_view(*text) : std::get<InputBytes>(found->second).View();

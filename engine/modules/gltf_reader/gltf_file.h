@@ -2,7 +2,6 @@
 // the file contradicts itself.
 #pragma once
 
-#include <filesystem>
 #include <map>
 #include <string>
 #include <string_view>
@@ -16,7 +15,7 @@ namespace morvex {
 
 class GltfFile {
   public:
-    explicit GltfFile(const std::filesystem::path& path);
+    explicit GltfFile(JobContext& context);
 
     const Json& Root() const { return json_; }
     std::size_t Count(const char* array) const;
@@ -44,7 +43,7 @@ class GltfFile {
     template <class Value>
     std::vector<Value> Read(std::uint64_t accessor, unsigned components);
 
-    std::filesystem::path path_;
+    JobContext& context_;
     InputBytes bytes_;
     rapidjson::Document json_;
     std::string_view binary_;  // the binary chunk of a .glb

@@ -47,7 +47,7 @@ gp_GTrsf PlaceOf(const Json& node) {
 class GltfReader {
   public:
     explicit GltfReader(JobContext& context)
-        : context_(context), file_(context.file), meshes_(file_), materials_(context, file_) {}
+        : context_(context), file_(context), meshes_(file_), materials_(context, file_) {}
 
     Scene Read() {
         CheckVersion();

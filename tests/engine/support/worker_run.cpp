@@ -10,6 +10,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <zlib.h>
@@ -46,7 +47,9 @@ WorkerRun RunWorker(const std::vector<std::string>& arguments, BeforeExec before
     }
     close(pipe[0]);
     int status = 0;
-    waitpid(process, &status, 0);
+    rusage usage{};
+    wait4(process, &status, 0, &usage);
+    run.peakMemory = usage.ru_maxrss * 1024;
     run.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     run.code = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
     EXPECT_NE(run.code, -SIGALRM) << "the worker hung";

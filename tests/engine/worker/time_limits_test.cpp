@@ -31,5 +31,21 @@ TEST(TimeLimits, TheNextLookComesInTime) {
     EXPECT_GE(limits.SecondsToNextLook(0, start + seconds(200)), 0);
 }
 
+// A job that waits for something and never uses the processor has stalled too; one that was stopped has not.
+TEST(TimeLimits, WaitingIsStandingStill) {
+    const auto start = TimeLimits::Clock::now();
+    const auto verdictAfter = [&](int step, double usedAStep) {
+        TimeLimits limits({0, 10}, 0, start);
+        for (int second = step;; second += step) {
+            const bool over = second > 60 || limits.Judge(usedAStep * second, start + seconds(second)) ==
+                                                 TimeLimits::Verdict::Stalled;
+            if (over) return second;
+        }
+    };
+    EXPECT_EQ(verdictAfter(1, 0), 10);
+    EXPECT_EQ(verdictAfter(1, 0.01), 61);
+    EXPECT_EQ(verdictAfter(30, 0), 90) << "of a step of 30 seconds, most was sleep";
+}
+
 }  // namespace
 }  // namespace morvex::test
