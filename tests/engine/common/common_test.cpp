@@ -112,6 +112,7 @@ TEST(Journal, ArrivesInPiecesOfAnySize) {
     Journal journal([&](std::string_view line) { sent += line; });
     journal.Progress(3);
     for (const int dropped : {3, 2, 101}) journal.Progress(dropped);
+    EXPECT_EQ(sent, "P3\n");
     journal.Start(Phase::Write);
     journal.Count("read", "free edges", 12'345'678'901);
     journal.Warn("two\nlines");

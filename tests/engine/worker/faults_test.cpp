@@ -189,7 +189,8 @@ TEST(Faults, FullDisk) {
         setrlimit(RLIMIT_FSIZE, &size);
         signal(SIGXFSZ, SIG_IGN);
     };
-    for (const char* suffix : {"stl", "stp", "igs", "brep", "obj", "gltf", "glb"}) {
+    for (const char* suffix :
+         {"stl", "stp", "igs", "brep", "obj", "gltf", "glb", "wrl", "dae", "fbx", "3mf"}) {
         SCOPED_TRACE(suffix);
         const ScratchFolder folder;
         const std::string output = folder / (std::string("out.") + suffix);
