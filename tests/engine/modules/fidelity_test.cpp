@@ -121,8 +121,9 @@ TEST_F(Fidelity, Annotations) {
     EXPECT_NE(ReadWhole(folder_ / "old.stp").find("CONFIG_CONTROL_DESIGN"), std::string::npos);
 }
 
-TEST_F(Fidelity, LayersReachStepAndIges) {
+TEST_F(Fidelity, LayersOfStepAndUnitsOfIges) {
     EXPECT_EQ(CountOf(ReadWhole(Convert(assembly_, "out.stp")), "PRESENTATION_LAYER_ASSIGNMENT("), 1u);
+    EXPECT_EQ(CountOf(ReadWhole(Convert(assembly_, "out.igs")), ",2HMM,"), 1u);
 }
 
 TEST_F(Fidelity, Tessellation) {
@@ -135,6 +136,10 @@ TEST_F(Fidelity, Tessellation) {
     EXPECT_GT(triangles({"STL CONF/ANGULAR_DIS=0", "STL CONF/ANGULAR_TOL=0.05"}), usual);
     EXPECT_EQ(triangles({"STL CONF/LINEAR_TOL=0.001"}), usual) << "the tolerance is switched off";
     EXPECT_LT(triangles({"STL CONF/MINSIZE=20"}), usual);
+    const std::string meshed = folder_ / "meshed.brep";
+    WriteMeshedCylinder(meshed);
+    EXPECT_LT(2 * ReadBack(Convert(meshed, "old.stl")).triangles,
+              ReadBack(Convert(meshed, "new.stl", {"STL CONF/USE_TESSEL=0"})).triangles);
     EXPECT_TRUE(ReadWhole(Convert(screw, "text.stl", {"STL CONF/WRITE_ASCII=1"})).starts_with("solid"));
 }
 

@@ -1,8 +1,10 @@
 #include "tests/engine/support/samples.h"
 
 #include <BRepBuilderAPI_MakeEdge.hxx>
+#include <BRepMesh_IncrementalMesh.hxx>
 #include <BRepPrimAPI_MakeBox.hxx>
 #include <BRepPrimAPI_MakeCylinder.hxx>
+#include <BRepTools.hxx>
 #include <Interface_Static.hxx>
 #include <Quantity_ColorRGBA.hxx>
 #include <STEPCAFControl_Controller.hxx>
@@ -87,6 +89,12 @@ void WriteColouredPlaces(const std::string& stepPath) {
     colour(cylinder, 1, 0, 0);
     shapes->UpdateAssemblies();
     WriteStep(document, stepPath);
+}
+
+void WriteMeshedCylinder(const std::string& brepPath) {
+    const TopoDS_Shape cylinder = BRepPrimAPI_MakeCylinder(50, 10).Shape();
+    BRepMesh_IncrementalMesh(cylinder, 20, Standard_False, 1.5);
+    ASSERT_TRUE(BRepTools::Write(cylinder, brepPath.c_str()));
 }
 
 void WriteAssembly(const std::string& stepPath) {

@@ -27,6 +27,9 @@ void WriteColouredPlaces(const std::string& stepPath);
 // Two boxes of 10 mm side by side, the second one hidden, and beside them a curve that bounds no face.
 void WriteHiddenAndWire(const std::string& stepPath);
 
+// A cylinder with its surfaces and a mesh of theirs, coarser than any that the engine makes by itself.
+void WriteMeshedCylinder(const std::string& brepPath);
+
 // The box above in formats written by hand: FBX as text in centimetres and Y up, IFC in millimetres, DXF in
 // inches.
 std::string FbxBox();

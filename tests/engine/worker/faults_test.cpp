@@ -1,4 +1,5 @@
 // Whatever goes wrong: the right code, the old output intact, nothing left behind.
+#include <algorithm>
 #include <csignal>
 #include <cstdint>
 #include <cstring>
@@ -25,6 +26,14 @@ std::string Truncated(const std::string& sample, double share) {
     return whole.substr(0, static_cast<std::size_t>(static_cast<double>(whole.size()) * share));
 }
 
+// The sample with one place of it changed.
+std::string Replaced(const std::string& sample, const std::string& old, const std::string& text) {
+    std::string whole = ReadWhole(Sample(sample));
+    const std::size_t at = whole.find(old);
+    EXPECT_NE(at, std::string::npos) << old;
+    return whole.replace(std::min(at, whole.size()), old.size(), text);
+}
+
 TEST(Faults, BadInputs) {
     std::string falseCount(84 + 50 * 12, '\1');
     falseCount.replace(80, 4, "\xff\xff\xff\x0f");
@@ -44,6 +53,7 @@ TEST(Faults, BadInputs) {
         {"none.stl", std::string(84, '\0'), 32},
         {"cut1.step", Truncated("step/screw.step", 0.3), 5},
         {"cut2.step", Truncated("step/screw.step", 0.999), 5},
+        {"face.step", Replaced("step/screw.step", "(#15),#49,", "(#15),#15,"), 5},
         {"cut1.iges", Truncated("iges/bearing.iges", 0.5), 5},
         {"cut2.iges", Truncated("iges/bearing.iges", 0.999), 5},
         {"index.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\nf 1 2 9\n", 5},
