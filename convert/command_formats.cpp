@@ -19,10 +19,23 @@ std::wstring FilterText(const std::wstring& named, std::wstring (*ofDisplayName)
     return found.empty() ? named : found;
 }
 
-// Not by a format that takes every file.
+// Whether the format's text, as in "Inventor 3D (*.ipt,*.iam)", names the path's extension.
+bool TextNames(std::wstring_view filterText, std::wstring_view path) {
+    const std::wstring_view extension = ExtensionOf(path);
+    size_t at = filterText.rfind(L'(');
+    while (!extension.empty() && (at = filterText.find(L"*.", at)) != filterText.npos) {
+        at += 2;
+        if (SameText(filterText.substr(at, filterText.find_first_of(L";,)", at) - at), extension))
+            return true;
+    }
+    return false;
+}
+
+// By the format's own rule, or by its text when it takes every file.
 bool Recognises(std::wstring_view inputFilterText, std::wstring_view path) {
-    return IsFileOfInputFormat(path, inputFilterText) &&
-           !IsFileOfInputFormat(L"C:\\a.no extension of any", inputFilterText);
+    return IsFileOfInputFormat(L"C:\\a.no extension of any", inputFilterText)
+               ? TextNames(inputFilterText, path)
+               : IsFileOfInputFormat(path, inputFilterText);
 }
 
 // An output format's own extension, or another one by which the same format is recognised as an input.
@@ -66,7 +79,7 @@ ConversionFormats ChooseFormats(const AppContext& context, const std::wstring& i
     std::wstring from = saved.input, to = saved.output;
     if (!namedInput.empty()) {
         from = FilterText(namedInput, InputDisplayNameToFilterText);
-    } else if (saved.input.empty() || (!namedOutput.empty() && !IsFileOfInputFormat(input, saved.input))) {
+    } else if (saved.input.empty() || (!namedOutput.empty() && !Recognises(saved.input, input))) {
         const std::wstring found = InputOf(context, input);
         if (!found.empty()) from = found;
     }

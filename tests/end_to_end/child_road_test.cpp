@@ -178,6 +178,8 @@ TEST(ChildRoad, FindsTheFormatsOfAStartByHand) {
         {nullptr, nullptr, L"", L"C:\\in\\a.stp D:\\x\\b.stl", 4, 22, ""},
         {nullptr, nullptr, L"", L"C:\\in\\a.stp D:\\x\\b.step", 4, 4, ""},
         {nullptr, L"STL", L"", L"C:\\in\\a.jt", 21, 22, ""},
+        {nullptr, L"STEP", L"", L"C:\\in\\a.stl", 22, 4, ""},
+        {nullptr, L"STEP", L"Format_in=STL (*.stl)\nFormat_out=3MF (*.3mf)\n", L"C:\\in\\a.jt", 21, 4, ""},
         {L"JT", nullptr, L"", L"C:\\in\\a.dat D:\\x\\b.stl", 21, 22, ""},
         {nullptr, L"STL", L"Format_in=JT (*.jt)\nFormat_out=3MF (*.3mf)\n", L"C:\\in\\a.jt", 21, 22, ""},
         {L"JT", nullptr, L"Format_in=JT (*.jt)\nFormat_out=3MF (*.3mf)\n", L"C:\\in\\a.stp", 21, 50, ""},
@@ -186,7 +188,7 @@ TEST(ChildRoad, FindsTheFormatsOfAStartByHand) {
     };
     const Program program;
     const LibraryLog log;
-    WriteTextFile(program.Settings(), L"[P]\nZEL_INPUT_FORMAT=JT,STEP\nZEL_OUTPUT_FORMAT=3MF,STL,STEP\n");
+    WriteTextFile(program.Settings(), L"[P]\nZEL_INPUT_FORMAT=JT,STEP,STL\nZEL_OUTPUT_FORMAT=3MF,STL,STEP\n");
     for (const auto& c : cases) {
         Program::Formats(c.in, c.out);
         WriteTextFile(program.UserFolder() + L"\\zel_morvex.ini", std::wstring(L"[General]\n") + c.saved);
