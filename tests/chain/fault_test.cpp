@@ -41,8 +41,8 @@ std::vector<std::pair<std::string, std::string>> Parts(const Program& program) {
         {"STL", ReadBytes(kParts / "stl/shape.stl")}};
     const Folder made;
     for (const char* format : {"OBJ", "glTF Binary", "FBX"}) {
-        EXPECT_EQ(program.Convert("STEP", format, kParts / "step/screw.step", (made / "part").string()), 0);
-        parts.emplace_back(format, ReadBytes(made / "part"));
+        EXPECT_EQ(program.Convert("STEP", format, kParts / "step/screw.step", (made / format).string()), 0);
+        parts.emplace_back(format, ReadBytes(made / format));
     }
     return parts;
 }
