@@ -1,13 +1,15 @@
 #include "engine/common/journal.h"
 
+#include <algorithm>
 #include <charconv>
 #include <chrono>
 
 namespace morvex {
 namespace {
 
-constexpr char kPhaseLine = 'S', kProgressLine = 'P', kCountLine = 'C', kWarningLine = 'W',
+constexpr char kPhaseLine = 'S', kProgressLine = 'P', kCountLine = 'C', kLossLine = 'L', kWarningLine = 'W',
                kPictureLine = 'I', kFinishLine = 'R', kFileLine = 'F';
+constexpr char kBeforeValue = '\t';  // names and values may hold blanks
 constexpr std::size_t kLongestText = 2000;
 
 double Now() {
@@ -40,7 +42,23 @@ void Journal::Progress(int percent) {
 }
 
 void Journal::Count(std::string_view side, std::string_view what, std::int64_t number) {
-    Send(kCountLine, std::string(side) + ' ' + std::string(what) + ' ' + std::to_string(number));
+    Measure(side, what, std::to_string(number));
+}
+
+void Journal::Measure(std::string_view side, std::string_view what, std::string_view numbers) {
+    Send(kCountLine, std::string(side) + ' ' + std::string(what) + kBeforeValue + std::string(numbers));
+}
+
+void Journal::Account(std::string_view what, std::int64_t announced, std::int64_t missing) {
+    if (announced > 0) Count("announced", what, announced);
+    if (missing <= 0) return;
+    Lose(std::to_string(missing) + " of " + std::to_string(announced) + ' ' + std::string(what));
+}
+
+void Journal::Lose(std::string_view what) {
+    const std::string_view text = what.substr(0, kLongestText);
+    if (losses_.size() < kLongestText) losses_.append(losses_.empty() ? "" : ", ").append(text);
+    Send(kLossLine, text);
 }
 
 void Journal::Warn(std::string_view text) {
@@ -85,12 +103,10 @@ void JournalRecord::Take(std::string_view bytes) {
 
 // "side what number"
 void JournalRecord::TakeCount(std::string_view text) {
-    const auto first = text.find(' '), last = text.rfind(' ');
-    if (first == std::string_view::npos || first == last) return;
-    std::int64_t number = 0;
-    std::from_chars(text.data() + last + 1, text.data() + text.size(), number);
-    counts.push_back(
-        {std::string(text.substr(0, first)), std::string(text.substr(first + 1, last - first - 1)), number});
+    const std::size_t what = text.find(' '), value = text.find(kBeforeValue);
+    if (what == std::string_view::npos || value == std::string_view::npos || value < what) return;
+    counts.push_back({std::string(text.substr(0, what)), std::string(text.substr(what + 1, value - what - 1)),
+                      std::string(text.substr(value + 1))});
 }
 
 void JournalRecord::TakeLine(std::string_view line) {
@@ -108,6 +124,9 @@ void JournalRecord::TakeLine(std::string_view line) {
             break;
         case kCountLine:
             TakeCount(line);
+            break;
+        case kLossLine:
+            losses.emplace_back(line);
             break;
         case kWarningLine:
             warnings.emplace_back(line);

@@ -28,7 +28,16 @@ class Journal {
 
     void Start(Phase phase);
     void Progress(int percent);  // of the whole conversion; smaller values than before are dropped
-    void Count(std::string_view side, std::string_view what, std::int64_t number);  // "read" or "written"
+    // `side` is "announced" (what the input says it holds), "read" or "written".
+    void Count(std::string_view side, std::string_view what, std::int64_t number);
+    // A size in millimetres: one number or several.
+    void Measure(std::string_view side, std::string_view what, std::string_view numbers);
+    // Books what the input announces of a kind; what of it is missing counts as lost.
+    void Account(std::string_view what, std::int64_t announced, std::int64_t missing);
+    // Something that the input announces is not there, as in "3 of 20 faces".
+    void Lose(std::string_view what);
+    // All that was lost so far in one text; empty when nothing was.
+    const std::string& Losses() const { return losses_; }
     void Warn(std::string_view text);
     void Uses(std::string_view path);       // a file that the input refers to is read
     void Picture(std::string_view base64);  // of the model, a PNG
@@ -38,18 +47,20 @@ class Journal {
     void Send(char kind, std::string_view text);
     std::function<void(std::string_view line)> send_;
     std::atomic<int> percent_ = 0;
+    std::string losses_;
 };
 
 // The supervisor's side: everything the job has said.
 struct JournalRecord {
     struct Counted {
         std::string side, what;
-        std::int64_t number;
+        std::string value;
     };
     Phase phase = Phase::Read;
     int percent = 0;
     std::array<double, kPhaseCount> seconds{};
     std::vector<Counted> counts;
+    std::vector<std::string> losses;
     std::vector<std::string> warnings;
     std::vector<std::filesystem::path> sideInputs;  // files that the input refers to
     std::string picture;                            // a PNG in base 64; empty when there is none

@@ -52,6 +52,8 @@ const Key kKeys[] = {
     {"STL CONF", "USE_TESSEL", Switch{&Settings::keepMeshes}},
     {"FILE CONF", "WRITE_LOG_FILE", Switch{&Settings::writeReport}},
     {"FILE CONF", "PREVIEW", Switch{&Settings::picture}},
+    {"FILE CONF", "KEEP_PARTIAL", Switch{&Settings::keepPartial}},
+    {"FILE CONF", "VERIFY", Choice{&Settings::verify, {0, 1, 2}}},
     {"STEP CONF", "READ_FDT", Switch{&Settings::readStepAnnotations}},
     {"STEP CONF", "WRITE_FDT", Switch{&Settings::writeStepAnnotations}},
     {"STEP CONF", "WRITE_VERSION", Choice{&Settings::stepVersion, {0, 203, 214, 242}}},

@@ -44,7 +44,9 @@ struct Settings {
 
     int decimals = 10;  // most decimals of the numbers in text formats
     bool writeReport = true;
-    bool picture = false;  // in the report
+    bool picture = false;      // in the report
+    bool keepPartial = false;  // an input of which something is missing is converted all the same
+    int verify = 1;            // of what was written: 0 nothing, 1 counts and box, 2 all
 
     bool operator==(const Settings&) const = default;
 };

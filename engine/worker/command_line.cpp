@@ -75,6 +75,15 @@ const Option kOptions[] = {
      [](Command& command, const std::string& value) { command.request.to = NamedFormat(value, false); }},
     {"--config", "FILE", "conversion configuration file (.zel)", SetConfig},
     {"--set", "SECTION/KEY=VALUE", "one setting of such a file; may be repeated", AddSetting},
+    {"--keep-partial", nullptr, "convert what could be read of a damaged file, with a warning",
+     [](Command& command, const std::string&) {
+         command.request.settings.emplace_back("FILE CONF/KEEP_PARTIAL=1");
+     }},
+    {"--verify", "0|1|2", "look at what was written: not at all, at counts and box (default), or at all",
+     [](Command& command, const std::string& value) {
+         if (value != "0" && value != "1" && value != "2") throw UsageError("--verify takes 0, 1 or 2");
+         command.request.settings.push_back("FILE CONF/VERIFY=" + value);
+     }},
     {"--jobs-beside", nullptr, "other conversions run at the same time: keep to one processor",
      [](Command& command, const std::string&) { command.request.parallel = true; }},
     {"--preview", "FILE", "draw a picture of the model too, a PNG of 320 x 240",

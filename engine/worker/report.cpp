@@ -1,5 +1,6 @@
 #include "engine/worker/report.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <string>
@@ -30,7 +31,9 @@ std::string FileElement(const char* name, const fs::path& path, const Format& fo
 std::string CountElement(const char* side, const JournalRecord& journal) {
     std::string attributes;
     for (const auto& count : journal.counts) {
-        if (count.side == side) attributes += " " + count.what + "=\"" + std::to_string(count.number) + "\"";
+        std::string name = count.what;
+        std::ranges::replace(name, ' ', '-');
+        if (count.side == side) attributes += " " + name + "=\"" + count.value + "\"";
     }
     return attributes.empty() ? "" : std::string("  <") + side + attributes + "/>\n";
 }
@@ -47,8 +50,10 @@ std::string ReportText(const Request& request, const ReportFacts& facts) {
     if (!ok) text += "  <reason>" + XmlText(facts.outcome.reason) + "</reason>\n";
     text += FileElement("input", request.input, *request.from);
     text += FileElement("output", request.output, *request.to);
+    text += CountElement("announced", journal);
     text += CountElement("read", journal);
     if (ok) text += CountElement("written", journal);
+    for (const std::string& loss : journal.losses) text += "  <missing>" + XmlText(loss) + "</missing>\n";
     for (const std::string& warning : journal.warnings) {
         text += "  <warning>" + XmlText(warning) + "</warning>\n";
     }

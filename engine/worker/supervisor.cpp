@@ -59,11 +59,20 @@ Outcome OutcomeOf(const JobEnd& end, const JournalRecord& record) {
                                     PhaseName(record.phase) + "\" (" + end.detail + ")");
 }
 
-// A result whose status text says all leaves no report: a damaged input shall leave nothing behind. Nor is
-// there anyone to read one when nobody waits for the result.
-bool WorthReport(const JobEnd& end, int result) {
-    const bool abandoned = end.cause == Cause::EndRequested || end.cause == Cause::CallerGone;
-    return !abandoned && (result == ZEL_OK || result == ZEL_FAILED);
+// A result whose status text says all leaves no report: a damaged input shall leave nothing behind, but for
+// the list of what is missing. Nor is there anyone to read one when nobody waits for the result.
+bool WorthReport(const JobEnd& end, int result, const JournalRecord& record) {
+    if (end.cause == Cause::EndRequested || end.cause == Cause::CallerGone) return false;
+    return result == ZEL_OK || result == ZEL_FAILED || (result == ZEL_CORRUPTED && !record.losses.empty());
+}
+
+// The first of all warnings, since it says most.
+void WarnOfLosses(JournalRecord& record) {
+    if (record.losses.empty()) return;
+    std::string text = "partial: without";
+    for (const std::string& loss : record.losses)
+        text += (&loss == &record.losses.front() ? " " : ", ") + loss;
+    record.warnings.insert(record.warnings.begin(), text);
 }
 
 Settings SettingsOf(const Request& request, JournalRecord& record) {
@@ -101,11 +110,12 @@ Outcome Supervise(const Request& request, const SupervisorOptions& options) {
     outcome = OutcomeOf(end, record);
     record.Enter(Phase::Publish);
     if (outcome.IsOk()) outcome = staging.Publish(record.sideInputs);
+    if (outcome.IsOk()) WarnOfLosses(record);
     record.Enter(Phase::Publish);
 
     if (outcome.IsOk() && !request.picture.empty() && !WritePicture(request, record))
         record.warnings.emplace_back("The picture could not be written");
-    if (settings.writeReport && WorthReport(end, outcome.result)) {
+    if (settings.writeReport && WorthReport(end, outcome.result, record)) {
         const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
         WriteReport(request, {outcome, &record, seconds, end.peakMemory, settings.picture});
     }

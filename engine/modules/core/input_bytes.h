@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <streambuf>
 #include <string>
 #include <string_view>
 
@@ -10,7 +11,7 @@
 
 namespace morvex {
 
-// The whole of a file, mapped for reading.
+// The whole of a file, as bytes of the process's own: they may be changed without changing the file.
 class InputBytes {
   public:
     // A file that the user has named. Throws ReadError when it is no regular file or cannot be read.
@@ -21,10 +22,24 @@ class InputBytes {
     InputBytes& operator=(const InputBytes&) = delete;
 
     std::string_view View() const { return {data_, size_}; }
+    char* Data() { return data_; }
 
   private:
-    const char* data_ = nullptr;
+    char* data_ = nullptr;
     std::size_t size_ = 0;
+};
+
+// Bytes in memory for a stream to read from.
+class BytesBuffer : public std::streambuf {
+  public:
+    explicit BytesBuffer(std::string_view bytes) {
+        char* const start = const_cast<char*>(bytes.data());  // the get area is never written to
+        setg(start, start, start + bytes.size());
+    }
+
+  private:
+    pos_type seekoff(off_type offset, std::ios_base::seekdir from, std::ios_base::openmode mode) override;
+    pos_type seekpos(pos_type at, std::ios_base::openmode mode) override;
 };
 
 // Where the file is that the input calls `reference`, a path relative to its own folder. Throws ReadError

@@ -19,15 +19,15 @@ InputBytes::InputBytes(const fs::path& path) {
     struct stat status {};
     const bool regular = file >= 0 && fstat(file, &status) == 0 && S_ISREG(status.st_mode);
     size_ = regular ? static_cast<std::size_t>(status.st_size) : 0;
-    void* const mapped =
-        size_ > 0 ? mmap(nullptr, size_, PROT_READ, MAP_PRIVATE, file, 0) : static_cast<void*>(nullptr);
+    void* const mapped = size_ > 0 ? mmap(nullptr, size_, PROT_READ | PROT_WRITE, MAP_PRIVATE, file, 0)
+                                   : static_cast<void*>(nullptr);
     if (file >= 0) close(file);
     if (!regular || mapped == MAP_FAILED) throw ReadError("\"" + path.string() + "\" cannot be read");
-    data_ = static_cast<const char*>(mapped);
+    data_ = static_cast<char*>(mapped);
 }
 
 InputBytes::~InputBytes() {
-    if (data_ != nullptr) munmap(const_cast<char*>(data_), size_);
+    if (data_ != nullptr) munmap(data_, size_);
 }
 
 InputBytes::InputBytes(InputBytes&& other) noexcept

@@ -1,10 +1,13 @@
 // Triangles for every face.
 #include <BRepBndLib.hxx>
+#include <BRepBuilderAPI_Copy.hxx>
 #include <BRepMesh_IncrementalMesh.hxx>
 #include <BRepTools.hxx>
 #include <BRep_Builder.hxx>
+#include <BRep_Tool.hxx>
 #include <Bnd_Box.hxx>
 #include <IMeshTools_Parameters.hxx>
+#include <TopoDS.hxx>
 #include <TopoDS_Compound.hxx>
 #include <cmath>
 
@@ -41,6 +44,21 @@ double LinearDeflection(const Settings& settings, const TopoDS_Shape& shape) {
     return std::isfinite(diagonal) && diagonal > 0 ? diagonal * kShareOfDiagonal : settings.linearTolerance;
 }
 
+// A face that is smaller than the shortest edge allowed gets its triangles all the same. Its edges are its
+// own then, since the neighbours have theirs already.
+void MeshSmallFaces(const TopoDS_Shape& shape, IMeshTools_Parameters parameters) {
+    parameters.MinSize = -1;
+    for (const TopoDS_Face& face : FacesOf(shape)) {
+        if (!HasSurface(face) || !FaceTriangles(face).IsNull()) continue;
+        const TopoDS_Face copy =
+            TopoDS::Face(BRepBuilderAPI_Copy(face, Standard_False, Standard_False).Shape());
+        BRepMesh_IncrementalMesh mesher(copy, parameters);
+        TopLoc_Location location;
+        const auto triangles = BRep_Tool::Triangulation(copy, location);
+        if (!triangles.IsNull()) BRep_Builder().UpdateFace(face, triangles);
+    }
+}
+
 }  // namespace
 
 Outcome MeshFaces(JobContext& context) {
@@ -54,7 +72,9 @@ Outcome MeshFaces(JobContext& context) {
         const TopoDS_Shape shape = XCAFDoc_ShapeTool::GetShape(part);
         if (Survey(shape).surfaces == 0) continue;
         if (!context.settings.keepMeshes) BRepTools::Clean(shape);
-        if (!context.settings.keepMeshes || Survey(shape).unmeshed > 0) builder.Add(parts, shape);
+        // The mesher leaves alone what is fine enough for the tolerance that is asked for.
+        const bool refine = !context.settings.linearOff || !context.settings.keepMeshes;
+        if (refine || Survey(shape).unmeshed > 0) builder.Add(parts, shape);
     }
     if (parts.NbChildren() == 0) return Outcome::Ok();  // there are triangles already
 
@@ -66,13 +86,15 @@ Outcome MeshFaces(JobContext& context) {
     parameters.AllowQualityDecrease = Standard_False;
     BRepMesh_IncrementalMesh mesher(parts, parameters, context.progress);
 
+    if (context.settings.smallestEdge > 0) MeshSmallFaces(parts, parameters);
+
     const FaceSurvey survey = Survey(parts);
     if (survey.unmeshed == survey.surfaces && !context.document.Count().triangles) {
         return Outcome::Fail(ZEL_FAILED, "No face could be meshed");
     }
     if (survey.unmeshed > 0) {
-        context.journal.Warn(std::to_string(survey.unmeshed) + " of " + std::to_string(survey.surfaces) +
-                             " faces could not be meshed and are missing");
+        context.journal.Lose(std::to_string(survey.unmeshed) + " of " + std::to_string(survey.surfaces) +
+                             " faces, which could not be meshed");
     }
     return Outcome::Ok();
 }

@@ -10,25 +10,26 @@
 #include "engine/modules/core/messages.h"
 #include "engine/modules/core/prepare.h"
 #include "engine/modules/core/read_error.h"
+#include "engine/modules/core/verify.h"
 
 namespace morvex {
 namespace {
 
-void SendCounts(Journal& journal, const char* side, const ModelCounts& counts) {
-    journal.Count(side, "parts", counts.parts);
-    journal.Count(side, "instances", counts.instances);
-    journal.Count(side, "solids", counts.solids);
-    journal.Count(side, "faces", counts.faces);
-    journal.Count(side, "triangles", counts.triangles);
-    journal.Count(side, "free-edges", counts.edges);
-    journal.Count(side, "colours", counts.colours);
+void SendCounts(Journal& journal, const ModelCounts& counts) {
+    journal.Count("read", "parts", counts.parts);
+    journal.Count("read", "instances", counts.instances);
+    journal.Count("read", "solids", counts.solids);
+    journal.Count("read", "faces", counts.faces);
+    journal.Count("read", "triangles", counts.triangles);
+    journal.Count("read", "free-edges", counts.edges);
+    journal.Count("read", "colours", counts.colours);
 }
 
 constexpr std::int64_t kMostFaces = 50'000'000;
 
 Outcome CheckModel(JobContext& context) {
     const ModelCounts counts = context.document.Count();
-    SendCounts(context.journal, "read", counts);
+    SendCounts(context.journal, counts);
     if (counts.faces > kMostFaces || counts.triangles > 10 * kMostFaces) {
         return Outcome::Fail(ZEL_FAILED, "The model has too many faces when all instances are counted");
     }
@@ -58,6 +59,21 @@ Outcome Read(JobContext& context, LoadFunction* load) {
         return Damaged(std::string("The input could not be read: ") + failure.DynamicType()->Name() + " " +
                        failure.GetMessageString());
     }
+}
+
+// What is missing of the input is no result that would pass for a whole one, unless that is asked for.
+Outcome JudgeLosses(const JobContext& context) {
+    const std::string& losses = context.journal.Losses();
+    if (losses.empty() || context.settings.keepPartial) return Outcome::Ok();
+    return Damaged("Missing: " + losses);
+}
+
+// What a reader could bring over of a damaged file is a model too where parts are asked for.
+Outcome KeepPart(JobContext& context, const Outcome& outcome) {
+    if (outcome.result != ZEL_CORRUPTED || !context.settings.keepPartial) return outcome;
+    if (context.document.Roots().IsEmpty()) return outcome;
+    context.journal.Lose("what comes after the damage: " + outcome.reason);
+    return Outcome::Ok();
 }
 
 // Loads the writer's libraries while the reader works. It is of no matter whether that succeeds.
@@ -96,23 +112,26 @@ Outcome Convert(const Job& job) {
     Document document;
     JobContext context{job.request, job.settings, journal, document, job.request.input, whole.Next(45)};
     PreloadWriter(to, job.load);
-    Outcome outcome = Read(context, job.load);
+    Outcome outcome = KeepPart(context, Read(context, job.load));
     if (outcome.IsOk()) BakeLocations(context);
     if (outcome.IsOk()) outcome = CheckModel(context);
+    if (outcome.IsOk()) outcome = JudgeLosses(context);
     if (!outcome.IsOk()) return outcome;
 
     journal.Start(Phase::Prepare);
     context.progress = whole.Next(25);
     outcome = Prepare(context);
+    if (outcome.IsOk()) outcome = JudgeLosses(context);
     if (!outcome.IsOk()) return outcome;
 
+    SendMeasures(context, "read");
     journal.Start(Phase::Write);
     context.file = job.target;
     context.progress = whole.Next(29);
     const auto write = reinterpret_cast<FormatFunction*>(job.load(to.writeModule, to.writeFunction));
     outcome = write(context);
+    if (outcome.IsOk()) outcome = VerifyWritten(context, job.load);
     if (!outcome.IsOk()) return outcome;
-    SendCounts(journal, "written", document.Count());
     if (job.settings.picture || !job.request.picture.empty()) AddPicture(context, job.load);
     return outcome;
 }

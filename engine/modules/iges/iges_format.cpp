@@ -2,13 +2,13 @@
 #include <IGESCAFControl_Reader.hxx>
 #include <IGESCAFControl_Writer.hxx>
 #include <IGESControl_Controller.hxx>
-#include <IGESGeom_BoundedSurface.hxx>
-#include <IGESGeom_TrimmedSurface.hxx>
-#include <IGESSolid_Face.hxx>
 #include <Interface_Static.hxx>
 
 #include "engine/modules/core/context.h"
 #include "engine/modules/core/exchange_file.h"
+#include "engine/modules/core/input_bytes.h"
+#include "engine/modules/iges/iges_account.h"
+#include "engine/modules/scan/iges_scan.h"
 
 namespace morvex {
 
@@ -16,13 +16,15 @@ extern "C" Outcome ReadIges(JobContext& context) {
     IGESControl_Controller::Init();
     // Not freed: taking its entities apart one by one takes longer than the process has left.
     IGESCAFControl_Reader& reader = *new IGESCAFControl_Reader;
-    Outcome outcome = ParseExchangeFile(context, reader);
+    Outcome outcome =
+        ParseExchangeFile(context, reader, [&] { return reader.ReadFile(context.file.c_str()); });
     if (!outcome.IsOk()) return outcome;
     Handle(TDocStd_Document) document = context.document.Data();
     const bool transferred = reader.Transfer(document, context.progress);
-    return JudgeTransfer(context, transferred, reader.WS(),
-                         {STANDARD_TYPE(IGESGeom_TrimmedSurface), STANDARD_TYPE(IGESGeom_BoundedSurface),
-                          STANDARD_TYPE(IGESSolid_Face)});
+    if (!transferred) return Damaged("The contents of the file could not be read");
+    const InputBytes file(context.file);
+    AccountForIges(context, IgesScan(file.View()), reader.WS());
+    return Outcome::Ok();
 }
 
 extern "C" Outcome WriteIges(JobContext& context) {

@@ -7,18 +7,18 @@
 #include <StepData_Protocol.hxx>
 #include <StepData_StepModel.hxx>
 #include <StepData_StepWriter.hxx>
-#include <StepShape_FaceSurface.hxx>
-#include <TransferBRep.hxx>
-#include <Transfer_Binder.hxx>
-#include <Transfer_TransientProcess.hxx>
 #include <XCAFDoc_DimTolTool.hxx>
 #include <XCAFDoc_DocumentTool.hxx>
-#include <XSControl_TransferReader.hxx>
 #include <XSControl_WorkSession.hxx>
 
 #include "engine/modules/core/context.h"
 #include "engine/modules/core/exchange_file.h"
+#include "engine/modules/core/input_bytes.h"
+#include "engine/modules/scan/step_scan.h"
 #include "engine/modules/step/instance_count.h"
+#include "engine/modules/step/step_account.h"
+#include "engine/modules/step/step_external.h"
+#include "engine/modules/step/step_tessellation.h"
 #include "engine/modules/step/step_text.h"
 
 namespace morvex {
@@ -57,6 +57,11 @@ bool WriteModel(const Handle(XSControl_WorkSession) & session, const std::filesy
     return text.Print(stream) && buffer.Close();
 }
 
+// A text that is cut off, ended behind its last whole statement.
+std::string Closed(std::string_view text) {
+    return std::string(text.substr(0, text.rfind(';') + 1)) + "\nENDSEC;\nEND-ISO-10303-21;\n";
+}
+
 }  // namespace
 
 extern "C" Outcome ReadStep(JobContext& context) {
@@ -65,7 +70,19 @@ extern "C" Outcome ReadStep(JobContext& context) {
     STEPCAFControl_Reader& reader = *new STEPCAFControl_Reader;
     reader.SetPropsMode(Standard_True);
     reader.SetGDTMode(context.KeepsAnnotations());
-    Outcome outcome = ParseExchangeFile(context, reader);
+
+    InputBytes file(context.file);
+    const StepScan scan(file.View());
+    if (!scan.HasEnd()) {
+        if (!context.settings.keepPartial) return Damaged("The end of the file is missing");
+        context.journal.Lose("the end of the file");
+    }
+    scan.Simplify(file.Data());
+    const std::string closed = scan.HasEnd() ? std::string() : Closed(file.View());
+    BytesBuffer buffer(scan.HasEnd() ? file.View() : closed);
+    std::istream stream(&buffer);
+    Outcome outcome = ParseExchangeFile(
+        context, reader, [&] { return reader.ChangeReader().ReadStream(context.file.c_str(), stream); });
     if (!outcome.IsOk()) return outcome;
     const std::int64_t instances = CountInstances(*reader.Reader().WS()->Model());
     if (instances < 0) return Damaged("An assembly of the file contains itself");
@@ -73,10 +90,17 @@ extern "C" Outcome ReadStep(JobContext& context) {
         return Outcome::Fail(ZEL_FAILED, "The assembly has too many part instances (more than " +
                                              std::to_string(kMostInstances) + ")");
     }
+    CheckExternalFiles(context, scan);
     Handle(TDocStd_Document) document = context.document.Data();
     const bool transferred = reader.Transfer(document, context.progress);
+    const std::set<StepId> tessellated = ReadTessellation(context, scan);
     context.document.NameInstances();
-    return JudgeTransfer(context, transferred, reader.Reader().WS(), {STANDARD_TYPE(StepShape_FaceSurface)});
+    if (!transferred && tessellated.empty()) return Damaged("The contents of the file could not be read");
+    StepAccount account;
+    account.Add(context.document, scan, reader.Reader().WS(), tessellated, false);
+    AccountForExternalFiles(context, reader, scan, account);
+    account.Send(context.journal);
+    return Outcome::Ok();
 }
 
 extern "C" Outcome WriteStep(JobContext& context) {

@@ -94,6 +94,8 @@ TEST(Settings, EachKeyHasItsMember) {
         {"COLLADA CONF/USE_VERTEX_COLOR=1", [](Settings& s) { s.vertexColours = true; }},
         {"TOLERANCE/NB_DECIMALE=3", [](Settings& s) { s.decimals = 3; }},
         {"FILE CONF/WRITE_LOG_FILE=0", [](Settings& s) { s.writeReport = false; }},
+        {"FILE CONF/KEEP_PARTIAL=1", [](Settings& s) { s.keepPartial = true; }},
+        {"FILE CONF/VERIFY=2", [](Settings& s) { s.verify = 2; }},
     };
     EXPECT_EQ(std::size(cases), SettingNames().size());
     for (const auto& [assignment, expect] : cases) {
@@ -126,7 +128,7 @@ TEST(Journal, ArrivesInPiecesOfAnySize) {
         EXPECT_EQ(record.phase, Phase::Write);
         ASSERT_EQ(record.counts.size(), 1u);
         EXPECT_EQ(record.counts[0].side + "|" + record.counts[0].what, "read|free edges");
-        EXPECT_EQ(record.counts[0].number, 12'345'678'901);
+        EXPECT_EQ(record.counts[0].value, "12345678901");
         ASSERT_EQ(record.warnings.size(), 2u);
         EXPECT_EQ(record.warnings[0], "two lines");
         EXPECT_LT(record.warnings[1].size(), 4096u) << "longer lines of two threads would mix";

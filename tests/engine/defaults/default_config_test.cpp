@@ -16,7 +16,8 @@ std::string Narrow(std::wstring_view text) {
 }
 
 // Keys that only the engine knows; no dialog of the program shows them.
-const std::set<std::string> kOwnKeys{"FILE CONF/PREVIEW", "TRANSFORMATION ENTITES/SEW"};
+const std::set<std::string> kOwnKeys{"TRANSFORMATION ENTITES/SEW", "FILE CONF/PREVIEW",
+                                     "FILE CONF/KEEP_PARTIAL", "FILE CONF/VERIFY"};
 
 TEST(DefaultConfig, GivesTheDefaultsOfTheEngine) {
     std::string text;

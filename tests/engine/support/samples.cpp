@@ -38,12 +38,12 @@ Handle(TDocStd_Document) NewDocument() {
     return document;
 }
 
-void WriteStep(const Handle(TDocStd_Document) & document, const std::string& path) {
+void WriteStep(const Handle(TDocStd_Document) & document, const std::string& path, bool apart = false) {
     STEPCAFControl_Controller::Init();
     Interface_Static::SetIVal("write.step.schema", 5);
     STEPCAFControl_Writer writer;
     writer.SetDimTolMode(Standard_True);
-    ASSERT_TRUE(writer.Transfer(document, STEPControl_AsIs));
+    ASSERT_TRUE(writer.Transfer(document, STEPControl_AsIs, apart ? "part_" : nullptr));
     ASSERT_EQ(writer.Write(path.c_str()), IFSelect_RetDone);
 }
 
@@ -97,7 +97,7 @@ void WriteMeshedCylinder(const std::string& brepPath) {
     ASSERT_TRUE(BRepTools::Write(cylinder, brepPath.c_str()));
 }
 
-void WriteAssembly(const std::string& stepPath) {
+void WriteAssembly(const std::string& stepPath, bool apart) {
     const Handle(TDocStd_Document) document = NewDocument();
     const auto shapes = XCAFDoc_DocumentTool::ShapeTool(document->Main());
     const auto colours = XCAFDoc_DocumentTool::ColorTool(document->Main());
@@ -128,6 +128,11 @@ void WriteAssembly(const std::string& stepPath) {
     Name(shapes->AddComponent(top, pair, moved(0, 0, 0, 0)), kPairName);
     Name(shapes->AddComponent(top, pair, moved(5, 100, 7, 1.0)), kPairName);
     shapes->UpdateAssemblies();
+    if (apart) {  // the writer would put copies of the box into the other files for its layer and its
+                  // dimension
+        WriteStep(document, stepPath, true);
+        return;
+    }
     XCAFDoc_DocumentTool::LayerTool(document->Main())->SetLayer(box, "слой 1");
 
     const auto dimensions = XCAFDoc_DocumentTool::DimTolTool(document->Main());

@@ -19,7 +19,8 @@ constexpr int kBoxSides[6][4] = {{0, 2, 3, 1}, {4, 5, 7, 6}, {0, 1, 5, 4},
 // cylinder, the second pair turned and moved. Names are not ASCII; one layer; one dimension with a tolerance.
 constexpr char kBoxName[] = "Коробка <1> & \"2\"", kCylinderName[] = "圆柱", kPairName[] = "пара",
                kTopName[] = "сборка 😀";
-void WriteAssembly(const std::string& stepPath);
+// With `apart` each part is in a file of its own beside it, which the assembly refers to.
+void WriteAssembly(const std::string& stepPath, bool apart = false);
 
 // A grey box twice, the second instance blue, and beside that assembly a red cylinder.
 void WriteColouredPlaces(const std::string& stepPath);

@@ -1,0 +1,15 @@
+// Whether everything that an IGES file announces has come over.
+#pragma once
+
+#include <XSControl_WorkSession.hxx>
+
+#include "engine/modules/core/context.h"
+#include "engine/modules/scan/iges_scan.h"
+
+namespace morvex {
+
+// Books lines, faces and solids of the file against what the reader has made of them and what of that stands
+// in the document. What is malformed without costing any of these becomes a warning.
+void AccountForIges(JobContext& context, const IgesScan& file, const Handle(XSControl_WorkSession) & session);
+
+}  // namespace morvex

@@ -1,0 +1,41 @@
+// The products of a STEP file, their representations and places, by its text.
+#pragma once
+
+#include <gp_Trsf.hxx>
+#include <map>
+#include <vector>
+
+#include "engine/modules/scan/step_scan.h"
+
+namespace morvex {
+
+class StepProducts {
+  public:
+    explicit StepProducts(const StepScan& file);
+
+    // The definition of the product that a representation shows; 0 when it shows none.
+    StepId OwnerOf(StepId representation) const;
+    std::string NameOf(StepId definition) const;
+    // Where it stands in the whole: once for each way there from a product that is no part of another.
+    std::vector<gp_Trsf> PlacesOf(StepId definition) const;
+    // In millimetres, of the numbers in a representation.
+    double UnitOf(const StepInstance& representation) const;
+
+  private:
+    struct Use {
+        StepId whole;
+        gp_Trsf place;
+    };
+    void TakeOwner(const StepInstance& definitionRepresentation);
+    void TakePlacement(const StepInstance& placement);
+    gp_Trsf Frame(StepId axes, double unit) const;
+    double UnitLength(StepId unit, int depth) const;
+    const StepInstance* Referred(std::string_view value) const { return file_.Find(StepReference(value)); }
+    void Places(StepId definition, const gp_Trsf& below, std::vector<gp_Trsf>& places, int depth) const;
+
+    const StepScan& file_;
+    std::map<StepId, StepId> owners_;  // of representations
+    std::multimap<StepId, Use> uses_;  // by the definition of the part
+};
+
+}  // namespace morvex

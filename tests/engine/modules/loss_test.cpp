@@ -1,0 +1,205 @@
+// What a file announces and does not hold, or holds in an unusual way.
+#include <gtest/gtest.h>
+
+#include "tests/engine/support/samples.h"
+#include "tests/engine/support/worker_run.h"
+
+namespace morvex::test {
+namespace {
+
+std::string Replaced(std::string text, const std::string& what, const std::string& by) {
+    const std::size_t at = text.find(what);
+    EXPECT_NE(at, std::string::npos) << what;
+    return at == std::string::npos ? text : text.replace(at, what.size(), by);
+}
+
+// Without the line in which the text stands.
+std::string WithoutLine(std::string text, const std::string& what) {
+    const std::size_t at = text.find(what);
+    EXPECT_NE(at, std::string::npos) << what;
+    const std::size_t start = text.rfind('\n', at), end = text.find('\n', at);
+    return text.erase(start, end - start);
+}
+
+struct Case {
+    const char* name;
+    std::string bytes;
+    const char* expected;  // in the report; result 0 unless it begins with "<missing>"
+};
+
+void Check(const std::vector<Case>& cases) {
+    for (const Case& file : cases) {
+        SCOPED_TRACE(file.name + std::string(": ") + file.expected);
+        const ScratchFolder folder;
+        const std::string input = folder / file.name, output = folder / "out.stl",
+                          report = output + "-zel.xml";
+        WriteWhole(input, file.bytes);
+        const bool lost = std::string_view(file.expected).starts_with("<missing>");
+        const WorkerRun run = RunWorker({input, output});
+        EXPECT_EQ(run.code, lost ? 5 : 0) << run.errors;
+        EXPECT_NE(ReadWhole(report).find(file.expected), std::string::npos) << ReadWhole(report);
+        if (!lost) continue;
+        EXPECT_FALSE(std::filesystem::exists(output));
+        EXPECT_EQ(RunWorker({"--keep-partial", input, output}).code, 0);
+        const std::string partial = ReadWhole(report);
+        EXPECT_EQ(partial.find("<warning>partial"), partial.find("<warning>")) << partial;
+        EXPECT_NE(partial.find("<warning>"), std::string::npos);
+    }
+}
+
+TEST(Loss, Stl) {
+    const std::string facet =
+        "facet normal 0 0 1\n outer loop\n  vertex 0 0 0\n  vertex 1 0 0\n  vertex 0 1 0\n"
+        " endloop\nendfacet\n";
+    const std::string
+        one = "solid one\n" + facet + facet + "endsolid one\n",
+        other =
+            "\t SOLID two parts\r\n  FACET NORMAL 0 0 1\r\n OUTER LOOP\r\nVERTEX 2 0 0\r\nVertex +3. 0 "
+            "0\r\nVERTEX 2 1e0 .0\r\nENDLOOP\r\nENDFACET\r\nENDSOLID\r\n";
+    const std::string binary = ReadWhole(Sample("stl/shape.stl"));
+    Check({{"mark.stl", "\xef\xbb\xbf" + one, "faces=\"1\" triangles=\"2\""},
+           {"two.stl", one + other,
+            "<read parts=\"2\" instances=\"2\" solids=\"0\" faces=\"2\" triangles=\"3\""},
+           {"upper.stl", other, "triangles=\"1\""},
+           {"tail.stl", binary + "\r\n", "triangles=\"494\""},
+           {"bit.stl", Replaced(one, "vertex 1 0 0", "vertex 1 0 p"), "<missing>1 of 2 facets"},
+           {"word.stl", Replaced(one, "endloop", "endloot"), "<missing>1 of 2 facets"},
+           {"solid.stl", Replaced(one + other, "endsolid", "endsoljd"), "<missing>endsolid in line 16"}});
+}
+
+class StepLoss : public testing::Test {
+  protected:
+    void SetUp() override {
+        const ScratchFolder folder;
+        WriteAssembly(folder / "asm.step");
+        step_ = ReadWhole(folder / "asm.step");
+    }
+    std::string step_;
+};
+
+TEST_F(StepLoss, WhatIsMissingIsNamed) {
+    Check(
+        {{"type.step", Replaced(step_, "ADVANCED_FACE", "ADVANCED_FACF"), "<missing>1 of 9 faces"},
+         {"gone.step", WithoutLine(step_, "ADVANCED_FACE"), "<missing>1 of 9 faces"},
+         {"solid.step", WithoutLine(step_, "MANIFOLD_SOLID_BREP"), "<missing>"},
+         {"use.step", WithoutLine(step_, "NEXT_ASSEMBLY_USAGE_OCCURRENCE"), "<missing>1 of 4 placed parts"},
+         {"place.step", WithoutLine(step_, "ITEM_DEFINED_TRANSFORMATION"), "<missing>the places of 1 parts"},
+         {"curve.step", WithoutLine(step_, "CIRCLE("), "<missing>"},
+         {"body.step",
+          Replaced(step_, "ENDSEC;\nEND-ISO",
+                   "#9001=BLOCK('',#11,1.,1.,1.);\n#9002=ADVANCED_BREP_SHAPE_"
+                   "REPRESENTATION('',(#9001),#23);\nENDSEC;\nEND-ISO"),
+          "<missing>1 of 1 bodies"}});
+}
+
+TEST_F(StepLoss, WhatCostsNothingIsNoFault) {
+    const std::string whole = "faces=\"18\"";
+    const std::size_t data = step_.find("DATA;"), middle = step_.find("\n#60 ");
+    ASSERT_NE(middle, std::string::npos);
+    std::string sections = step_;
+    sections.insert(middle + 1, "ENDSEC;\nDATA('two',('AUTOMOTIVE_DESIGN'));\n");
+    sections.replace(data, 5, "DATA('one',('AUTOMOTIVE_DESIGN'));");
+    Check(
+        {{"name.step", Replaced(step_, "VERTEX_POINT('',", "VERTEX_POINT(7,"), "are malformed</warning>"},
+         {"junk.step", Replaced(step_, "ENDSEC;\nEND-ISO", "#9001=TYPO(;\nENDSEC;\nEND-ISO"), "faces=\"18\""},
+         {"mark.step", "\xef\xbb\xbf" + step_, "faces=\"18\""},
+         {"tail.step", step_ + std::string(100'000, '\n') + "appended\n", "faces=\"18\""},
+         {"sections.step", sections, "instances=\"4\" solids=\"4\" faces=\"18\""}});
+}
+
+TEST(External, PartsInFilesOfTheirOwn) {
+    const ScratchFolder folder;
+    WriteAssembly(folder / "asm.step", true);
+    std::string part;
+    for (const std::string& name : folder.Names()) part = name.starts_with("part_") ? name : part;
+    ASSERT_FALSE(part.empty());
+    const auto convert = [&] { return RunWorker({folder / "asm.step", folder / "out.stl"}); };
+    ASSERT_EQ(convert().code, 0);
+    const std::string report = folder / "out.stl-zel.xml", whole = ReadWhole(folder / part);
+    EXPECT_NE(ReadWhole(report).find("instances=\"4\" solids=\"4\" faces=\"18\""), std::string::npos)
+        << ReadWhole(report);
+    WriteWhole(folder / part, whole.substr(0, whole.size() / 2));
+    EXPECT_EQ(convert().code, 5) << "a damaged part";
+    WriteWhole(folder / part, Replaced(whole, "ADVANCED_FACE", "ADVANCED_FACF"));
+    EXPECT_EQ(convert().code, 5) << "a part with a face less";
+    std::filesystem::remove(folder / part);
+    EXPECT_EQ(convert().code, 5) << "a part that is not there";
+    EXPECT_NE(ReadWhole(report).find("external file"), std::string::npos);
+    const ScratchFolder other;
+    WriteWhole(other / "other.step", whole);
+    const std::string outside = "../" + other.Path().filename().string() + "/other.step";
+    std::string assembly = ReadWhole(folder / "asm.step");
+    while (assembly.find(part) != std::string::npos) assembly = Replaced(assembly, part, outside);
+    WriteWhole(folder / "out.step", assembly);
+    EXPECT_EQ(RunWorker({"--keep-partial", folder / "out.step", folder / "out.stl"}).code, 5)
+        << "a part outside";
+}
+
+// Two triangles in inches as a product of their own, once alone and once as a part of an assembly at two
+// places.
+constexpr char kTessellated[] = R"(ISO-10303-21;
+HEADER;
+FILE_DESCRIPTION((''),'2;1');
+FILE_NAME('','',(''),(''),'','','');
+FILE_SCHEMA(('AP242_MANAGED_MODEL_BASED_3D_ENGINEERING_MIM_LF'));
+ENDSEC;
+DATA;
+#1=APPLICATION_CONTEXT('');
+#2=PRODUCT_CONTEXT('',#1,'mechanical');
+#3=PRODUCT('plate','plate','',(#2));
+#4=PRODUCT_DEFINITION_FORMATION('','',#3);
+#5=PRODUCT_DEFINITION_CONTEXT('part definition',#1,'design');
+#6=PRODUCT_DEFINITION('','',#4,#5);
+#7=PRODUCT_DEFINITION_SHAPE('','',#6);
+#8=SHAPE_DEFINITION_REPRESENTATION(#7,#9);
+#9=TESSELLATED_SHAPE_REPRESENTATION('',(#20),#10);
+#10=(GEOMETRIC_REPRESENTATION_CONTEXT(3)GLOBAL_UNIT_ASSIGNED_CONTEXT((#11))REPRESENTATION_CONTEXT('',''));
+#11=(CONVERSION_BASED_UNIT('INCH',#12)LENGTH_UNIT()NAMED_UNIT(#14));
+#12=LENGTH_MEASURE_WITH_UNIT(LENGTH_MEASURE(25.4),#13);
+#13=(LENGTH_UNIT()NAMED_UNIT(*)SI_UNIT(.MILLI.,.METRE.));
+#14=DIMENSIONAL_EXPONENTS(1.,0.,0.,0.,0.,0.,0.);
+#20=TESSELLATED_SHELL('',(#21),$);
+#21=COMPLEX_TRIANGULATED_FACE('',#22,4,(),$,(),((1,2,3,4)),());
+#22=COORDINATES_LIST('',4,((0.,0.,0.),(1.,0.,0.),(0.,1.,0.),(1.,1.,0.)));
+ENDSEC;
+END-ISO-10303-21;
+)";
+
+TEST(Tessellated, BodiesWithoutSurfaces) {
+    const std::string text = kTessellated, bad = Replaced(text, "((1,2,3,4))", "((1,2,3,9))");
+    const std::string assembly = R"(#50=PRODUCT('top','top','',(#2));
+#51=PRODUCT_DEFINITION_FORMATION('','',#50);
+#52=PRODUCT_DEFINITION('','',#51,#5);
+#53=PRODUCT_DEFINITION_SHAPE('','',#52);
+#54=SHAPE_DEFINITION_REPRESENTATION(#53,#55);
+#55=SHAPE_REPRESENTATION('',(#60,#63),#10);
+#60=AXIS2_PLACEMENT3D('',#61,$,$);
+#61=CARTESIAN_POINT('',(0.,0.,0.));
+#63=AXIS2_PLACEMENT3D('',#64,$,$);
+#64=CARTESIAN_POINT('',(0.,0.,3.));
+#70=NEXT_ASSEMBLY_USAGE_OCCURRENCE('1','','',#52,#6,$);
+#71=PRODUCT_DEFINITION_SHAPE('','',#70);
+#72=CONTEXT_DEPENDENT_SHAPE_REPRESENTATION(#73,#71);
+#73=(REPRESENTATION_RELATIONSHIP('','',#9,#55)REPRESENTATION_RELATIONSHIP_WITH_TRANSFORMATION(#74)SHAPE_REPRESENTATION_RELATIONSHIP());
+#74=ITEM_DEFINED_TRANSFORMATION('','',#60,#60);
+#80=NEXT_ASSEMBLY_USAGE_OCCURRENCE('2','','',#52,#6,$);
+#81=PRODUCT_DEFINITION_SHAPE('','',#80);
+#82=CONTEXT_DEPENDENT_SHAPE_REPRESENTATION(#83,#81);
+#83=(REPRESENTATION_RELATIONSHIP('','',#9,#55)REPRESENTATION_RELATIONSHIP_WITH_TRANSFORMATION(#84)SHAPE_REPRESENTATION_RELATIONSHIP());
+#84=ITEM_DEFINED_TRANSFORMATION('','',#60,#63);
+ENDSEC;
+END-ISO)";
+    Check({{"alone.step", text, "box=\"0 0 0 25.4 25.4 0\" area=\"645.16\""},
+           {"placed.step", Replaced(text, "ENDSEC;\nEND-ISO", assembly),
+            "box=\"0 0 0 25.4 25.4 76.2\" area=\"1290.32\""},
+           {"corner.step",
+            Replaced(Replaced(text, "(#20),#10", "(#20,#25),#10"),
+                     "#20=", "#25=TRIANGULATED_FACE('',#22,4,(),$,(),((1,2,7)));\n#20="),
+            "<missing>1 of 2 tessellated faces"}});
+    const ScratchFolder folder;
+    WriteWhole(folder / "bad.step", bad);
+    EXPECT_EQ(RunWorker({folder / "bad.step", folder / "bad.stl"}).code, 5);
+}
+
+}  // namespace
+}  // namespace morvex::test

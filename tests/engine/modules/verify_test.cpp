@@ -1,0 +1,119 @@
+// The look at what was written finds what is not as it should be, and says nothing of what is.
+#include "engine/modules/core/verify.h"
+
+#include <BRepMesh_IncrementalMesh.hxx>
+#include <BRepPrimAPI_MakeBox.hxx>
+#include <gtest/gtest.h>
+
+#include "tests/engine/support/read_back.h"
+#include "tests/engine/support/samples.h"
+#include "tests/engine/support/worker_run.h"
+
+namespace morvex::test {
+namespace {
+
+std::string Attribute(const std::string& report, const std::string& element, const std::string& name) {
+    const std::size_t start = report.find("<" + element + " "), end = report.find("/>", start);
+    const std::string text = report.substr(start, end - start), key = " " + name + "=\"";
+    const std::size_t at = text.find(key);
+    return at == std::string::npos
+               ? ""
+               : text.substr(at + key.size(), text.find('"', at + key.size()) - at - key.size());
+}
+
+// A file of twelve triangles, written by hand with one fault, held against a box of 10 x 20 x 30.
+class Verify : public testing::Test {
+  protected:
+    void SetUp() override {
+        const TopoDS_Shape box = BRepPrimAPI_MakeBox(10, 20, 30).Shape();
+        BRepMesh_IncrementalMesh(box, 1);
+        document_.AddPart(box, "box");
+        request_.to = FindFormatByName("STL");
+        settings_.asciiStl = true;
+    }
+    std::string Text() {
+        std::string text = "solid\n";
+        const int sides[6][4] = {{0, 2, 3, 1}, {4, 5, 7, 6}, {0, 1, 5, 4},
+                                 {2, 6, 7, 3}, {0, 4, 6, 2}, {1, 3, 7, 5}};
+        const auto vertex = [](int at) {
+            return "vertex " + std::to_string((at & 1) * 10) + " " + std::to_string((at >> 1 & 1) * 20) +
+                   " " + std::to_string((at >> 2) * 30) + "\n";
+        };
+        for (const auto& side : sides) {
+            for (const int second : {1, 2}) {
+                text += "facet normal 0 0 0\nouter loop\n" + vertex(side[0]) + vertex(side[second]) +
+                        vertex(side[second + 1]) + "endloop\nendfacet\n";
+            }
+        }
+        return text + "endsolid\n";
+    }
+    Outcome Check(const std::string& text) {
+        WriteWhole(folder_ / "out.stl", text);
+        warnings_ = 0;
+        Journal journal([this](std::string_view line) { warnings_ += line.starts_with('W'); });
+        JobContext context{request_, settings_, journal, document_, folder_ / "out.stl", {}};
+        return VerifyWritten(context, nullptr);
+    }
+
+    const ScratchFolder folder_;
+    Document document_;
+    Request request_;
+    Settings settings_;
+    int warnings_ = 0;
+};
+
+std::string Replaced(std::string text, const std::string& what, const std::string& by) {
+    for (std::size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += by.size())
+        text.replace(at, what.size(), by);
+    return text;
+}
+
+TEST_F(Verify, DifferencesWarnAndGapsFail) {
+    const std::string text = Text();
+    EXPECT_TRUE(Check(text).IsOk());
+    EXPECT_EQ(warnings_, 0);
+    const std::size_t facet = text.find("facet"), next = text.find("facet normal", facet + 5);
+    EXPECT_EQ(Check(std::string(text).erase(facet, next - facet)).result, ZEL_FAILED) << "a triangle is gone";
+    EXPECT_EQ(Check(Replaced(text, "vertex 10 ", "vertex 12 ")).result, ZEL_FAILED) << "larger by a fifth";
+    EXPECT_TRUE(Check(Replaced(text, "vertex 10 ", "vertex 10.02 ")).IsOk());
+    EXPECT_GT(warnings_, 0) << "another size, but nothing gone";
+    std::string twice = text;
+    EXPECT_TRUE(Check(twice.insert(next, text.substr(facet, next - facet))).IsOk());
+    EXPECT_GT(warnings_, 0) << "a triangle too many";
+    settings_.verify = 0;
+    EXPECT_TRUE(Check("solid\nendsolid\n").IsOk());
+}
+
+// What the report says of each format is what another program finds in the file.
+TEST(Report, WhatWasWrittenComesFromTheFile) {
+    const ScratchFolder folder;
+    WriteAssembly(folder / "asm.step");
+    for (const char* suffix :
+         {"stl", "obj", "glb", "gltf", "fbx", "dae", "3mf", "wrl", "stp", "igs", "brep"}) {
+        SCOPED_TRACE(suffix);
+        const std::string output = folder / (std::string("out.") + suffix);
+        const WorkerRun run = RunWorker({"--verify", "2", folder / "asm.step", output});
+        ASSERT_EQ(run.code, 0) << run.errors;
+        const std::string report = ReadWhole(output + "-zel.xml");
+        EXPECT_EQ(report.find("<warning>"), std::string::npos) << report;
+        EXPECT_FALSE(Attribute(report, "read", "box").empty()) << report;
+        const std::string area = Attribute(report, "written", "area"),
+                          triangles = Attribute(report, "written", "triangles");
+        if (suffix == std::string("wrl")) continue;
+        const Facts facts = ReadBack(output);
+        if (!area.empty()) {
+            EXPECT_NEAR(std::stod(area), facts.area, facts.area * 0.02);
+            EXPECT_NEAR(std::stod(Attribute(report, "written", "volume")), facts.volume, facts.volume * 0.03);
+        }
+        if (!triangles.empty() && facts.triangles > 0) {
+            const long stored = std::stol(triangles);
+            EXPECT_TRUE(stored == facts.triangles || stored * 2 == facts.triangles)
+                << stored << " " << facts.triangles;
+        } else {
+            EXPECT_GE(std::stol(Attribute(report, "written", "faces")), 9);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace morvex::test
