@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <fstream>
 #include <signal.h>
+#include <sstream>
 #include <stdexcept>
 #include <sys/wait.h>
 #include <thread>
@@ -108,8 +109,11 @@ std::string WindowsPath(const std::string& path) {
 }
 
 std::string ReadBytes(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    const std::ifstream file(path, std::ios::binary);
+    std::ostringstream bytes;
+    bytes
+        << file.rdbuf();  // a file of /proc fails to be read, without an exception, when its process has gone
+    return bytes.str();
 }
 
 void WriteBytes(const fs::path& path, const std::string& bytes) {
