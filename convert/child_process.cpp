@@ -81,6 +81,7 @@ class Child {
             {kSideBySideVariable, L"1"},
             {kResultChannelVariable, channel_.Name()},
         };
+        if (request.pictures) variables[kPictureVariable] = L"1";
         if (!request.userFolder.empty()) variables[kUserFolderVariable] = request.userFolder;
         std::wstring environment = EnvironmentBlockWith(variables);
         const StartAttributes attributes(job_.get(), channel_.Handle(), output);
@@ -106,6 +107,7 @@ class Child {
     }
 
     bool Runs() const { return StillRunning(process_.get()); }
+    int Percent() const { return channel_.Percent(); }
 
     void Kill() {
         killed_ = true;
@@ -148,12 +150,14 @@ ChildRunner::ChildRunner(const ConversionRequest& request) : request_(request) {
                                    OPEN_EXISTING, 0, nullptr));
 }
 
-ChildEnd ChildRunner::Run(const ChildArguments& arguments, const std::function<bool()>& stop) const {
+ChildEnd ChildRunner::Run(const ChildArguments& arguments, const std::function<bool()>& stop,
+                          const std::function<void(int percent)>& progress) const {
     Child child;
     // That such a file counts as converted is this program's long-standing rule, which scripts rely on.
     if (!child.Start(request_, arguments, nowhere_.get())) return {ChildEnd::Kind::NotStarted, kResultOk, {}};
     const ULONGLONG started = GetTickCount64();
     const ULONGLONG limit = request_.secondsPerFile * 1000ULL;
+    int shown = 0;
     while (child.Runs()) {
         const bool late = limit != 0 && GetTickCount64() - started >= limit;
         if (late || stop()) {
@@ -161,6 +165,7 @@ ChildEnd ChildRunner::Run(const ChildArguments& arguments, const std::function<b
             if (child.End().kind == ChildEnd::Kind::Finished) break;  // it was over already
             return {late ? ChildEnd::Kind::TimedOut : ChildEnd::Kind::Stopped, kResultFailed, {}};
         }
+        if (const int percent = child.Percent(); percent != shown) progress(shown = percent);
         Sleep(kPollMilliseconds);
     }
     return child.End();

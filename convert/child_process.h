@@ -27,6 +27,8 @@ inline constexpr wchar_t kFormatInVariable[] = L"MORVEX_FORMAT_IN";
 inline constexpr wchar_t kFormatOutVariable[] = L"MORVEX_FORMAT_OUT";
 // Tells the conversion library in a child that it is not alone on the machine.
 inline constexpr wchar_t kSideBySideVariable[] = L"MORVEX_SIDE_BY_SIDE";
+// Asks the conversion library in a child for a picture of the model, in its report.
+inline constexpr wchar_t kPictureVariable[] = L"MORVEX_PREVIEW";
 
 // How a conversion in a child ended.
 struct ChildEnd {
@@ -49,8 +51,10 @@ class ChildRunner {
   public:
     explicit ChildRunner(const ConversionRequest& request);
 
-    // Converts one file in a child and waits for its end, or ends it when `stop` says so.
-    ChildEnd Run(const ChildArguments& arguments, const std::function<bool()>& stop) const;
+    // Converts one file in a child and waits for its end, or ends it when `stop` says so. `progress` gets the
+    // child's whole percents, on the calling thread.
+    ChildEnd Run(const ChildArguments& arguments, const std::function<bool()>& stop,
+                 const std::function<void(int percent)>& progress) const;
 
   private:
     const ConversionRequest& request_;

@@ -33,13 +33,15 @@ struct Printer : RunObserver {
     void OnStatus(size_t row, const RowStatus& now) override {
         if (row == 0) status = now;  // a further row tells the whole run's time
     }
+    void OnProgress(size_t, int percent) override { run.ShowPercent(percent); }
+    ChannelToRun run;
     RowStatus status;
 };
 
 ChildRoadEnd Run(const ConversionJob& job) {
     Printer printer;
     const RunOutcome outcome = RunConversions(job, printer);
-    ReportToRun({outcome.lastResult, outcome.abandoned, outcome.message});
+    printer.run.Report({outcome.lastResult, outcome.abandoned, outcome.message});
     if (outcome.abandoned) return {outcome.lastResult, outcome.message};
     const std::wstring& reason = printer.status.reason;
     return {outcome.lastResult, printer.status.text + (reason.empty() ? L"" : L"\n" + reason)};

@@ -30,6 +30,7 @@ struct ConversionRequest {
     std::wstring crashLog;    // empty: none is kept
     bool guarded = true;      // library faults are caught
     bool developerMode = false;
+    bool pictures = false;  // reports hold a picture of the model, if the library draws one; children only
     bool multiprocess = false;    // each file in a child process, as many at once as there are processors
     unsigned secondsPerFile = 0;  // a child that takes longer is ended; 0: none is
     int healing = 0;

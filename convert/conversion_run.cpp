@@ -96,7 +96,7 @@ class Run {
         if (SameFile(output, input))
             end = FileEnd{Status(kResultCannotWrite)};
         else
-            end = children_ ? ConvertInChild(input, output) : ConvertHere(row, input, output);
+            end = children_ ? ConvertInChild(row, input, output) : ConvertHere(row, input, output);
         if (!end) return;  // the run is abandoned
         if (!end->whole) watch.RemoveHalfWritten();
         if (end->status.state != RowState::Converted) {
@@ -107,9 +107,11 @@ class Run {
         Finish(row, std::move(end->status), (std::clock() - start) / CLOCKS_PER_SEC);
     }
 
-    std::optional<FileEnd> ConvertInChild(const std::wstring& input, const std::wstring& output) {
-        const ChildEnd end = children_->Run({input, output, request_.configFile, request_.schemaFolder},
-                                            [this] { return observer_.StopRequested(); });
+    std::optional<FileEnd> ConvertInChild(size_t row, const std::wstring& input, const std::wstring& output) {
+        const ChildEnd end = children_->Run(
+            {input, output, request_.configFile, request_.schemaFolder},
+            [this] { return observer_.StopRequested(); },
+            [this, row](int percent) { observer_.OnProgress(row, percent); });
         switch (end.kind) {
             case ChildEnd::Kind::NotStarted:
                 TellNotStarted();
@@ -144,8 +146,9 @@ class Run {
         constexpr size_t kMarkedPosition = 33;  // the library expects its mark there too
         const bool marked = row == 0 || row == kMarkedPosition || row + 1 == count_;
         const int files = static_cast<int>(count_);
-        const InProcessResult end = ConvertInProcess(request_, input, output, marked ? -files : files,
-                                                     [this](int percent) { observer_.OnProgress(percent); });
+        const InProcessResult end =
+            ConvertInProcess(request_, input, output, marked ? -files : files,
+                             [this, row](int percent) { observer_.OnProgress(row, percent); });
         if (end.library == Library::NotLoaded) {
             const std::wstring name = request_.formats.InProgressGroup()
                                           ? std::wstring(FileNameOf(request_.libraryPath))

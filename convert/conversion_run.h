@@ -18,8 +18,8 @@ class RunObserver {
     // A file has begun (Running), ended, or will not be converted: each file's last call is a Final status.
     // In developer mode a row beyond the last file tells the run's total time.
     virtual void OnStatus(size_t /*row*/, const RowStatus& /*status*/) {}
-    // Progress of the file being converted, 0 to 100; only in conversions made in this process.
-    virtual void OnProgress(int /*percent*/) {}
+    // Progress of a file being converted, 0 to 100, where the library tells it.
+    virtual void OnProgress(size_t /*row*/, int /*percent*/) {}
     // True ends the run before its next file.
     virtual bool StopRequested() { return false; }
 };

@@ -6,9 +6,6 @@
 
 namespace morvex {
 
-// The conversion report that a library leaves beside an output: the output's path with this behind it.
-inline constexpr wchar_t kReportSuffix[] = L"-zel.xml";
-
 // An output path as it was before a conversion, so that a failure leaves nothing behind that looks like a
 // success. Made right before the conversion, used right after.
 class OutputWatch {

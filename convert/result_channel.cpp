@@ -11,14 +11,13 @@ namespace {
 
 // What lies in the memory that run and child share.
 struct Shared {
+    std::atomic<int> percent;     // of the conversion so far
     std::atomic<DWORD> complete;  // kComplete when the rest is there
     int result;
     int abandoned;
     wchar_t message[1000];  // ends with 0
 };
 constexpr DWORD kComplete = 0x444F4E45;
-
-using UniqueView = UniqueResource<void*, ::UnmapViewOfFile>;
 
 UniqueView MapShared(HANDLE section, DWORD access) {
     return UniqueView(MapViewOfFile(section, access, 0, 0, sizeof(Shared)));
@@ -34,6 +33,7 @@ ResultChannel::ResultChannel() {
     SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
     section_.reset(
         CreateFileMappingW(INVALID_HANDLE_VALUE, &inherited, PAGE_READWRITE, 0, sizeof(Shared), nullptr));
+    view_ = MapShared(Handle(), FILE_MAP_READ);
 }
 
 std::wstring ResultChannel::Name() const {
@@ -41,19 +41,29 @@ std::wstring ResultChannel::Name() const {
 }
 
 std::optional<ChildReport> ResultChannel::Read() const {
-    const UniqueView view = MapShared(Handle(), FILE_MAP_READ);
-    const auto* shared = static_cast<const Shared*>(view.get());
+    const auto* shared = static_cast<const Shared*>(view_.get());
     if (!shared || shared->complete != kComplete) return std::nullopt;
     const wchar_t* const end = std::find(std::begin(shared->message), std::end(shared->message), L'\0');
     return ChildReport{shared->result, shared->abandoned != 0, {shared->message, end}};
 }
 
-void ReportToRun(const ChildReport& report) {
+int ResultChannel::Percent() const {
+    const auto* shared = static_cast<const Shared*>(view_.get());
+    return shared ? std::clamp<int>(shared->percent, 0, 100) : 0;
+}
+
+ChannelToRun::ChannelToRun() {
     const std::wstring name = EnvironmentText(kResultChannelVariable);
     if (name.empty()) return;
-    const auto handle = reinterpret_cast<HANDLE>(std::wcstoull(name.c_str(), nullptr, 10));
-    const UniqueView view = MapShared(handle, FILE_MAP_WRITE);
-    auto* shared = static_cast<Shared*>(view.get());
+    view_ = MapShared(reinterpret_cast<HANDLE>(std::wcstoull(name.c_str(), nullptr, 10)), FILE_MAP_WRITE);
+}
+
+void ChannelToRun::ShowPercent(int percent) const {
+    if (auto* const shared = static_cast<Shared*>(view_.get())) shared->percent = percent;
+}
+
+void ChannelToRun::Report(const ChildReport& report) const {
+    auto* const shared = static_cast<Shared*>(view_.get());
     if (!shared) return;
     shared->result = report.result;
     shared->abandoned = report.abandoned;

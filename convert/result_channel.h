@@ -14,6 +14,8 @@ namespace morvex {
 inline constexpr wchar_t kResultChannelVariable[] = L"MORVEX_RESULT_CHANNEL";
 bool IsChildOfRun();
 
+using UniqueView = UniqueResource<void*, ::UnmapViewOfFile>;
+
 struct ChildReport {
     int result = 0;
     bool abandoned = false;  // the library is not usable
@@ -31,12 +33,25 @@ class ResultChannel {
     std::wstring Name() const;
     // What the child has told by now; nothing when it has not come to its end.
     std::optional<ChildReport> Read() const;
+    // How far the child's conversion is, 0 to 100.
+    int Percent() const;
 
   private:
     UniqueHandle section_;
+    UniqueView view_;
 };
 
-// The child's side, once, when its conversion is over. Does nothing in a process that is no run's child.
-void ReportToRun(const ChildReport& report);
+// The child's side. Does nothing in a process that is no run's child.
+class ChannelToRun {
+  public:
+    ChannelToRun();
+
+    void ShowPercent(int percent) const;
+    // Once, when the conversion is over.
+    void Report(const ChildReport& report) const;
+
+  private:
+    UniqueView view_;
+};
 
 }  // namespace morvex

@@ -20,6 +20,7 @@ void RegisterProfiles(AppContext& context) {
         };
         context.pairs.RegisterProfile(value(L"ZEL_INPUT_FORMAT"), value(L"ZEL_OUTPUT_FORMAT"),
                                       value(L"ZEL_CONFIG_FILE"));
+        context.pairs.ExceptExtensions(value(L"ZEL_INPUT_FORMAT"), value(L"ZEL_INPUT_EXCEPT"));
     }
 }
 

@@ -107,6 +107,28 @@ void LoadBinding(const ConfigBinding& binding, HWND dialog, const std::wstring& 
     }
 }
 
+std::optional<std::wstring> Correction(const ConfigBinding& binding, HWND dialog) {
+    const std::wstring typed = Control(GetDlgItem(dialog, binding.controls[0].id)).Text();
+    const double value = ToReal(typed);
+    bool usable = true;
+    switch (binding.kind) {
+        case BindingKind::Number:
+            usable = value >= 1;
+            break;
+        case BindingKind::Length:
+            usable = value > 0;
+            break;
+        case BindingKind::Angle:
+            usable = value * (std::numbers::pi / 180) >= kLeastAngle && value <= 90;
+            break;
+        default:
+            break;
+    }
+    if (usable) return std::nullopt;
+    return binding.kind == BindingKind::Number ? std::wstring(binding.fallback)
+                                               : ShownText(binding.kind, StoredText(binding.kind, typed));
+}
+
 bool SaveBinding(const ConfigBinding& binding, HWND dialog, const std::wstring& file) {
     const auto controls = ControlsOf(binding);
     std::wstring value;

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <optional>
 #include <string>
 
 namespace morvex {
@@ -40,6 +41,10 @@ void LoadBinding(const ConfigBinding& binding, HWND dialog, const std::wstring& 
 
 // Writes the key from the controls. False when the file cannot be written.
 bool SaveBinding(const ConfigBinding& binding, HWND dialog, const std::wstring& file);
+
+// What takes the place of a number typed in the binding's edit that cannot be used as it stands: the text to
+// show, as it will be stored. Nothing when it can be, and for bindings that hold no number.
+std::optional<std::wstring> Correction(const ConfigBinding& binding, HWND dialog);
 
 // The number that a text begins with, with a decimal point or comma; 0 when there is none or it is not
 // finite.

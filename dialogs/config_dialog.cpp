@@ -97,6 +97,8 @@ void ConfigDialog::OnOk() {
 }
 
 bool ConfigDialog::OnCommand(int id, int notification, HWND control) {
+    if (control && notification == EN_SETFOCUS) balloon_.Hide();
+    if (control && notification == EN_KILLFOCUS) CorrectNumber(id);
     if (id == IDC_CFG_LOAD)
         LoadOtherFile();
     else if (id == IDC_CFG_DEFAULT)
@@ -104,6 +106,17 @@ bool ConfigDialog::OnCommand(int id, int notification, HWND control) {
     else
         return ModalDialog::OnCommand(id, notification, control);
     return true;
+}
+
+void ConfigDialog::CorrectNumber(int id) {
+    for (const ConfigBinding* binding : table_.bindings) {
+        if (binding->controls[0].id != id) continue;
+        const auto usable = Correction(*binding, Handle());
+        if (!usable) return balloon_.Hide();
+        Control(Item(id)).SetText(*usable);
+        balloon_.Show(Item(id), Format(context_.text(IDS_NUMBER_WANTED).c_str(), usable->c_str()));
+        return;
+    }
 }
 
 void ConfigDialog::LoadOtherFile() {

@@ -6,6 +6,7 @@
 #include "core/context.h"
 #include "dialogs/config_binding.h"
 #include "dialogs/prompts.h"
+#include "win/balloon.h"
 #include "win/dialog.h"
 #include "win/tooltip.h"
 
@@ -42,6 +43,9 @@ class ConfigDialog : public ModalDialog {
   private:
     void Localise();
     void LoadValues();
+    // The focus has left the control: a number that cannot be used gives way to one that can, and a balloon
+    // says so.
+    void CorrectNumber(int id);
     bool SaveValues(const std::wstring& file);
     void LoadOtherFile();
     void UseDefaultFile();
@@ -50,6 +54,7 @@ class ConfigDialog : public ModalDialog {
     const ConfigDialogTable& table_;
     Prompts prompts_;
     Tooltip tooltip_;
+    Balloon balloon_;
 };
 
 }  // namespace morvex

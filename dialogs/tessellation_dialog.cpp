@@ -33,7 +33,7 @@ bool TessellationDialog::OnCommand(int id, int notification, HWND control) {
             return true;
         case IDC_ANGULAR_VALUE:
             if (notification == EN_CHANGE) ShowSlider();
-            return true;
+            return ConfigDialog::OnCommand(id, notification, control);
         default:
             return ConfigDialog::OnCommand(id, notification, control);
     }

@@ -42,6 +42,20 @@ void ConversionPairs::RegisterProfile(std::wstring_view inputList, std::wstring_
     }
 }
 
+void ConversionPairs::ExceptExtensions(std::wstring_view inputList, std::wstring_view extensionList) {
+    if (extensionList.empty()) return;
+    for (const std::wstring_view input : SplitAtCommas(inputList)) {
+        for (const std::wstring_view extension : SplitAtCommas(extensionList))
+            excepted_[InputDisplayNameToFilterText(input)].emplace_back(extension);
+    }
+}
+
+const std::vector<std::wstring>& ConversionPairs::ExceptedOf(std::wstring_view inputFilterText) const {
+    static const std::vector<std::wstring> kNone;
+    const auto found = excepted_.find(std::wstring(inputFilterText));
+    return found == excepted_.end() ? kNone : found->second;
+}
+
 void ConversionPairs::AddNativeFormat() {
     const std::wstring nativeInput = InputDisplayNameToFilterText(kNativeDisplayName);
     const std::wstring nativeOutput = OutputDisplayNameToFilterText(kNativeDisplayName);

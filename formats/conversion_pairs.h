@@ -28,6 +28,13 @@ class ConversionPairs {
     void RegisterProfile(std::wstring_view inputList, std::wstring_view outputList,
                          std::wstring_view configFile);
 
+    // Says that files of these extensions (a comma-separated list) cannot be read, though the inputs of the
+    // other list include them.
+    void ExceptExtensions(std::wstring_view inputList, std::wstring_view extensionList);
+
+    // The extensions that are excepted of an input, as they were given.
+    const std::vector<std::wstring>& ExceptedOf(std::wstring_view inputFilterText) const;
+
     // Offers the native format, without a configuration file, as an output of every registered input and as
     // an input with every registered output. Pairs that a profile registered already stay as they are.
     void AddNativeFormat();
@@ -49,6 +56,7 @@ class ConversionPairs {
              std::wstring_view configFile);
 
     std::map<std::wstring, std::vector<ConversionPair>> pairs_;
+    std::map<std::wstring, std::vector<std::wstring>> excepted_;
 };
 
 }  // namespace morvex

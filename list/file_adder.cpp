@@ -7,7 +7,7 @@
 #include <string_view>
 #include <utility>
 
-#include "convert/output_watch.h"
+#include "convert/conversion_report.h"
 #include "list/folder_scan.h"
 #include "win/paths.h"
 
@@ -62,7 +62,7 @@ void FileAdder::TellFilesAndFolders(const std::stop_token& stop, const Request& 
     for (const std::wstring& path : request.paths) {
         if (stop.stop_requested()) break;
         if (FolderExists(path)) {
-            Tell(std::exchange(batch, {}), path);  // keeps the order
+            Tell(request, std::exchange(batch, {}), path);  // keeps the order
             TellFolder(stop, request, path);
             continue;
         }
@@ -70,9 +70,9 @@ void FileAdder::TellFilesAndFolders(const std::stop_token& stop, const Request& 
             batch.push_back(std::move(*row));
         else
             Refuse(path);
-        if (std::ssize(batch) >= kFilesPerBatch) Tell(std::exchange(batch, {}), {});
+        if (std::ssize(batch) >= kFilesPerBatch) Tell(request, std::exchange(batch, {}), {});
     }
-    Tell(std::move(batch), {});
+    Tell(request, std::move(batch), {});
 }
 
 // Leaves out what runs have written there: their reports, and the results that the request names.
@@ -85,7 +85,7 @@ void FileAdder::TellFolder(const std::stop_token& stop, const Request& request, 
         [&](std::vector<ListRow> rows, const std::wstring& current) {
             const size_t ours = std::erase_if(rows, isOurs);
             mailbox_.Tell([ours](FoundFiles& found) { found.leftOut += ours; });
-            Tell(std::move(rows), current);
+            Tell(request, std::move(rows), current);
         },
         [this](const std::wstring& path) { Refuse(path); });
 }
@@ -100,15 +100,25 @@ void FileAdder::TellFiles(const std::stop_token& stop, const Request& request) {
     const auto end = request.paths.end();
     for (auto first = request.paths.begin(); first != end && !stop.stop_requested();) {
         const auto last = first + std::min<std::ptrdiff_t>(kFilesPerBatch, end - first);
-        Tell(MakeAcceptedRows({first, last}, request.inputFormat), {});
+        Tell(request,
+             request.picked ? MakeRows({first, last}) : MakeAcceptedRows({first, last}, request.inputFormat),
+             {});
         first = last;
     }
 }
 
-void FileAdder::Tell(std::vector<ListRow> rows, const std::wstring& folder) {
+void FileAdder::Tell(const Request& request, std::vector<ListRow> rows, const std::wstring& folder) {
+    std::vector<std::wstring> notRead;
+    std::erase_if(rows, [&](const ListRow& row) {
+        const bool excepted = std::ranges::any_of(request.excepted, [&](const std::wstring& extension) {
+            return SameText(ExtensionOf(row.name), extension);
+        });
+        if (excepted) notRead.push_back(row.name);
+        return excepted;
+    });
     mailbox_.Tell([&](FoundFiles& found) {
-        found.rows.insert(found.rows.end(), std::make_move_iterator(rows.begin()),
-                          std::make_move_iterator(rows.end()));
+        std::ranges::move(rows, std::back_inserter(found.rows));
+        std::ranges::move(notRead, std::back_inserter(found.notRead));
         found.folder = folder;
     });
 }

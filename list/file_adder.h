@@ -23,6 +23,7 @@ struct FoundFiles {
     std::wstring problem;               // what ended the search early; empty when nothing did
     std::vector<std::wstring> refused;  // of each kind of file that does not belong to the format, one name
     size_t leftOut = 0;                 // files of a folder that this program has written itself
+    std::vector<std::wstring> notRead;  // names of files of excepted extensions
     bool ended = false;                 // all paths are done, or it was stopped
 };
 
@@ -38,6 +39,8 @@ class FileAdder {
         std::vector<std::wstring> paths;  // files and folders, in the order in which they are to be listed
         bool recursive = false;
         bool filesOnly = false;                    // no path is a folder to search: the lines of a list file
+        bool picked = false;                       // the user has picked the files, of whatever format
+        std::vector<std::wstring> excepted;        // extensions that are not listed
         std::wstring inputFormat;                  // filter text that the files must belong to
         std::set<std::wstring, LessText> written;  // results of earlier runs, which a folder's files may be
     };
@@ -56,7 +59,7 @@ class FileAdder {
     void TellFolder(const std::stop_token& stop, const Request& request, const std::wstring& folder);
     void Refuse(const std::wstring& path);
     void TellFiles(const std::stop_token& stop, const Request& request);
-    void Tell(std::vector<ListRow> rows, const std::wstring& folder);
+    void Tell(const Request& request, std::vector<ListRow> rows, const std::wstring& folder);
 
     Mailbox<FoundFiles>& mailbox_;
     std::set<std::wstring, LessText> refusedKinds_;  // extensions; the search's thread only

@@ -59,8 +59,7 @@ std::optional<ListRow> MakeAcceptedRow(const std::wstring& path, std::wstring_vi
     return MakeRow(path, FileSizeOf(path));
 }
 
-std::vector<ListRow> MakeAcceptedRows(std::vector<std::wstring> paths, std::wstring_view inputFilterText) {
-    std::erase_if(paths, [&](const std::wstring& path) { return !IsAcceptedFile(path, inputFilterText); });
+std::vector<ListRow> MakeRows(std::vector<std::wstring> paths) {
     std::vector<std::optional<std::uint64_t>> sizes(paths.size());
 #pragma omp parallel for schedule(dynamic, 64) num_threads(kSizesAskedAtOnce)
     for (size_t i = 0; i < paths.size(); ++i) {
@@ -72,8 +71,15 @@ std::vector<ListRow> MakeAcceptedRows(std::vector<std::wstring> paths, std::wstr
     }
     std::vector<ListRow> rows;
     rows.reserve(paths.size());
-    for (size_t i = 0; i < paths.size(); ++i) rows.push_back(*MakeRow(std::move(paths[i]), sizes[i]));
+    for (size_t i = 0; i < paths.size(); ++i) {
+        if (auto row = MakeRow(std::move(paths[i]), sizes[i])) rows.push_back(std::move(*row));
+    }
     return rows;
+}
+
+std::vector<ListRow> MakeAcceptedRows(std::vector<std::wstring> paths, std::wstring_view inputFilterText) {
+    std::erase_if(paths, [&](const std::wstring& path) { return !IsAcceptedFile(path, inputFilterText); });
+    return MakeRows(std::move(paths));
 }
 
 }  // namespace morvex

@@ -43,8 +43,11 @@ std::optional<ListRow> MakeRow(std::wstring path, std::optional<std::uint64_t> s
 // The row of an accepted path, its size asked from the file system; nothing for a refused path. Any thread.
 std::optional<ListRow> MakeAcceptedRow(const std::wstring& path, std::wstring_view inputFilterText);
 
-// The same for many paths, in their order; asks several sizes at a time, since each may travel over a
-// network.
+// Rows of paths that have a folder, in their order; asks several sizes at a time, since each may travel over
+// a network.
+std::vector<ListRow> MakeRows(std::vector<std::wstring> paths);
+
+// The same of the accepted ones among the paths.
 std::vector<ListRow> MakeAcceptedRows(std::vector<std::wstring> paths, std::wstring_view inputFilterText);
 
 }  // namespace morvex

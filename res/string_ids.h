@@ -117,6 +117,20 @@
 #define IDS_NOT_BESIDE_INPUT 3044
 #define IDS_TIME_LIMIT 3045   // of a row that took longer than a file may
 #define IDS_NOT_STARTED 3046  // behind the run's summary: files whose process could not be started
+#define IDS_PREVIEW 3047      // the command and the result card
+#define IDS_FACT_BOX 3048     // labels of the result card
+#define IDS_FACT_PARTS 3049
+#define IDS_FACT_SOLIDS 3050
+#define IDS_FACT_FACES 3051
+#define IDS_FACT_TRIANGLES 3052
+#define IDS_FACT_MISSING 3053
+#define IDS_FACT_WARNING 3054
+#define IDS_FACT_TIME 3055
+#define IDS_NO_PICTURE 3056
+#define IDS_WEB_PAGE 3057
+#define IDS_NOT_READ 3058       // names of files that were refused
+#define IDS_NUMBER_WANTED 3059  // %s: what is stored instead
+#define IDS_TIP_NOT_USED 3060   // behind the tooltip of a setting
 
 // Captions of the conversion settings dialogs, shared between them.
 #define IDS_CFG_TITLE_WRITE 3100

@@ -13,7 +13,8 @@ void AddRecentFiles(PopupMenu& menu, const WindowState& state) {
 
 }  // namespace
 
-void FillContextMenu(PopupMenu& menu, const WindowState& state, size_t selectedRows) {
+void FillContextMenu(PopupMenu& menu, const WindowState& state, size_t selectedRows,
+                     const ListRow* selected) {
     const auto add = [&](int id) { menu.Add(id, state.Text(id)); };
     const bool developer = state.Settings().developerMode.Get(), rows = !state.list.Empty();
     const auto addLast = [&] {
@@ -38,6 +39,7 @@ void FillContextMenu(PopupMenu& menu, const WindowState& state, size_t selectedR
     }
     if (selectedRows == 1) {
         for (const int id : {IDS_COPY_FILE_PATH, IDS_OPEN_CONTAINING_FOLDER, IDS_OPEN_OUTPUT_FOLDER}) add(id);
+        if (selected && selected->status.state == RowState::Converted) add(IDS_PREVIEW);
         menu.AddSeparator();
     }
     add(IDS_ADD_FILES);

@@ -12,6 +12,6 @@ inline constexpr int kFirstRecentFile = 4001;
 inline constexpr int kLastRecentFile = kFirstRecentFile + static_cast<int>(RecentFiles::kMost) - 1;
 
 // The commands that the state allows now, with that many rows selected.
-void FillContextMenu(PopupMenu& menu, const WindowState& state, size_t selectedRows);
+void FillContextMenu(PopupMenu& menu, const WindowState& state, size_t selectedRows, const ListRow* selected);
 
 }  // namespace morvex

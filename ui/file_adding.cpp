@@ -35,8 +35,7 @@ void FileAdding::AddFiles() {
          .multiple = true});
     if (paths.empty()) return;
     state_.Settings().inputFolder.Set(std::wstring(FolderOf(paths.front())));
-    for (const std::wstring& path : paths) state_.list.AppendPickedFile(path);
-    view_.OnRowsAdded(true);
+    Start(paths, false, Source::Picked);
 }
 
 void FileAdding::AddFolder(bool recursive) {
@@ -64,10 +63,14 @@ void FileAdding::Start(std::vector<std::wstring> paths, bool recursive, Source s
     rowsBefore_ = state_.list.Count();
     refused_.clear();
     leftOut_ = 0;
+    notRead_.clear();
+    const std::wstring& format = state_.Settings().formatIn.Get();
     request_ = {.paths = std::move(paths),
                 .recursive = recursive,
-                .filesOnly = source == Source::ListFile,
-                .inputFormat = state_.Settings().formatIn.Get(),
+                .filesOnly = source == Source::ListFile || source == Source::Picked,
+                .picked = source == Source::Picked,
+                .excepted = state_.context.pairs.ExceptedOf(format),
+                .inputFormat = format,
                 .written = {}};
     for (size_t row = 0; source == Source::Folder && row < state_.list.Count(); ++row) {
         const std::wstring& written = state_.list.Row(row).status.output;
@@ -90,13 +93,12 @@ void FileAdding::OnFound() {
     FoundFiles found = adder_.Take();
     state_.adding = !found.ended;
     std::ranges::move(found.refused, std::back_inserter(refused_));
+    std::ranges::move(found.notRead, std::back_inserter(notRead_));
     leftOut_ += found.leftOut;
     const bool any = !found.rows.empty();
     state_.list.Append(std::move(found.rows));
     view_.OnRowsAdded(any);
-    std::wstring count =
-        Format(state_.Text(IDS_FILES_ADDED).c_str(), static_cast<int>(state_.list.Count() - rowsBefore_));
-    if (leftOut_ > 0) count += L"   " + Format(state_.Text(IDS_LEFT_OUT).c_str(), static_cast<int>(leftOut_));
+    const std::wstring count = CountText();
     if (found.ended) {
         view_.ShowStatus(found.problem.empty() ? count : count + L"   " + found.problem);
         OnEnded();
@@ -105,11 +107,23 @@ void FileAdding::OnFound() {
     }
 }
 
+std::wstring FileAdding::CountText() const {
+    constexpr size_t kNamed = 3;
+    std::wstring text =
+        Format(state_.Text(IDS_FILES_ADDED).c_str(), static_cast<int>(state_.list.Count() - rowsBefore_));
+    if (leftOut_ > 0) text += L"   " + Format(state_.Text(IDS_LEFT_OUT).c_str(), static_cast<int>(leftOut_));
+    if (notRead_.empty()) return text;
+    std::wstring names = notRead_.front();
+    for (size_t i = 1; i < notRead_.size() && i < kNamed; ++i) names += L", " + notRead_[i];
+    if (notRead_.size() > kNamed) names += L", ... (" + std::to_wstring(notRead_.size()) + L")";
+    return text + L"   " + Format(state_.Text(IDS_NOT_READ).c_str(), names.c_str());
+}
+
 void FileAdding::OnEnded() {
     const bool none = source_ == Source::Folder
                           ? state_.list.Empty()
                           : source_ == Source::Drop && state_.list.Count() == rowsBefore_;
-    if (none && !stopped_) {
+    if (none && !stopped_ && notRead_.empty()) {
         offered_ = OtherFormat();
         ShowOnlyFormatMessage();
     }

@@ -47,9 +47,10 @@ class FileAdding {
 
   private:
     // Where files come from; it decides what is said when none was added.
-    enum class Source { Folder, Drop, ListFile };
+    enum class Source { Picked, Folder, Drop, ListFile };
 
     void Start(std::vector<std::wstring> paths, bool recursive, Source source);
+    std::wstring CountText() const;
     void OnEnded();
     std::wstring OtherFormat() const;
     void ShowOnlyFormatMessage();
@@ -67,6 +68,7 @@ class FileAdding {
     std::vector<std::wstring> refused_;
     std::wstring offered_;
     size_t leftOut_ = 0;
+    std::vector<std::wstring> notRead_;
     size_t rowsBefore_ = 0;
     bool stopped_ = false;
     Mailbox<FoundFiles> mailbox_;

@@ -11,6 +11,7 @@
 #include "res/string_ids.h"
 #include "ui/morvex_dlg_messages.h"
 #include "win/controls.h"
+#include "win/window_device.h"
 
 namespace morvex {
 namespace {
@@ -22,6 +23,20 @@ void Show(const ComboBox& formats, const std::wstring& chosen) {
     formats.SelectText(chosen);
 }
 
+// The open list is as wide as its widest entry.
+void FitList(const ComboBox& formats) {
+    const WindowDevice device(formats.Handle());
+    LONG widest = 0;
+    for (int i = 0; i < formats.Count(); ++i) {
+        const std::wstring text = formats.TextAt(i);
+        SIZE size{};
+        GetTextExtentPoint32W(device.Get(), text.c_str(), static_cast<int>(text.size()), &size);
+        widest = std::max(widest, size.cx);
+    }
+    const int edges = 2 * GetSystemMetrics(SM_CXVSCROLL);  // a scroll bar, and the margins
+    formats.Send(CB_SETDROPPEDWIDTH, static_cast<WPARAM>(widest + edges));
+}
+
 }  // namespace
 
 void FormatChoice::Fill() {
@@ -31,6 +46,7 @@ void FormatChoice::Fill() {
     TextSetting& chosen = state_.Settings().formatIn;
     if (chosen.Get().empty() && formats.Count() > 0) chosen.Set(formats.TextAt(0));
     Show(formats, chosen.Get());
+    FitList(formats);
     FillOutputs();
 }
 
@@ -54,6 +70,7 @@ void FormatChoice::FillOutputs() {
         formats.Add(pair.outputFilterText);
         shown.push_back(pair.outputFilterText);
     }
+    FitList(formats);
     TextSetting& chosen = state_.Settings().formatOut;
     if (formats.SelectText(chosen.Get())) return;
     formats.Select(0);

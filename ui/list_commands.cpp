@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "convert/output_watch.h"
+#include "convert/conversion_report.h"
 #include "win/shell.h"
 
 namespace morvex {

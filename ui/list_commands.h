@@ -28,11 +28,12 @@ class ListCommands {
     void OpenOutputFolder();
     // A double click: opens the row's folder, its converted file or the report of that.
     void OpenResult(const NMITEMACTIVATE& click);
+    // Null unless exactly one is.
+    const ListRow* SelectedRow() const;
 
   private:
     void KeepForUndo(ConversionList::RemovedRows rows);
     void Open(const ListRow& row, ListColumn column) const;
-    const ListRow* SelectedRow() const;  // null unless exactly one is
 
     WindowState& state_;
     WindowView& view_;

@@ -80,11 +80,13 @@ bool CmorvexDlg::OnInit() {
 
 bool CmorvexDlg::PreTranslate(const MSG& message) {
     if (IsInput(message.message)) running_.OnNoticed();
+    if (card_.PreTranslate(message)) return true;
     if (!Handle() || (message.hwnd != Handle() && !IsChild(Handle(), message.hwnd))) return false;
     if (folder_.PreTranslate(message) || OnShortcut(message) || IsStrayEnter(message)) return true;
     if (message.message != WM_KEYDOWN || message.wParam != VK_ESCAPE) return false;
     // Escape would mean Quit to the dialog manager, whose number that button has.
     adding_.Stop();
+    card_.Hide();
     if (SendMessageW(message.hwnd, CB_GETDROPPEDSTATE, 0, 0))
         SendMessageW(message.hwnd, CB_SHOWDROPDOWN, FALSE, 0);
     return true;
@@ -163,6 +165,9 @@ bool CmorvexDlg::OnMessage(UINT message, WPARAM wParam, LPARAM lParam, INT_PTR& 
         case WM_ACTIVATE:
             if (LOWORD(wParam) != WA_INACTIVE) running_.OnNoticed();
             return false;
+        case WM_ACTIVATEAPP:
+            card_.OnProgramActivated(wParam != FALSE);
+            return false;
         case WM_CONTEXTMENU:
             return OnContextMenu(reinterpret_cast<HWND>(wParam),
                                  {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)});
@@ -203,6 +208,7 @@ bool CmorvexDlg::OnOwnMessage(UINT message) {
             return true;
         case kSelectionMessage:
             if (std::exchange(summaryPending_, false)) ShowRowSummary();
+            UpdateCard();
             return true;
         case kFormatChosenMessage:
             TakeChosenFormat();
@@ -239,7 +245,7 @@ bool CmorvexDlg::OnContextMenu(HWND clicked, POINT screen) {
     ScreenToClient(Handle(), &inside);
     if (!PtInRect(&client, inside)) return false;
     PopupMenu menu;
-    FillContextMenu(menu, state_, listControl_.View().SelectedCount());
+    FillContextMenu(menu, state_, listControl_.View().SelectedCount(), rows_.SelectedRow());
     menu.AssignKeys();
     state_.prompts.showMenu(menu, Handle(), screen);
     return true;
@@ -257,6 +263,12 @@ void CmorvexDlg::Update() {
         Control(Item(id)).Enable(on);
     }
     ShowAction();
+    UpdateCard();
+}
+
+void CmorvexDlg::RedrawRows() {
+    listControl_.RedrawVisible();
+    UpdateCard();
 }
 
 void CmorvexDlg::ShowRowSummary() {

@@ -8,6 +8,7 @@
 #include "ui/format_choice.h"
 #include "ui/list_commands.h"
 #include "ui/output_folder_field.h"
+#include "ui/result_card.h"
 #include "ui/running.h"
 #include "ui/status_line.h"
 #include "ui/window_state.h"
@@ -73,7 +74,7 @@ class CmorvexDlg : public ModelessDialog, private WindowView {
     void EmptyList() override;
     void OnRowsAdded(bool any) override;
     void OnAddingEnded(bool stopped) override;
-    void RedrawRows() override { listControl_.RedrawVisible(); }
+    void RedrawRows() override;
 
     // Commands: morvex_dlg_commands.cpp
     // True when the id is one of a command, which is refused while the window is busy.
@@ -89,6 +90,9 @@ class CmorvexDlg : public ModelessDialog, private WindowView {
     void StartRun();
     void ShowOptions();
     void SwitchOverride();
+    void SwitchCard();
+    // The card follows the row that has the focus, and what becomes of it.
+    void UpdateCard();
     void TakeChosenFormat();
 
     WindowState state_;
@@ -104,6 +108,7 @@ class CmorvexDlg : public ModelessDialog, private WindowView {
     bool summaryPending_ = false;  // the selection has changed since the last summary
 
     CDragListCtrl listControl_;
+    ResultCard card_{state_.context.text};
     StatusLine statusLine_{state_};
     OutputFolderField folder_{state_};
     FormatChoice formats_{state_};

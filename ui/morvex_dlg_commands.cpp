@@ -46,6 +46,7 @@ const CmorvexDlg::Command* CmorvexDlg::FindCommand(int id) {
         {kOpenResultCommand, [](W& w) { w.rows_.OpenFocusedResult(); }},
         {kSelectAllCommand, [](W& w) { w.rows_.SelectAll(); }, Always},
         {kCopyPathsCommand, [](W& w) { w.rows_.CopySelectedPaths(); }, Always},
+        {IDS_PREVIEW, [](W& w) { w.SwitchCard(); }, Always},
         {IDC_ACTION, [](W& w) { w.DoAction(); }, Always},
         {IDS_COPY_FILE_PATH, [](W& w) { w.rows_.CopyFilePath(); }},
         {IDS_OPEN_CONTAINING_FOLDER, [](W& w) { w.rows_.OpenContainingFolder(); }},
@@ -167,6 +168,7 @@ bool CmorvexDlg::OnShortcut(const MSG& message) {
     static constexpr Shortcut kShortcuts[] = {
         {VK_DELETE, false, false, IDS_REMOVE_FROM_LIST},
         {VK_RETURN, false, false, kOpenResultCommand},
+        {VK_SPACE, false, false, IDS_PREVIEW},
         {'A', true, false, kSelectAllCommand},
         {'C', true, false, kCopyPathsCommand},
         {'Z', true, false, kUndoCommand},
@@ -194,6 +196,19 @@ void CmorvexDlg::ShowOptions() {
 void CmorvexDlg::SwitchOverride() {
     PrepareConfigFile(state_.context, SavedFormats(settings_));
     settings_.SetFillOverride(Checked(IDS_OVERRIDE));
+}
+
+void CmorvexDlg::SwitchCard() {
+    const int row = listControl_.View().FocusedRow();
+    if (card_.Shown() || row < 0) return card_.Hide();
+    card_.ShowRow(Handle(), state_.list.Row(static_cast<size_t>(row)));
+}
+
+void CmorvexDlg::UpdateCard() {
+    if (!card_.Shown()) return;
+    if (state_.list.Empty()) return card_.Hide();
+    const int row = listControl_.View().FocusedRow();
+    if (row >= 0) card_.ShowRow(Handle(), state_.list.Row(static_cast<size_t>(row)));
 }
 
 void CmorvexDlg::TakeChosenFormat() {

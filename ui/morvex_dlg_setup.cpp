@@ -76,7 +76,8 @@ void CmorvexDlg::SetUpSize() {
     using A = AnchorLayout;
     if (!settings_.developerMode.Get()) TakeRoomOfDeveloperBoxes();
     layout_.Attach(Handle());
-    layout_.Add(IDC_OUTPUT_FORMAT, A::kLeft | A::kTop | A::kRight);
+    layout_.Add(IDC_INPUT_FORMAT, A::kLeft | A::kTop | A::kRight);
+    for (const int id : {IDS_OUTPUT_FORMAT, IDC_OUTPUT_FORMAT}) layout_.Add(id, A::kTop | A::kRight);
     layout_.Add(IDC_OUTPUT_FOLDER, A::kLeft | A::kTop | A::kRight);
     layout_.Add(IDC_BROWSE, A::kTop | A::kRight);
     layout_.Add(IDS_WRITE_INTO_INPUT_FOLDER, A::kTop | A::kRight);
@@ -123,6 +124,7 @@ void CmorvexDlg::ApplyTexts() {
     listControl_.Localise();
     ShowAction();
     ShowRowSummary();
+    UpdateCard();
     state_.recentFiles.Read(state_.context.folders.recentFiles);
 }
 

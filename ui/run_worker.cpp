@@ -26,18 +26,15 @@ void RunWorker::Run(const ConversionJob& job) {
 void RunWorker::OnStatus(size_t row, const RowStatus& status) {
     mailbox_.Tell([&](RunNews& news) {
         news.statuses.emplace_back(row, status);
-        if (status.state == RowState::Running) {
-            news.file = row;
-            news.percent = 0;
-        }
+        if (status.state == RowState::Running) news.file = row;
         const bool failed = status.state == RowState::Failed || status.state == RowState::Stopped;
         news.failed += failed;
         news.done += failed || status.state == RowState::Converted;
     });
 }
 
-void RunWorker::OnProgress(int percent) {
-    mailbox_.Tell([&](RunNews& news) { news.percent = percent; });
+void RunWorker::OnProgress(size_t row, int percent) {
+    mailbox_.Tell([&](RunNews& news) { news.percents[row] = percent; });
 }
 
 }  // namespace morvex

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <map>
 #include <optional>
 #include <thread>
 #include <utility>
@@ -15,7 +16,7 @@ namespace morvex {
 struct RunNews {
     std::vector<std::pair<size_t, RowStatus>> statuses;  // by row, oldest first
     std::optional<size_t> file;                          // the row of the file begun last
-    std::optional<int> percent;                          // of that file
+    std::map<size_t, int> percents;                      // by row: of files at work, where it changed
     size_t done = 0;                                     // files ended
     size_t failed = 0;                                   // of these, those that were not converted
     std::optional<RunOutcome> outcome;                   // the run is over
@@ -40,7 +41,7 @@ class RunWorker : private RunObserver {
 
   private:
     void OnStatus(size_t row, const RowStatus& status) override;
-    void OnProgress(int percent) override;
+    void OnProgress(size_t row, int percent) override;
     bool StopRequested() override { return stop_; }
     void Run(const ConversionJob& job);
 

@@ -39,7 +39,7 @@ void Running::Start(std::vector<size_t> rows) {
     stopping_ = false;
     rows_ = std::move(rows);
     done_ = failed_ = 0;
-    percent_ = 0;
+    atWork_.clear();
     begun_ = GetTickCount64();
     SetTimer(state_.window, kRunClockTimer, kRunClockDelay, nullptr);
     view_.Update();
@@ -61,6 +61,7 @@ ConversionJob Running::JobOfRows(const ConversionFormats& formats) {
     ConversionList& list = state_.list;
     ConversionJob job{
         MakeRequest(state_.context, formats, PrepareConfigFile(state_.context, formats)), {}, {}, {}};
+    job.request.pictures = true;  // for the result card
     std::vector<SourceFile> all = list.Sources();
     std::vector<bool> chosen(all.size());
     for (const size_t row : rows_) {
@@ -91,33 +92,45 @@ void Running::OnNews() {
     KillTimer(state_.window, kRunNewsTimer);
     if (!Active()) return;
     RunNews news = worker_.Take();
-    ConversionList& list = state_.list;
-    for (auto& [file, status] : news.statuses) {
-        if (file < rows_.size())
-            list.SetStatus(rows_[file], std::move(status));  // one more means the whole run
-    }
-    if (!news.statuses.empty()) view_.RedrawRows();
+    TakeStatuses(std::move(news.statuses));
     if (news.file && progress_)
-        progress_->StartFile(*news.file, rows_.size(), list.Row(rows_[*news.file]).name);
-    if (news.percent && progress_) progress_->ShowPercent(*news.percent);
-    if (news.percent) percent_ = std::clamp(*news.percent, 0, 99);
-    if (news.done > 0 && !news.file) percent_ = 0;
+        progress_->StartFile(*news.file, rows_.size(), state_.list.Row(rows_[*news.file]).name);
+    for (const auto& [file, percent] : news.percents) {
+        const auto atWork = atWork_.find(file);
+        if (atWork == atWork_.end()) continue;
+        atWork->second = percent;
+        if (progress_) progress_->ShowPercent(percent);
+    }
     done_ += news.done;
     failed_ += news.failed;
     ShowProgress();
     if (news.outcome) OnEnded(*news.outcome);
 }
 
+void Running::TakeStatuses(std::vector<std::pair<size_t, RowStatus>> statuses) {
+    for (auto& [file, status] : statuses) {
+        if (status.state == RowState::Running)
+            atWork_[file] = 0;
+        else
+            atWork_.erase(file);
+        if (file < rows_.size())
+            state_.list.SetStatus(rows_[file], std::move(status));  // one more means the whole run
+    }
+    if (!statuses.empty()) view_.RedrawRows();
+}
+
 void Running::ShowProgress() {
     if (state_.run != RunState::Running) return;
+    int percents = 0;
+    for (const auto& [file, percent] : atWork_) percents += percent;
     const size_t all = rows_.size() * 100;
-    const size_t part = std::min(done_ * 100 + static_cast<size_t>(percent_), all);
+    const size_t part = std::min(done_ * 100 + static_cast<size_t>(percents), all);
     taskbar_.Show(part, all, failed_ > 0);
     std::wstring text = Format(state_.Text(IDS_RUN_PROGRESS).c_str(), static_cast<int>(done_),
                                static_cast<int>(rows_.size()));
     const auto add = [&](const std::wstring& more) { text += L"   " + more; };
     if (failed_ > 0) add(Format(state_.Text(IDS_PROGRESS_FAILED).c_str(), static_cast<int>(failed_)));
-    if (percent_ > 0) add(std::to_wstring(percent_) + L" %");
+    if (percents > 0) add(std::to_wstring(percents / static_cast<int>(atWork_.size())) + L" %");
     const ULONGLONG elapsed = GetTickCount64() - begun_;
     if (elapsed >= kSilentTime) {
         add(Format(state_.Text(IDS_PROGRESS_ELAPSED).c_str(), ClockText(elapsed).c_str()));

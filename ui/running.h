@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <optional>
 #include <vector>
 
@@ -34,6 +35,7 @@ class Running {
 
   private:
     ConversionJob JobOfRows(const ConversionFormats& formats);
+    void TakeStatuses(std::vector<std::pair<size_t, RowStatus>> statuses);
     void ShowProgress();
     void OnEnded(const RunOutcome& outcome);
 
@@ -43,7 +45,7 @@ class Running {
     std::optional<CProgressDlg> progress_;
     std::vector<size_t> rows_;      // of this run, in its order
     size_t done_ = 0, failed_ = 0;  // of these
-    int percent_ = 0;               // of the file at work, when the run is made in this process
+    std::map<size_t, int> atWork_;  // files being converted, with their percentages; 0: not told
     ULONGLONG begun_ = 0;
     bool stopping_ = false;
     RunWorker worker_;  // last: its thread ends before what it uses

@@ -147,6 +147,21 @@ TEST(ChildProcess, ExitCodesAndDeathsBecomeTheRowsText) {
     EXPECT_EQ(outcome.message, L"A component is missing : C:\\no such program.exe");
 }
 
+TEST(ChildProcess, TellsItsProgress) {
+    struct Progress : RunObserver {
+        void OnProgress(size_t row, int percent) override {
+            const std::lock_guard lock(mutex);
+            last[row] = percent;
+        }
+        std::mutex mutex;
+        std::map<size_t, int> last;
+    } observer;
+    const LibraryLog log;
+    ConversionJob job = Job({L"{progress,sleep=300}.stp", L"{sleep=300}.stp", L"{progress,sleep=301}.stp"});
+    RunConversions(job, observer);
+    EXPECT_EQ(observer.last, (std::map<size_t, int>{{0, 100}, {2, 100}}));
+}
+
 TEST(ChildProcess, WorkersKeepTheLogAndTheTimesApart) {
     const LibraryLog log(L"sleep=1100");
     const test::TempFolder folder;

@@ -25,7 +25,7 @@ class Recorder : public RunObserver {
         statuses[row].push_back(status.text);
         last[row] = status;
     }
-    void OnProgress(int percent) override { percents.push_back(percent); }
+    void OnProgress(size_t, int percent) override { percents.push_back(percent); }
     bool StopRequested() override { return stop; }
     std::wstring Last(size_t row) { return statuses[row].empty() ? L"" : statuses[row].back(); }
 

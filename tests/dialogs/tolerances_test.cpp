@@ -85,6 +85,38 @@ TEST_F(TolerancesTest, AreSavedAsTyped) {
     }
 }
 
+// Leaving an edit shows what will be stored, with a remark, where that is not what was typed.
+TEST_F(TolerancesTest, WhatCannotBeUsedGivesWay) {
+    struct {
+        int edit;
+        const wchar_t *typed, *shown;
+    } const cases[] = {{kLinear, L"coarse", L"0.10000"}, {kLinear, L"-1", L"0.10000"},
+                       {kLinear, L" 0,5 mm", L""},       {kAngular, L"120", L"90.00"},
+                       {kAngular, L"0", L"90.00"},       {kAngular, L"0.01", L"0.06"},
+                       {kAngular, L"34,5", L""},         {kLinear, L"1e-3", L""}};
+    const auto remark = [](HWND owner) {
+        HWND shown = nullptr;
+        for (HWND tip = nullptr; (tip = FindWindowExW(nullptr, tip, TOOLTIPS_CLASSW, nullptr));) {
+            if (GetWindow(tip, GW_OWNER) == owner && IsWindowVisible(tip)) shown = tip;
+        }
+        return shown != nullptr;
+    };
+    Set(L"USE_TESSEL", L"0");
+    Set(L"ANGULAR_DIS", L"0");
+    Set(L"LINEAR_DIS", L"0");
+    Show<CfgNoHealingSTLDlg>([&](const ShownDialog& dialog) {
+        for (const auto& c : cases) {
+            SetFocus(dialog.Item(c.edit));
+            EXPECT_FALSE(remark(dialog.Window())) << c.typed;
+            dialog.Type(c.edit, c.typed);
+            SetFocus(dialog.Item(IDOK));
+            const bool corrected = *c.shown != 0;
+            EXPECT_EQ(dialog.Text(c.edit), corrected ? c.shown : c.typed);
+            EXPECT_EQ(remark(dialog.Window()), corrected) << c.typed;
+        }
+    });
+}
+
 TEST_F(TolerancesTest, AreEnabledByTheirSwitches) {
     Set(L"ANGULAR_TOL", L"0.6108652");  // 35 degrees
     Show<CfgNoHealingSTLDlg>([](const ShownDialog& dialog) {

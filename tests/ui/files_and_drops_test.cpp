@@ -105,12 +105,31 @@ TEST_F(DropTest, RefusesWhatIsNoFileListAndDropsOutside) {
     EXPECT_EQ(Drop({}), static_cast<DWORD>(DROPEFFECT_NONE));
     Drop({MakeFile(L"a.stp")}, false);
     chosenFiles_ = {MakeFile(L"picked.stp")};
-    Click(IDS_ADD_FILES);
+    PickFiles();
     EXPECT_EQ(Names(), Texts{L"picked.stp"});  // nothing was pending
     EnableWindow(window_->Handle(), FALSE);    // as under a message
     const Texts paths = {MakeFile(L"b.stp")};
     SendMessageW(window_->Handle(), WM_DROPFILES, reinterpret_cast<WPARAM>(FileList(paths)), 0);
     EXPECT_FALSE(window_->Adding());
+}
+
+TEST_F(DropTest, LeavesOutWhatTheProfileExcepts) {
+    Install(L"B", L"ZEL_INPUT_EXCEPT", L"IGES,x");
+    Choose(L"Format_in", kIgesIn);
+    Open();
+    choice_ = IDS_ADD_FILES;
+    Drop({MakeFile(L"a.igs"), MakeFile(L"b.iges"), MakeFile(L"c.IGES")});
+    ASSERT_TRUE(WaitForAdded());
+    EXPECT_EQ(Names(), Texts{L"a.igs"});
+    EXPECT_EQ(StatusLine(), L"Files added: 1   Not read by the conversion library: b.iges, c.IGES");
+    chosenFiles_ = {MakeFile(L"d.iges"), MakeFile(L"e.stp")};
+    PickFiles();
+    EXPECT_EQ(Names(), (Texts{L"a.igs", L"e.stp"}));  // picked ones are not asked for their format
+    Click(IDS_EMPTY_LIST);
+    Drop({MakeFile(L"b.iges")});
+    ASSERT_TRUE(WaitForAdded());
+    EXPECT_TRUE(List().Empty());
+    EXPECT_TRUE(messages_.empty());  // the line says it, and the message would be wrong
 }
 
 TEST_F(DropTest, AClosedMenuLeavesTheDropForAddFiles) {

@@ -132,7 +132,12 @@ class MainWindowTest : public testing::Test {
     void AddFiles(const Texts& names) {
         chosenFiles_.clear();
         for (const std::wstring& name : names) chosenFiles_.push_back(MakeFile(name));
+        PickFiles();
+    }
+    // Adds chosenFiles_ by the dialog of "Add Files".
+    void PickFiles() {
         Click(IDS_ADD_FILES);
+        EXPECT_TRUE(WaitForAdded());
     }
     std::wstring MakeFile(const std::wstring& name, size_t bytes = 10) {
         WriteFileBytes(parts_ + L"\\" + name, std::string(bytes, 'x'));

@@ -9,6 +9,7 @@
 #include "tests/support/fake_taskbar.h"
 #include "win/mailbox.h"
 #include "win/ole_session.h"
+#include "win/picture.h"
 #include "win/taskbar.h"
 #include "win/theme.h"
 
@@ -46,6 +47,34 @@ TEST(WindowThemeTest, TextIsReadableOnEveryBackground) {
     }
     ReleaseDC(label, device);
     DestroyWindow(label);
+}
+
+TEST(PictureTest, IsDrawnAsLargeAsItFits) {
+    const OleSession ole;
+    constexpr unsigned char kRedPng[] = {
+        // 4 x 2 points of 200, 40, 10
+        0x89, 'P',  'N',  'G',  0x0D, 0x0A, 0x1A, 0x0A, 0,    0,    0,    13,   'I',  'H',  'D',
+        'R',  0,    0,    0,    4,    0,    0,    0,    2,    8,    2,    0,    0,    0,    0xF0,
+        0xCA, 0xEA, 0x34, 0,    0,    0,    16,   'I',  'D',  'A',  'T',  0x78, 0xDA, 0x63, 0x38,
+        0xA1, 0xC1, 0x05, 0x47, 0x0C, 0xC8, 0x1C, 0x00, 0x6B, 0x9A, 0x07, 0xD1, 0x0D, 0x42, 0x6A,
+        0xB4, 0,    0,    0,    0,    'I',  'E',  'N',  'D',  0xAE, 0x42, 0x60, 0x82};
+    const std::string bytes(std::begin(kRedPng), std::end(kRedPng));
+    const HDC device = CreateCompatibleDC(nullptr);
+    BITMAPINFO info{};
+    info.bmiHeader = {sizeof info.bmiHeader, 20, 20, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
+    const HBITMAP bitmap = CreateDIBSection(device, &info, DIB_RGB_COLORS, nullptr, nullptr, 0);
+    const HGDIOBJ old = SelectObject(device, bitmap);
+    Picture(bytes).Draw(device, {0, 0, 20, 20});
+    EXPECT_EQ(GetPixel(device, 1, 6), RGB(200, 40, 10));
+    EXPECT_EQ(GetPixel(device, 18, 13), RGB(200, 40, 10));
+    EXPECT_EQ(GetPixel(device, 10, 3), RGB(0, 0, 0));  // twice as wide as high
+    EXPECT_EQ(GetPixel(device, 10, 16), RGB(0, 0, 0));
+    SelectObject(device, old);
+    DeleteObject(bitmap);
+    DeleteDC(device);
+    EXPECT_TRUE(Picture(bytes.substr(0, 40)).Empty());
+    EXPECT_TRUE(Picture("GIF?").Empty());
+    EXPECT_TRUE(Picture(std::string()).Empty());
 }
 
 TEST(TaskbarProgressTest, FailuresTakeTheErrorColour) {
