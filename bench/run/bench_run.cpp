@@ -11,6 +11,8 @@
 
 #include "convert/conversion_library.h"
 #include "convert/conversion_run.h"
+#include "formats/input_formats.h"
+#include "formats/output_formats.h"
 #include "win/command_line.h"
 #include "win/paths.h"
 
@@ -64,7 +66,8 @@ int RunChildren(int count, const std::vector<std::wstring>& arguments) {
     job.files.assign(static_cast<size_t>(count), {folder, name});
     job.request.outputFolder = arguments[7];
     job.request.program = arguments[3];
-    job.request.formats = LookUpFormats(arguments[4], arguments[5]);
+    job.request.formats = LookUpFormats(InputDisplayNameToFilterText(arguments[4]),
+                                        OutputDisplayNameToFilterText(arguments[5]));
     job.request.multiprocess = true;
     RunObserver nobody;
     const double start = Now(), processorStart = ProcessorTime();

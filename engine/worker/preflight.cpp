@@ -99,7 +99,7 @@ bool StartsWithWord(string_view text, string_view word) {
 }
 
 bool HasWord(string_view text, string_view word) {
-    return !std::ranges::search(text, word, EqualButCase).empty();
+    return std::search(text.begin(), text.end(), word.begin(), word.end(), EqualButCase) != text.end();
 }
 
 // A binary file may be longer than its triangles by less than one.

@@ -157,7 +157,7 @@ class MainWindowTest : public testing::Test {
     static std::wstring Clipboard() {
         if (!OpenClipboard(nullptr)) return {};
         const HANDLE memory = GetClipboardData(CF_UNICODETEXT);
-        const std::wstring text = memory ? static_cast<const wchar_t*>(GlobalLock(memory)) : L"";
+        std::wstring text = memory ? static_cast<const wchar_t*>(GlobalLock(memory)) : L"";
         if (memory) GlobalUnlock(memory);
         CloseClipboard();
         return text;

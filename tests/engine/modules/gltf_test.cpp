@@ -66,7 +66,7 @@ std::string Draco() {
     builder.Start(12);
     const int positions = builder.AddAttribute(draco::GeometryAttribute::POSITION, 3, draco::DT_FLOAT32);
     const std::vector<Corner> corners = BoxCorners(1000);
-    int face = 0;
+    std::uint32_t face = 0;
     for (const auto& side : kBoxSides) {
         for (const int second : {1, 2}) {
             float points[3][3];
