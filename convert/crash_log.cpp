@@ -5,7 +5,7 @@
 
 namespace morvex {
 
-// Readers of these logs know the mangled accents: "\u00EF\u00BF\u00BD" stands where a letter once was.
+// Readers of these logs know the mangled accents: "\u00EF\u00BF\u00BD" stands for a letter that has one.
 
 void CrashLog::RunStarts(size_t files) const {
     if (path_.empty()) return;

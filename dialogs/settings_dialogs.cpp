@@ -16,7 +16,7 @@ namespace {
 constexpr int kTessellatedOutputs[] = {kCodeJt, kCodeStl, kCodeVrml, kCodeCgr,  kCode3dxml, kCodeCollada,
                                        38,      kCodeObj, kCode3mf,  kCodeGltf, kCodeFbx,   kCodeSmg};
 
-// The odd letter has always been in this text.
+// The mangled letter belongs to the text.
 constexpr wchar_t kNotInProfiles[] =
     L"La config. n'est pas pr\u00EF\u00BF\u00BDsente dans le fichier norwend_morvex.ini, il faut la "
     L"rajouter.";

@@ -189,7 +189,7 @@ constexpr InputFormat kInputFormats[] = {
 };
 // clang-format on
 
-// A filter text that no format has any more, but whose dialog filter is still answered.
+// The filter text of no format, whose dialog filter is answered all the same.
 constexpr std::wstring_view kSmgFilterText = L"SMG (*.smg;*.smggeom)";
 constexpr std::wstring_view kSmgDialogFilter =
     L"SMG (*.smg;*.smggeom)|*.smg;*.smggeom|SMG (*.smg)|*.smg|SMG (*.smggeom)|*.smggeom|";

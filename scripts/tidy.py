@@ -45,7 +45,7 @@ def find_jobs():
     return {file: ["clang-tidy", "--quiet", file, *flags] for file, flags in jobs.items()}
 
 
-def fingerprint(file, includes):
+def fingerprint(file, command, includes):
     """Of all that the verdict on a source depends on, as far as it lies in this project."""
     taken, todo = set(), [file]
     while todo:
@@ -53,8 +53,10 @@ def fingerprint(file, includes):
         if name not in taken:
             taken.add(name)
             todo += includes.get(name, ())
-    total = hashlib.sha256()
-    for name in [".clang-tidy", "tests/.clang-tidy", "scripts/tidy.py", *sorted(taken)]:
+    total = hashlib.sha256(" ".join(command).replace(str(ROOT), "").encode())
+    folders = pathlib.PurePath(file).parents
+    checks = [str(folder / ".clang-tidy") for folder in folders if (ROOT / folder / ".clang-tidy").exists()]
+    for name in [*checks, *sorted(taken)]:
         total.update(name.encode() + b"\0" + (ROOT / name).read_bytes())
     return total.hexdigest()
 
@@ -74,7 +76,7 @@ def main():
     changed_only = sys.argv[1:] == ["--changed"]
     includes = check_includes.find_includes()
     jobs = find_jobs()
-    marks = {file: fingerprint(file, includes) for file in jobs}
+    marks = {file: fingerprint(file, command, includes) for file, command in jobs.items()}
     STAMPS.mkdir(parents=True, exist_ok=True)
 
     def known(file):

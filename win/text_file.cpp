@@ -94,6 +94,21 @@ std::string Encode(std::wstring_view text) {
     return bytes;
 }
 
+// Written beside the target and then renamed.
+bool WriteWhole(const std::wstring& path, std::string_view bytes, DWORD moveFlags) {
+    const std::wstring temporary =
+        WithLongPrefix(path + L"." + std::to_wstring(GetCurrentProcessId()) + L".tmp");
+    bool written = false;
+    {
+        const UniqueHandle file = OwnFile(CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr,
+                                                      CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+        written = file && WriteAll(file.get(), bytes) && FlushFileBuffers(file.get());
+    }
+    if (written && MoveFileExW(temporary.c_str(), WithLongPrefix(path).c_str(), moveFlags)) return true;
+    DeleteFileW(temporary.c_str());
+    return false;
+}
+
 }  // namespace
 
 bool ReadTextFile(const std::wstring& path, std::wstring& text) {
@@ -114,25 +129,6 @@ std::vector<std::wstring_view> SplitLines(std::wstring_view text) {
     }
     return lines;
 }
-
-namespace {
-
-// Written beside the target and then renamed.
-bool WriteWhole(const std::wstring& path, std::string_view bytes, DWORD moveFlags) {
-    const std::wstring temporary =
-        WithLongPrefix(path + L"." + std::to_wstring(GetCurrentProcessId()) + L".tmp");
-    bool written = false;
-    {
-        const UniqueHandle file = OwnFile(CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr,
-                                                      CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
-        written = file && WriteAll(file.get(), bytes) && FlushFileBuffers(file.get());
-    }
-    if (written && MoveFileExW(temporary.c_str(), WithLongPrefix(path).c_str(), moveFlags)) return true;
-    DeleteFileW(temporary.c_str());
-    return false;
-}
-
-}  // namespace
 
 bool WriteBytes(const std::wstring& path, std::string_view bytes) {
     const DWORD attributes = GetFileAttributesW(WithLongPrefix(path).c_str());

@@ -20,26 +20,6 @@ std::string Name(std::string_view section, std::string_view key) {
     return LowerAscii(std::string(section) + '\n' + std::string(key));
 }
 
-std::string FromUtf16(std::string_view bytes) {
-    const auto unit = [&](std::size_t at) -> char32_t {
-        return static_cast<unsigned char>(bytes[at]) |
-               static_cast<char32_t>(static_cast<unsigned char>(bytes[at + 1])) << 8;
-    };
-    std::string text;
-    for (std::size_t at = 0; at + 1 < bytes.size(); at += 2) {
-        char32_t c = unit(at);
-        if (c >= 0xd800 && c < 0xdc00 && at + 3 < bytes.size()) {
-            const char32_t low = unit(at + 2);
-            if (low >= 0xdc00 && low < 0xe000) {
-                c = 0x10000 + ((c - 0xd800) << 10) + (low - 0xdc00);
-                at += 2;
-            }
-        }
-        AppendUtf8(text, c);
-    }
-    return text;
-}
-
 }  // namespace
 
 IniFile IniFile::Read(const std::filesystem::path& path) {
@@ -54,13 +34,8 @@ IniFile IniFile::Read(const std::filesystem::path& path) {
 
 IniFile IniFile::Parse(std::string_view bytes) {
     IniFile file;
-    std::string decoded;
-    if (bytes.starts_with("\xff\xfe")) {
-        decoded = FromUtf16(bytes.substr(2));
-        bytes = decoded;
-    } else if (bytes.starts_with("\xef\xbb\xbf")) {
-        bytes.remove_prefix(3);
-    }
+    const DecodedText text(bytes);
+    bytes = text.View();
     std::string section;
     while (!bytes.empty()) {
         const auto end = bytes.find('\n');

@@ -1,4 +1,4 @@
-// Text for the files the engine writes itself.
+// Text of the files that the engine reads and writes.
 #pragma once
 
 #include <string>
@@ -16,6 +16,18 @@ std::string CleanUtf8(std::string_view text);
 // Takes the first character off a text that is not empty. A byte of no well-formed sequence is U+FFFD.
 char32_t TakeCharacter(std::string_view& utf8);
 void AppendUtf8(std::string& text, char32_t character);
+
+// The text in UTF-8, without its mark, when its mark says that it is UTF-16; else a view of the bytes
+// themselves.
+class DecodedText {
+  public:
+    explicit DecodedText(std::string_view bytes);
+    std::string_view View() const { return view_; }
+
+  private:
+    std::string decoded_;
+    std::string_view view_;
+};
 
 // With the letters A to Z in lower case.
 std::string LowerAscii(std::string_view text);

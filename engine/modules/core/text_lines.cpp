@@ -2,44 +2,7 @@
 
 #include <charconv>
 
-#include "engine/common/text.h"
-
 namespace morvex {
-namespace {
-
-std::string FromUtf16(std::string_view bytes, bool bigEndian) {
-    const auto unit = [&](std::size_t at) {
-        const auto first = static_cast<unsigned char>(bytes[at]),
-                   second = static_cast<unsigned char>(bytes[at + 1]);
-        return static_cast<char32_t>(bigEndian ? first << 8 | second : second << 8 | first);
-    };
-    std::string text;
-    text.reserve(bytes.size());
-    for (std::size_t at = 0; at + 1 < bytes.size(); at += 2) {
-        char32_t character = unit(at);
-        if (character >= 0xd800 && character < 0xdc00 && at + 3 < bytes.size()) {
-            const char32_t low = unit(at + 2);
-            if (low >= 0xdc00 && low < 0xe000) {
-                character = 0x10000 + ((character - 0xd800) << 10) + (low - 0xdc00);
-                at += 2;
-            }
-        }
-        AppendUtf8(text, character);
-    }
-    return text;
-}
-
-}  // namespace
-
-DecodedText::DecodedText(std::string_view bytes) : view_(bytes) {
-    const bool little = bytes.starts_with("\xff\xfe"), big = bytes.starts_with("\xfe\xff");
-    if (little || big) {
-        decoded_ = FromUtf16(bytes.substr(2), big);
-        view_ = decoded_;
-    } else if (bytes.starts_with("\xef\xbb\xbf")) {
-        view_.remove_prefix(3);
-    }
-}
 
 std::optional<std::string_view> TakeLine(std::string_view& text) {
     if (text.empty()) return std::nullopt;

@@ -7,18 +7,6 @@
 
 namespace morvex {
 
-// The text in UTF-8, without its mark, when its mark says that it is UTF-16; else a view of the bytes
-// themselves.
-class DecodedText {
-  public:
-    explicit DecodedText(std::string_view bytes);
-    std::string_view View() const { return view_; }
-
-  private:
-    std::string decoded_;
-    std::string_view view_;
-};
-
 // Takes the next line off the text, without its end ("\n", "\r\n" or "\r"); nothing at the end of the text.
 std::optional<std::string_view> TakeLine(std::string_view& text);
 

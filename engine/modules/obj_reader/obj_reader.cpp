@@ -3,6 +3,7 @@
 #include <set>
 #include <unordered_map>
 
+#include "engine/common/text.h"
 #include "engine/modules/core/context.h"
 #include "engine/modules/core/input_bytes.h"
 #include "engine/modules/core/read_error.h"
