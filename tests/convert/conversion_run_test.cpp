@@ -8,6 +8,7 @@
 #include "convert/conversion_library.h"
 #include "convert/elapsed_text.h"
 #include "tests/support/library_log.h"
+#include "win/paths.h"
 #include "win/text_file.h"
 
 namespace morvex {
@@ -206,12 +207,21 @@ TEST(ConversionRun, SaysTheReasonOfItsOwnReport) {
     const LibraryLog log;
     const TempFolder folder;
     Recorder recorder;
-    ConversionJob job = Job({L"{report,result=-5}.stp", L"{result=-6}.stp"});
+    ConversionJob job = Job({L"{report,result=-5}.stp", L"{result=-6}.stp", L"{result=-7}.stp", L"a.stp"});
     job.request.outputFolder = folder.Path();
-    test::WriteFileBytes(folder / L"{result=-6}.stl-zel.xml", "<reason>another day</reason>");
+    const auto report = [&](size_t row) {
+        const std::wstring& name = job.files[row].name;
+        return folder / (name.substr(0, name.rfind(L'.')) + L".stl-zel.xml");
+    };
+    for (size_t row = 0; row < job.files.size(); ++row)
+        test::WriteFileBytes(report(row), "<reason>another day</reason>");
+    SetFileAttributesW(report(2).c_str(), FILE_ATTRIBUTE_READONLY);  // it cannot be removed
     RunConversions(job, recorder);
     EXPECT_EQ(recorder.last[0].reason, L"1 < 2 &amp;");
-    EXPECT_EQ(recorder.last[1].reason, L"");
+    for (size_t row = 1; row < job.files.size(); ++row) EXPECT_EQ(recorder.last[row].reason, L"") << row;
+    EXPECT_FALSE(PathExists(report(1)));
+    EXPECT_TRUE(PathExists(report(3)));
+    SetFileAttributesW(report(2).c_str(), FILE_ATTRIBUTE_NORMAL);
 }
 
 TEST(ConversionRun, ClampsProgressAndStopsOnRequest) {

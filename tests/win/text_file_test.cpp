@@ -83,5 +83,17 @@ TEST(Paths, AreSplitAndJoined) {
     EXPECT_FALSE(FileSizeOf(deep + L"\\none"));
 }
 
+TEST(Paths, LongOnesGetThePrefixOfTheirKind) {
+    const std::wstring deep(260, L'd'), longest(256, L'd');  // with "C:\\" the longest that needs none
+    const struct {
+        std::wstring plain, prefixed;
+    } cases[] = {{L"C:\\" + longest, L"C:\\" + longest},
+                 {L"C:\\d" + longest, L"\\\\?\\C:\\d" + longest},
+                 {L"C:/x/" + deep, L"\\\\?\\C:\\x\\" + deep},
+                 {L"\\\\host\\share\\" + deep, L"\\\\?\\UNC\\host\\share\\" + deep},
+                 {L"\\\\?\\C:\\" + deep, L"\\\\?\\C:\\" + deep}};
+    for (const auto& [plain, prefixed] : cases) EXPECT_EQ(WithLongPrefix(plain), prefixed);
+}
+
 }  // namespace
 }  // namespace morvex
