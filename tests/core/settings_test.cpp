@@ -111,6 +111,18 @@ TEST(Settings, AreWrittenAtOnceToTheirFile) {
     EXPECT_EQ(test::ReadFileBytes(places.folders.userSettings).substr(0, 2), "\xFF\xFE");
 }
 
+TEST(Settings, LastForTheProcessWhenTheirFileTakesNoChange) {
+    Places places;
+    places.User(L"[General]\nOutput_folder=D:\\a\n");
+    SetFileAttributesW(places.folders.userSettings.c_str(), FILE_ATTRIBUTE_READONLY);
+    AppSettings settings(places.folders);
+    settings.outputFolder.Set(L"E:\\b");
+    EXPECT_EQ(settings.outputFolder.Get(), L"E:\\b");
+    EXPECT_EQ(places.Stored(L"Output_folder"), L"D:\\a");
+    EXPECT_EQ(std::ranges::distance(std::filesystem::directory_iterator(places.folder.Path())), 1);
+    SetFileAttributesW(places.folders.userSettings.c_str(), FILE_ATTRIBUTE_NORMAL);
+}
+
 TEST(StartUp, RegistersProfilesAndRepairsTheSavedPair) {
     Places places;
     const std::wstring profiles =
