@@ -33,8 +33,8 @@ void FitList(const ComboBox& formats) {
         GetTextExtentPoint32W(device.Get(), text.c_str(), static_cast<int>(text.size()), &size);
         widest = std::max(widest, size.cx);
     }
-    const int edges = 2 * GetSystemMetrics(SM_CXVSCROLL);  // a scroll bar, and the margins
-    formats.Send(CB_SETDROPPEDWIDTH, static_cast<WPARAM>(widest + edges));
+    widest += 2 * GetSystemMetrics(SM_CXVSCROLL);  // a scroll bar, and the margins
+    formats.Send(CB_SETDROPPEDWIDTH, static_cast<WPARAM>(widest));
 }
 
 }  // namespace

@@ -143,7 +143,7 @@ void CmorvexDlg::SetUpTips() {
 std::wstring CmorvexDlg::ShownWhole(int id, int tip) const {
     const Control control(Item(id));
     const bool combo = id == IDC_INPUT_FORMAT || id == IDC_OUTPUT_FORMAT;
-    const std::wstring text = control.Text(), explained = tip ? state_.Text(tip) : L"";
+    std::wstring text = control.Text(), explained = tip ? state_.Text(tip) : L"";
     RECT room{};
     GetClientRect(control.Handle(), &room);
     SIZE size{};

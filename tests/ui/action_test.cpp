@@ -117,6 +117,15 @@ TEST_F(ActionTest, ChangesToTheFormatThatTheFilesHave) {
     Command(IDS_ADD_FOLDER);
     ASSERT_TRUE(WaitForAdded());
     EXPECT_EQ(Offered().find(L"Change"), std::wstring::npos);  // not all of them
+
+    DeleteFileW((parts_ + L"\\readme.txt").c_str());
+    Install(L"C", L"ZEL_INPUT_FORMAT", L"IGES 2D");
+    Install(L"C", L"ZEL_OUTPUT_FORMAT", L"OBJ");
+    Open();
+    Command(IDS_ADD_FOLDER);
+    ASSERT_TRUE(WaitForAdded());
+    EXPECT_EQ(messages_.size(), 3u);
+    EXPECT_EQ(Offered(), L"");  // two formats fit
 }
 
 TEST_F(ActionTest, AddFolderLeavesOutWhatRunsWrote) {
