@@ -6,7 +6,6 @@
 #include <TDataStd_Name.hxx>
 #include <TDataStd_TreeNode.hxx>
 #include <TopExp.hxx>
-#include <TopExp_Explorer.hxx>
 #include <TopTools_IndexedMapOfShape.hxx>
 #include <TopoDS.hxx>
 #include <TopoDS_Iterator.hxx>
@@ -20,6 +19,7 @@
 #include <vector>
 
 #include "engine/modules/core/affine.h"
+#include "engine/modules/core/faces.h"
 #include "engine/modules/core/prepare.h"
 
 namespace morvex {
@@ -58,12 +58,8 @@ TopLoc_Location Scaled(gp_Trsf rigid, double factor) {
     return rigid;
 }
 
-bool HasSurface(const TopoDS_Shape& shape) {
-    TopLoc_Location location;
-    for (TopExp_Explorer face(shape, TopAbs_FACE); face.More(); face.Next()) {
-        if (!BRep_Tool::Surface(TopoDS::Face(face.Current()), location).IsNull()) return true;
-    }
-    return false;
+bool AnySurface(const TopoDS_Shape& shape) {
+    return std::ranges::any_of(FacesOf(shape), HasSurface);
 }
 
 // Whether compounds within the shape hold something at a scaled location.
@@ -97,7 +93,7 @@ class ShapeScaler {
         gp_Trsf scaling;
         scaling.SetScale(gp::Origin(), factor);
         const TopAbs_ShapeEnum type = shape.ShapeType();
-        const bool whole = type != TopAbs_COMPOUND && (type > TopAbs_FACE || HasSurface(shape));
+        const bool whole = type != TopAbs_COMPOUND && (type > TopAbs_FACE || AnySurface(shape));
         if (whole) {
             return std::abs(factor - 1) < kSameScale
                        ? shape
