@@ -128,9 +128,10 @@
 #define IDS_FACT_TIME 3055
 #define IDS_NO_PICTURE 3056
 #define IDS_WEB_PAGE 3057
-#define IDS_NOT_READ 3058       // names of files that were refused
-#define IDS_NUMBER_WANTED 3059  // %s: what is stored instead
-#define IDS_TIP_NOT_USED 3060   // behind the tooltip of a setting
+#define IDS_NOT_READ 3058          // names of files that were refused
+#define IDS_NUMBER_WANTED 3059     // %s: what is stored instead
+#define IDS_TIP_NOT_USED 3060      // behind the tooltip of a setting
+#define IDS_PROGRESS_AT_WORK 3061  // of the files at work, on average
 
 // Captions of the conversion settings dialogs, shared between them.
 #define IDS_CFG_TITLE_WRITE 3100

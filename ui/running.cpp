@@ -130,7 +130,8 @@ void Running::ShowProgress() {
                                static_cast<int>(rows_.size()));
     const auto add = [&](const std::wstring& more) { text += L"   " + more; };
     if (failed_ > 0) add(Format(state_.Text(IDS_PROGRESS_FAILED).c_str(), static_cast<int>(failed_)));
-    if (percents > 0) add(std::to_wstring(percents / static_cast<int>(atWork_.size())) + L" %");
+    if (percents > 0)
+        add(Format(state_.Text(IDS_PROGRESS_AT_WORK).c_str(), percents / static_cast<int>(atWork_.size())));
     const ULONGLONG elapsed = GetTickCount64() - begun_;
     if (elapsed >= kSilentTime) {
         add(Format(state_.Text(IDS_PROGRESS_ELAPSED).c_str(), ClockText(elapsed).c_str()));

@@ -1,6 +1,7 @@
 #include "tests/support/dialog_driver.h"
 #include "tests/ui/main_window_fixture.h"
 #include "win/access_keys.h"
+#include "win/window_device.h"
 
 namespace morvex::test {
 namespace {
@@ -101,6 +102,53 @@ TEST_F(MainWindowTest, TextsFitInAllLanguages) {
         std::sort(keys.begin(), keys.end());
         EXPECT_EQ(std::adjacent_find(keys.begin(), keys.end()), keys.end());
         EXPECT_GE(keys.size(), 12u);
+    }
+}
+
+// What the window says of a run is not cut, in any language; nor are the formats on offer.
+TEST_F(MainWindowTest, WhatARunSaysFitsInAllLanguages) {
+    const LibraryLog log;
+    Install(L"C", L"ZEL_INPUT_FORMAT", L"STEP,STL,OBJ,glTF,glTF Binary,FBX,DWG/DXF 3D,IFC");
+    Install(L"C", L"ZEL_OUTPUT_FORMAT", L"STEP,IGES,OCC,STL,OBJ,glTF,glTF Binary,VRML,Collada,FBX,3MF");
+    Texts names;
+    for (const int result : {0, 1, -2, -5, -15, -22, -23, -27, -28, -29, -32, -38})
+        names.push_back(L"{result=" + std::to_wstring(result) + L"}.stp");
+    for (const std::wstring& language : LanguageNames()) {
+        SCOPED_TRACE(LanguageOffset(language));
+        profile::WriteText(user_ + L"\\zel_morvex.ini", L"Options", L"Language", language);
+        Open();
+        const auto needed = [&](int id, const std::wstring& text) {
+            SIZE size{};
+            GetTextExtentPoint32W(WindowDevice(Item(id)).Get(), text.c_str(), static_cast<int>(text.size()),
+                                  &size);
+            return static_cast<int>(size.cx);
+        };
+        const auto room = [&](int id) {
+            RECT client{};
+            GetClientRect(Item(id), &client);
+            return static_cast<int>(client.right);
+        };
+        for (const int box : {IDC_INPUT_FORMAT, IDC_OUTPUT_FORMAT}) {
+            for (const std::wstring& format : FormatsOnOffer(box))
+                EXPECT_LE(needed(box, format) + 4, room(box) - GetSystemMetrics(SM_CXVSCROLL))
+                    << testing::PrintToString(format);
+        }
+        AddFiles(names);
+        Click(IDS_RUN_CONVERSION);
+        const auto text = [&](int id) { return context_->text(id); };
+        const std::wstring longest = Format(text(IDS_RUN_PROGRESS).c_str(), 1000, 1000) + L"   " +
+                                     Format(text(IDS_PROGRESS_FAILED).c_str(), 100) + L"   " +
+                                     Format(text(IDS_PROGRESS_AT_WORK).c_str(), 50) + L"   " +
+                                     Format(text(IDS_PROGRESS_ELAPSED).c_str(), L"10:00:00") + L"   " +
+                                     Format(text(IDS_PROGRESS_LEFT).c_str(), L"10:00:00");
+        EXPECT_LE(needed(IDC_STATUS_LINE, longest), room(IDC_STATUS_LINE));
+        ASSERT_TRUE(WaitForState(RunState::Finished));
+        LetItWork();
+        for (const std::wstring& status : Statuses())
+            EXPECT_LT(needed(IDC_LIST, L" " + status + L" "), View().ColumnWidth(3))
+                << testing::PrintToString(status);
+        EXPECT_LE(needed(IDC_STATUS_LINE, StatusLine()), room(IDC_STATUS_LINE));
+        EXPECT_LE(needed(IDC_ACTION, Text(IDC_ACTION)) + 8, room(IDC_ACTION));
     }
 }
 
