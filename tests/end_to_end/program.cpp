@@ -22,10 +22,15 @@ Program::Program() {
     std::filesystem::create_directories(folder_ / L"Plugins");
     std::filesystem::create_directories(UserFolder());
     const std::wstring built = std::wstring(FolderOf(ModulePath())) + L"\\program\\Morvex.exe";
-    EXPECT_TRUE(CopyFileW(built.c_str(), (folder_ / L"Morvex.exe").c_str(), TRUE));
+    EXPECT_TRUE(CopyFileW(built.c_str(), program_.c_str(), TRUE));
     EXPECT_TRUE(CopyFileW(LibraryLog::LibraryPath().c_str(), Library().c_str(), TRUE));
     SetEnvironmentVariableW(L"MORVEX_USER_FOLDER", UserFolder().c_str());
     Formats(L"STEP", L"STL");
+}
+
+Program::Program(AsBuilt) : program_(std::wstring(FolderOf(ModulePath())) + L"\\..\\..\\bin\\Morvex.exe") {
+    std::filesystem::create_directories(UserFolder());
+    SetEnvironmentVariableW(L"MORVEX_USER_FOLDER", UserFolder().c_str());
 }
 
 Program::~Program() {
@@ -43,15 +48,14 @@ ProgramRun Program::Run(const std::wstring& arguments) const {
     ProgramRun run;
     {
         const UniqueHandle output = OutputFile(outputPath), errors = OutputFile(errorPath);
-        const std::wstring program = folder_ / L"Morvex.exe";
-        std::wstring line = L"\"" + program + L"\" " + arguments;
+        std::wstring line = L"\"" + program_ + L"\" " + arguments;
         STARTUPINFOW startup{};
         startup.cb = sizeof startup;
         startup.dwFlags = STARTF_USESTDHANDLES;
         startup.hStdOutput = output.get();
         startup.hStdError = errors.get();
         PROCESS_INFORMATION created{};
-        if (!CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
+        if (!CreateProcessW(program_.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
                             &startup, &created)) {
             ADD_FAILURE() << "Morvex.exe does not start: " << GetLastError();
             return run;
@@ -70,14 +74,13 @@ ProgramRun Program::Run(const std::wstring& arguments) const {
 }
 
 UniqueHandle Program::Start(const std::wstring& arguments, DWORD& id, HANDLE output) const {
-    const std::wstring program = folder_ / L"Morvex.exe";
-    std::wstring line = L"\"" + program + L"\" " + arguments;
+    std::wstring line = L"\"" + program_ + L"\" " + arguments;
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;
     startup.hStdOutput = startup.hStdError = output;
     PROCESS_INFORMATION created{};
-    EXPECT_TRUE(CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, output != nullptr, 0, nullptr,
+    EXPECT_TRUE(CreateProcessW(program_.c_str(), line.data(), nullptr, nullptr, output != nullptr, 0, nullptr,
                                nullptr, &startup, &created));
     CloseHandle(created.hThread);
     id = created.dwProcessId;

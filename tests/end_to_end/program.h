@@ -18,10 +18,14 @@ struct ProgramRun {
     std::string errors;
 };
 
-// A program folder of its own: the real Morvex.exe, the recording library and a user folder.
+// The real Morvex.exe with a user folder of its own.
 class Program {
   public:
+    // In a program folder of its own with the recording library.
     Program();
+    // As it was built, with the real engine: for reading only.
+    enum class AsBuilt {};
+    explicit Program(AsBuilt);
     ~Program();
 
     // Runs Morvex.exe with this text behind its name on the command line, to its end; kills it after a
@@ -42,6 +46,7 @@ class Program {
 
   private:
     TempFolder folder_;
+    std::wstring program_ = folder_ / L"Morvex.exe";
 };
 
 }  // namespace morvex::test
