@@ -28,7 +28,28 @@ struct VersionQuestion {
     }
 };
 
+struct SettingsQuestion {
+    const std::wstring& path;
+    const std::vector<SettingName>& settings;
+    std::vector<bool> answer;
+
+    static int Ask(void* question) {
+        auto& self = *static_cast<SettingsQuestion*>(question);
+        const ConversionLibrary library(self.path);
+        const auto uses = library.SettingEntry();
+        for (size_t i = 0; uses && i < self.settings.size(); ++i)
+            self.answer[i] = uses(self.settings[i].section, self.settings[i].key) != 0;
+        return 0;
+    }
+};
+
 }  // namespace
+
+std::vector<bool> AskForEffect(const std::wstring& libraryPath, const std::vector<SettingName>& settings) {
+    const std::vector<bool> all(settings.size(), true);
+    SettingsQuestion question{libraryPath, settings, all};
+    return CallGuarded(SettingsQuestion::Ask, &question).fault ? all : question.answer;
+}
 
 std::optional<LibraryVersion> LibraryVersion::Query(const std::wstring& libraryPath) {
     VersionQuestion question{libraryPath, {}};

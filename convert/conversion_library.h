@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "win/unique_handle.h"
 
@@ -32,6 +33,10 @@ class ConversionLibrary {
     ZelConvert ConvertEntry() const { return Entry<ZelConvert>("_zelConvert"); }  // null when not offered
     bool HasExecute() const { return Entry<void (*)()>("_zel_Execute") != nullptr; }
 
+    using UsesSetting = int (*)(const wchar_t* section, const wchar_t* key);
+    UsesSetting SettingEntry() const {
+        return Entry<UsesSetting>("_zelUsesSetting");
+    }  // null when not offered
     // Of "_zelGetVersion" and the like; null when not offered.
     LibraryNumber NumberEntry(const char* name) const { return Entry<LibraryNumber>(name); }
 
@@ -58,5 +63,15 @@ struct LibraryVersion {
     std::wstring VersionText() const;  // "2024.4"
     std::wstring ReleaseText() const;  // "2024.09.30"
 };
+
+// A key of the conversion configuration file.
+struct SettingName {
+    const wchar_t* section;
+    const wchar_t* key;
+};
+
+// Which of these settings have an effect, in their order: all of them when the library does not say. Loads
+// the library, asks and unloads it.
+std::vector<bool> AskForEffect(const std::wstring& libraryPath, const std::vector<SettingName>& settings);
 
 }  // namespace morvex

@@ -2,6 +2,7 @@
 
 #include <cwchar>
 
+#include "win/paths.h"
 #include "win/profile.h"
 
 namespace morvex {
@@ -54,7 +55,10 @@ AppSettings::AppSettings(const ProgramFolders& folders)
 void AppSettings::Load() {
     for (Setting* const setting : all_) {
         setting->Load();
-        if (setting == &configFilePath) FindConfiguration();
+        if (setting != &configFilePath) continue;
+        FindConfiguration();
+        // A run passes over a chosen file that has gone.
+        if (!PathExists(configuration_.path)) configuration_.path = sharedConfig_;
     }
     startedMultiprocess_ = multiprocess.Get();
 }

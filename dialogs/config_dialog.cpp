@@ -4,6 +4,7 @@
 
 #include <commdlg.h>
 
+#include "convert/conversion_library.h"
 #include "core/conversion_config.h"
 #include "res/resource.h"
 #include "res/settings_ids.h"
@@ -50,9 +51,9 @@ bool ConfigDialog::OnInit() {
 void ConfigDialog::Localise() {
     const TextCatalogue& text = context_.text;
     tooltip_.Create(Handle());
-    const auto apply = [&](const BoundControl& control) {
+    const auto apply = [&](const BoundControl& control, const std::wstring& remark = {}) {
         if (control.caption) Control(Item(control.id)).SetText(EscapeAmpersands(text(control.caption)));
-        if (control.tooltip) tooltip_.SetText(control.id, text(control.tooltip));
+        if (control.tooltip) tooltip_.SetText(control.id, text(control.tooltip) + remark);
     };
     SetWindowTextW(Handle(), text(table_.title).c_str());
     for (HWND child = GetWindow(Handle(), GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
@@ -60,9 +61,12 @@ void ConfigDialog::Localise() {
         if (id >= kFirstTextId) Control(child).SetText(EscapeAmpersands(text(id)));
     }
     for (const BoundControl& control : kCommonControls) apply(control);
-    for (const ConfigBinding* binding : table_.bindings) {
-        for (const BoundControl& control : binding->controls) {
-            if (control.id) apply(control);
+    std::vector<SettingName> names;
+    for (const ConfigBinding* binding : table_.bindings) names.push_back({binding->section, binding->key});
+    const std::vector<bool> used = AskForEffect(context_.folders.library, names);
+    for (size_t i = 0; i < table_.bindings.size(); ++i) {
+        for (const BoundControl& control : table_.bindings[i]->controls) {
+            if (control.id) apply(control, used[i] ? L"" : L"\n" + text(IDS_TIP_NOT_USED));
         }
     }
     if (table_.pathControl) tooltip_.SetText(table_.pathControl, text(IDS_TIP_CFG_FILE));

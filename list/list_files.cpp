@@ -97,9 +97,9 @@ bool SaveLastState(const ProgramFolders& folders, const ConversionList& list, co
     return SaveListFile(folders.lastState, list, formats);
 }
 
-ListFile ReadLastState(const ProgramFolders& folders, const ConversionPairs& pairs) {
+ListFile ReadLastState(const ProgramFolders& folders, const ConversionPairs& pairs, bool developerMode) {
     return ReadListFile(PathExists(folders.lastState) ? folders.lastState : folders.temporaryList, pairs,
-                        false);
+                        developerMode);
 }
 
 }  // namespace morvex

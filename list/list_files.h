@@ -52,7 +52,7 @@ ListFile ReadListFile(const std::wstring& path, const ConversionPairs& pairs, bo
 bool SaveLastState(const ProgramFolders& folders, const ConversionList& list, const ChosenFormats& formats);
 
 // What to restore when the window opens: the last-state file, or the temporary list when there is none.
-// Anything but a List of formats on offer, in developer mode too, means that there is nothing to restore.
-ListFile ReadLastState(const ProgramFolders& folders, const ConversionPairs& pairs);
+// Read as a list file is; anything but a List means that there is nothing to restore.
+ListFile ReadLastState(const ProgramFolders& folders, const ConversionPairs& pairs, bool developerMode);
 
 }  // namespace morvex

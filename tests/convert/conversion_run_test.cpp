@@ -244,6 +244,18 @@ TEST(ConversionRun, ShowsElapsedTime) {
     EXPECT_EQ(ElapsedText(45296), L" [12h 34mn 56sec]");
 }
 
+TEST(ConversionLibrary, SaysWhichSettingsHaveAnEffect) {
+    const std::vector<SettingName> names = {{L"MODIFICATION D'ATTRIBUT", L"VISIBILITY"},
+                                            {L"PDF CONF", L"VISIBILITY"}};
+    const std::vector<bool> unknown = {true, true};
+    const std::wstring silent = std::wstring(FolderOf(ModulePath())) + L"\\execute_only\\Polyvane_x64.dll";
+    EXPECT_EQ(AskForEffect(LibraryLog::LibraryPath(), names), (std::vector<bool>{true, false}));
+    EXPECT_EQ(AskForEffect(silent, names), unknown);
+    EXPECT_EQ(AskForEffect(L"C:\\none.dll", names), unknown);
+    const LibraryLog log(L"version");  // its version queries fault
+    EXPECT_EQ(AskForEffect(LibraryLog::LibraryPath(), names), unknown);
+}
+
 TEST(LibraryVersion, IsFormatted) {
     EXPECT_EQ((LibraryVersion{244, 20240930}.VersionText()), L"2024.4");
     EXPECT_EQ((LibraryVersion{250, 9999}.VersionText()), L"2025.0");

@@ -105,6 +105,11 @@ TEST(Settings, AreWrittenAtOnceToTheirFile) {
     EXPECT_EQ(places.Stored(L"Language", L"Options"), L"\u65e5\u672c\u8a9e");
     EXPECT_EQ(profile::ReadInt(places.folders.installationSettings, L"General", L"Multiprocess", 0), 1);
     EXPECT_TRUE(settings.UseOutputFolder());
+    WriteTextFile(places.folders.SharedConfig(), L"[INTERNAL CONF]\nFILL_OVERRIDE=1\n");
+    settings.configFilePath.Set(places.folder / L"gone.zel");
+    AppSettings again(places.folders);
+    again.Load();
+    EXPECT_TRUE(again.fillOverride.Get());
     settings.configFilePath.Set(places.folder / L"chosen later.zel");
     settings.SetFillOverride(true);
     EXPECT_EQ(profile::ReadInt(settings.configFilePath.Get(), L"INTERNAL CONF", L"FILL_OVERRIDE", 0), 1);

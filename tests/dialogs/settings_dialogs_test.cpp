@@ -2,8 +2,10 @@
 #include <algorithm>
 #include <gtest/gtest.h>
 
+#include "res/settings_ids.h"
 #include "res/string_ids.h"
 #include "tests/dialogs/dialogs_fixture.h"
+#include "tests/support/library_log.h"
 #include "win/unique_handle.h"
 
 namespace morvex::test {
@@ -258,6 +260,30 @@ TEST_P(EverySettingsDialogTest, KeepsFileAndChoicesWhenTheFileCannotBeWritten) {
 
 INSTANTIATE_TEST_SUITE_P(, EverySettingsDialogTest, testing::ValuesIn(DialogCases()),
                          [](const auto& info) { return std::string(info.param.name); });
+
+// Settings that the library at hand does not use stay usable; their tooltips say it.
+TEST_F(SettingsTest, TooltipsSayWhatHasNoEffect) {
+    context_.folders.library = LibraryLog::LibraryPath();
+    const std::wstring remark = context_.text(IDS_TIP_NOT_USED);
+    Show<CfgNoHealingXmtDlg>([&](const ShownDialog& dialog) {
+        const auto said = [&](int id) {
+            wchar_t text[600] = L"";
+            TTTOOLINFOW tool{};
+            tool.cbSize = TTTOOLINFOW_V1_SIZE;
+            tool.hwnd = dialog.Window();
+            tool.uId = reinterpret_cast<UINT_PTR>(dialog.Item(id));
+            tool.lpszText = text;
+            for (HWND tip = nullptr; (tip = FindWindowExW(nullptr, tip, TOOLTIPS_CLASSW, nullptr));) {
+                if (GetWindow(tip, GW_OWNER) == dialog.Window())
+                    SendMessageW(tip, TTM_GETTEXTW, std::size(text), reinterpret_cast<LPARAM>(&tool));
+            }
+            return std::wstring(text);
+        };
+        EXPECT_EQ(said(IDC_PART_DELETE), context_.text(IDS_TIP_CFG_DELETE));
+        EXPECT_EQ(said(IDC_NURBS), context_.text(IDS_TIP_CFG_NURBS) + L"\n" + remark);
+        EXPECT_TRUE(dialog.Enabled(IDC_NURBS));
+    });
+}
 
 }  // namespace
 }  // namespace morvex::test

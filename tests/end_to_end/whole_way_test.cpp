@@ -4,6 +4,7 @@
 #include <dlgs.h>
 #include <gtest/gtest.h>
 
+#include "convert/conversion_library.h"
 #include "res/resource.h"
 #include "res/string_ids.h"
 #include "tests/end_to_end/file_drag.h"
@@ -51,6 +52,17 @@ void NameFile(HWND owner, const std::wstring& path) {
         reinterpret_cast<LPARAM>(&entry));
     ASSERT_TRUE(entry.second);
     PostMessageW(dialog, WM_COMMAND, IDOK, reinterpret_cast<LPARAM>(GetDlgItem(dialog, IDOK)));
+}
+
+TEST(WholeWay, TheEngineKnowsItsSettings) {
+    const std::wstring engine =
+        std::wstring(FolderOf(ModulePath())) + L"\\..\\..\\bin\\Plugins\\Polyvane_x64.dll";
+    EXPECT_EQ(AskForEffect(engine, {{L"STL CONF", L"LINEAR_TOL"},
+                                    {L"MODIFICATION D'ATTRIBUT", L"VISIBILITY"},
+                                    {L"TRANSFORMATION ENTITES", L"BODY_TO_NURBS"},
+                                    {L"FILTRAGE DE DOMAINE", L"GEOM_LINK"},
+                                    {L"STL CONF", L"LINEAR"}}),
+              (std::vector<bool>{true, true, true, false, false}));
 }
 
 TEST(WholeWay, DropRunRepairAndReport) {

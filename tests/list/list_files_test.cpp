@@ -153,18 +153,21 @@ TEST(ListFiles, LastState) {
     const test::TempFolder program, user;
     const ProgramFolders folders = MakeProgramFolders(program.Path(), user.Path());
     const ConversionPairs pairs = StepToStlOnly();
-    EXPECT_EQ(ReadLastState(folders, pairs).kind, ListFileKind::CannotOpen);
+    EXPECT_EQ(ReadLastState(folders, pairs, false).kind, ListFileKind::CannotOpen);
 
     ASSERT_TRUE(SaveListFile(program / L"tmp_list.ini", ListOf({L"C:\\temporary.stp"}), kStepToStl));
-    EXPECT_THAT(ReadLastState(folders, pairs).paths, ElementsAre(L"C:\\temporary.stp"));
+    EXPECT_THAT(ReadLastState(folders, pairs, false).paths, ElementsAre(L"C:\\temporary.stp"));
 
     ASSERT_TRUE(SaveLastState(folders, ListOf({L"C:\\last.stp"}), kStepToStl));
     EXPECT_FALSE(PathExists(program / L"tmp_list.ini"));
     EXPECT_TRUE(PathExists(user / L"zel_last_state.ini"));
-    EXPECT_THAT(ReadLastState(folders, pairs).paths, ElementsAre(L"C:\\last.stp"));
+    EXPECT_THAT(ReadLastState(folders, pairs, false).paths, ElementsAre(L"C:\\last.stp"));
 
     test::WriteFileBytes(folders.lastState, "no list");
-    EXPECT_EQ(ReadLastState(folders, pairs).kind, ListFileKind::NotValid);
+    EXPECT_EQ(ReadLastState(folders, pairs, false).kind, ListFileKind::NotValid);
+    ASSERT_TRUE(SaveListFile(folders.lastState, ListOf({L"C:\\last.stp"}), {L"X (*.x)", L"Y (*.y)"}));
+    EXPECT_EQ(ReadLastState(folders, pairs, false).kind, ListFileKind::NotValid);
+    EXPECT_EQ(ReadLastState(folders, pairs, true).formats.output, L"Y (*.y)");
 }
 
 TEST(RecentFiles, RunsPutTheirBottomRowsFirst) {

@@ -184,4 +184,9 @@ __declspec(dllexport) int _zelGetVersion() {
 __declspec(dllexport) int _zelGetRelease() {
     return 20240930;
 }
+// Of all settings it uses one.
+__declspec(dllexport) int _zelUsesSetting(const wchar_t* section, const wchar_t* key) {
+    return _zelGetVersion() == 244 && std::wstring(section) == L"MODIFICATION D'ATTRIBUT" &&
+           std::wstring(key) == L"VISIBILITY";
+}
 }
