@@ -140,9 +140,10 @@ TEST(Serve, NothingOutlivesTheCaller) {
         SCOPED_TRACE(end);
         const ScratchFolder folder;
         Service service;
-        service.Send(Job(Sample("stl/head.stl"), 22, folder / "a.3mf", 50));
+        service.Send(Job(Sample("step/linkrods.step"), 4, folder / "a.3mf", 50));
         ASSERT_TRUE(service.Line().starts_with(MORVEX_LINE_PROGRESS));
         const pid_t job = ChildOf(service.Process());
+        ASSERT_GT(job, 0);
         kill(job, SIGSTOP);  // it does not come to its end by itself
         if (end == kCallerGone) service.Leave();
         if (end == kTerminated) kill(service.Process(), SIGTERM);
