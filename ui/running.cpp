@@ -107,7 +107,7 @@ void Running::OnNews() {
     if (news.outcome) OnEnded(*news.outcome);
 }
 
-void Running::TakeStatuses(std::vector<std::pair<size_t, RowStatus>> statuses) {
+void Running::TakeStatuses(std::vector<std::pair<size_t, RowStatus>>&& statuses) {
     for (auto& [file, status] : statuses) {
         if (status.state == RowState::Running)
             atWork_[file] = 0;

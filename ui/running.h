@@ -35,7 +35,7 @@ class Running {
 
   private:
     ConversionJob JobOfRows(const ConversionFormats& formats);
-    void TakeStatuses(std::vector<std::pair<size_t, RowStatus>> statuses);
+    void TakeStatuses(std::vector<std::pair<size_t, RowStatus>>&& statuses);
     void ShowProgress();
     void OnEnded(const RunOutcome& outcome);
 

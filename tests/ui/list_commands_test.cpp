@@ -108,6 +108,17 @@ TEST_F(MainWindowTest, RemovesAndMovesRows) {
 }
 
 TEST_F(MainWindowTest, SortsByHeaderAndKeepsTheSelection) {
+    const auto arrows = [this] {  // of the header, one character a column
+        std::wstring found;
+        for (WPARAM column = 0; column < kListColumns; ++column) {
+            HDITEMW item{};
+            item.mask = HDI_FORMAT;
+            SendMessageW(reinterpret_cast<HWND>(View().Send(LVM_GETHEADER)), HDM_GETITEMW, column,
+                         reinterpret_cast<LPARAM>(&item));
+            found += item.fmt & HDF_SORTUP ? L'^' : item.fmt & HDF_SORTDOWN ? L'v' : L'-';
+        }
+        return found;
+    };
     Open();
     AddFiles({L"B.stp", L"a.stp", L"c.stp"});
     MakeFile(L"B.stp", 999);
@@ -118,13 +129,18 @@ TEST_F(MainWindowTest, SortsByHeaderAndKeepsTheSelection) {
     ClickHeader(0);
     EXPECT_EQ(Names(), (Texts{L"c.stp", L"B.stp", L"a.stp"}));  // the first click turns the order round
     EXPECT_EQ(View().SelectedRows(), std::vector<size_t>{2});
+    EXPECT_EQ(arrows(), L"v---");
     ClickHeader(0);
     EXPECT_EQ(Names(), (Texts{L"a.stp", L"B.stp", L"c.stp"}));
+    EXPECT_EQ(arrows(), L"^---");
     ClickHeader(1);
     EXPECT_EQ(Column(ListColumn::Size), (Texts{L"10 b", L"999 b", L"1 KB"}));
     ClickHeader(1);
     EXPECT_EQ(Column(ListColumn::Size), (Texts{L"1 KB", L"999 b", L"10 b"}));
     EXPECT_EQ(View().SelectedRows(), std::vector<size_t>{0});
+    EXPECT_EQ(arrows(), L"-v--");
+    AddFiles({L"d.stp"});
+    EXPECT_EQ(arrows(), L"----");
 }
 
 TEST_F(MainWindowTest, ManyRowsMakeRoomForTheScrollBarOnce) {
