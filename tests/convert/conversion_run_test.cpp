@@ -171,6 +171,31 @@ TEST(ConversionRun, SurvivesFaultsOfTheLibrary) {
     EXPECT_EQ(test::ReadFileBytes(job.request.crashLog), test::Utf16Bytes(expected));
 }
 
+// What died while it wrote leaves nothing; what it had not come to write stays, the input above all.
+TEST(ConversionRun, OldFilesOutliveTheFaultsOfTheLibrary) {
+    const LibraryLog log(L"output,read");
+    const TempFolder folder;
+    Recorder recorder;
+    ConversionJob job = Job({L"a.stp"});
+    job.files[0].folder = folder.Path();
+    test::WriteFileBytes(folder / L"a.stp", "input");
+    const struct {
+        std::wstring script, output;
+        std::string left;
+    } cases[] = {
+        {L"read", L"a.stl", "old"}, {L"output,read", L"a.stl", ""}, {L"output", L".\\a.stp", "input"}};
+    for (const auto& [script, output, left] : cases) {
+        SetEnvironmentVariableW(L"MORVEX_TEST_SCRIPT", script.c_str());
+        if (output == L"a.stl") test::WriteFileBytes(folder / output, "old");
+        job.output = folder / output;
+        RunConversions(job, recorder);
+        EXPECT_EQ(recorder.last[0].state, RowState::Failed);
+        EXPECT_EQ(PathExists(*job.output), !left.empty());
+        EXPECT_EQ(test::ReadFileBytes(*job.output), left);
+    }
+    EXPECT_EQ(recorder.Last(0), L"Cannot write Output File");
+}
+
 TEST(ConversionRun, IsAbandonedWithoutAUsableLibrary) {
     const TempFolder folder;
     const std::wstring missing = folder / L"missing.dll";

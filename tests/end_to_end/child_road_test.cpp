@@ -232,7 +232,7 @@ TEST(ChildRoad, OverwritesNoFileOfAnotherFormat) {
 TEST(ChildRoad, LongInputsReachTheLibrary) {
     const Program program;
     const LibraryLog log;
-    for (const size_t length : {259, 260, 261, 400}) {
+    for (const size_t length : {259u, 260u, 261u, 400u}) {
         const std::wstring input = L"C:\\" + std::wstring(length - 7, L'l') + L".stp";
         program.Run(Quoted(input) + L" D:\\x\\");
         EXPECT_EQ(log.Calls().back().input, WithLongPrefix(input));
