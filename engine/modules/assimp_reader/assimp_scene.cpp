@@ -11,7 +11,7 @@
 
 #include "engine/common/text.h"
 #include "engine/modules/core/affine.h"
-#include "engine/modules/core/read_error.h"
+#include "engine/modules/core/keep_going.h"
 #include "engine/modules/core/scene.h"
 #include "engine/modules/core/vertex_colours.h"
 
@@ -201,7 +201,9 @@ Outcome ReadByAssimp(JobContext& context, const AssimpSource& source,
         return Damaged("The file could not be read: " + CleanUtf8(importer.GetErrorString()));
     }
     if (!log.said.loss.empty())
-        return Damaged("A part of the file could not be read: " + CleanUtf8(log.said.loss));
+        KeepGoing(context, [&] {
+            throw ReadError("A part of the file could not be read: " + CleanUtf8(log.said.loss));
+        });
     for (const std::string& line : log.said.lines) context.journal.Warn(line);
     if ((scene->mFlags & AI_SCENE_FLAGS_INCOMPLETE) != 0 && scene->mNumMeshes == 0) {
         return Outcome::Fail(ZEL_EMPTY, "The file contains no mesh");

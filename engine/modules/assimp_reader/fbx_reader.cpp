@@ -3,7 +3,6 @@
 
 #include "engine/modules/assimp_reader/assimp_scene.h"
 #include "engine/modules/core/input_bytes.h"
-#include "engine/modules/core/read_error.h"
 
 namespace morvex {
 namespace {
@@ -75,11 +74,9 @@ std::size_t AnnouncedMeshes(std::string_view file) {
 extern "C" Outcome ReadFbx(JobContext& context) {
     const InputBytes bytes(context.file);
     const std::size_t announced = AnnouncedMeshes(bytes.View());
-    return ReadByAssimp(context, {bytes.View(), "fbx"}, [announced](const aiScene& scene) {
-        if (scene.mNumMeshes < announced) {
-            throw ReadError(std::to_string(announced - scene.mNumMeshes) + " of " +
-                            std::to_string(announced) + " meshes belong to no node");
-        }
+    return ReadByAssimp(context, {bytes.View(), "fbx"}, [&](const aiScene& scene) {
+        context.journal.Account("meshes", static_cast<std::int64_t>(announced),
+                                static_cast<std::int64_t>(announced) - scene.mNumMeshes);
         return ToOurs(scene);
     });
 }

@@ -13,11 +13,9 @@ extern "C" Outcome ReadIfc(JobContext& context) {
     const gp_GTrsf toOurs(gp_Mat(kMillimetres, 0, 0, 0, 0, -kMillimetres, 0, kMillimetres, 0), gp_XYZ());
     Outcome outcome =
         ReadByAssimp(context, AssimpSource{ifc.text, "ifc"}, [&](const aiScene&) { return toOurs; });
-    if (ifc.lost.empty()) return outcome;
-    std::string what;
     for (const auto& [type, count] : ifc.lost)
-        what += (what.empty() ? "" : ", ") + std::to_string(count) + " " + type;
-    return Damaged("Solids that cannot be read: " + what);
+        context.journal.Lose(std::to_string(count) + " " + type + ", which cannot be read");
+    return outcome;
 }
 
 }  // namespace morvex

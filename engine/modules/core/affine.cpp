@@ -71,7 +71,11 @@ Handle(Poly_Triangulation) Transformed(const Handle(Poly_Triangulation) & mesh, 
     if (copy->HasNormals() && std::abs(determinant) > gp::Resolution()) {
         const gp_Mat turn = linear.Inverted().Transposed();
         for (int node = 1; node <= copy->NbNodes(); ++node) {
-            const gp_XYZ normal = copy->Normal(node).XYZ().Multiplied(turn);
+            gp_Vec3f own;  // of any length, none among them
+            copy->Normal(node, own);
+            const gp_XYZ normal = gp_XYZ(static_cast<double>(own.x()), static_cast<double>(own.y()),
+                                         static_cast<double>(own.z()))
+                                      .Multiplied(turn);
             if (normal.Modulus() > gp::Resolution()) copy->SetNormal(node, gp_Dir(normal));
         }
     }

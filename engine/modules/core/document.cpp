@@ -214,6 +214,10 @@ std::string Document::MeshFault() const {
             const gp_Pnt point = triangles.Node(node);
             if (!std::isfinite(point.X() + point.Y() + point.Z())) return "A coordinate is not a number";
         }
+        for (int at = 1; at <= triangles.Count(); ++at) {
+            const auto [least, most] = std::ranges::minmax(CornersOf(triangles.Mesh(), at));
+            if (least < 1 || most > triangles.NodeCount()) return "A triangle has a corner that is not there";
+        }
     }
     return {};
 }

@@ -49,8 +49,8 @@ class Document {
     TopoDS_Shape WholeShape() const;
 
     ModelCounts Count() const;
-    // What is wrong with the geometry of a mesh (a node that is no finite number, a face with nothing in it);
-    // else empty.
+    // What is wrong with the geometry of a mesh (a node that is no finite number, a corner without a node, a
+    // face with nothing in it); else empty.
     std::string MeshFault() const;
 
   private:

@@ -3,7 +3,6 @@
 #include <BRep_Tool.hxx>
 #include <TopExp_Explorer.hxx>
 #include <TopoDS.hxx>
-#include <utility>
 
 namespace morvex {
 
@@ -25,12 +24,6 @@ FaceTriangles::FaceTriangles(const TopoDS_Face& face) {
     mesh_ = BRep_Tool::Triangulation(face, location);
     place_ = location.Transformation();
     turned_ = (face.Orientation() == TopAbs_REVERSED) != place_.IsNegative();
-}
-
-std::array<int, 3> FaceTriangles::Corners(int number) const {
-    std::array<int, 3> corners = CornersOf(*mesh_, number);
-    if (turned_) std::swap(corners[1], corners[2]);
-    return corners;
 }
 
 std::array<int, 3> CornersOf(const Poly_Triangulation& mesh, int number) {

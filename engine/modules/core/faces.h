@@ -5,6 +5,7 @@
 #include <TopoDS_Face.hxx>
 #include <array>
 #include <gp_Trsf.hxx>
+#include <utility>
 #include <vector>
 
 namespace morvex {
@@ -26,7 +27,12 @@ class FaceTriangles {
     gp_Pnt Node(int number) const { return mesh_->Node(number).Transformed(place_); }
     int Count() const { return mesh_->NbTriangles(); }
     // The nodes of a triangle, counter-clockwise as seen from outside.
-    std::array<int, 3> Corners(int number) const;
+    std::array<int, 3> Corners(int number) const {
+        std::array<int, 3> corners{};
+        mesh_->Triangle(number).Get(corners[0], corners[1], corners[2]);
+        if (turned_) std::swap(corners[1], corners[2]);
+        return corners;
+    }
 
   private:
     Handle(Poly_Triangulation) mesh_;

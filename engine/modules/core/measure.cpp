@@ -2,9 +2,12 @@
 
 #include <BRepBndLib.hxx>
 #include <BRepGProp.hxx>
+#include <BRep_Tool.hxx>
 #include <Bnd_Box.hxx>
 #include <GProp_GProps.hxx>
 #include <TopExp_Explorer.hxx>
+#include <TopoDS.hxx>
+#include <TopoDS_Vertex.hxx>
 #include <algorithm>
 #include <unordered_set>
 
@@ -30,13 +33,14 @@ Measures MeasuresOf(const TriangleMoments& moments) {
     return measures;
 }
 
-std::optional<Measures> MeasureTriangles(const Document& document) {
+std::optional<Measures> MeasureTriangles(const Document& document, bool complete) {
     const ModelCounts counts = document.Count();
     if (counts.triangles == 0 || counts.triangles > kMostTriangles) return std::nullopt;
     TriangleMoments moments;
     for (const TopoDS_Face& face : FacesOf(document.WholeShape())) {
         const FaceTriangles triangles(face);
-        if (triangles.IsNull()) return std::nullopt;
+        if (triangles.IsNull() && complete) return std::nullopt;
+        if (triangles.IsNull()) continue;
         std::vector<Point> nodes(static_cast<std::size_t>(triangles.NodeCount()) + 1);
         for (int at = 1; at <= triangles.NodeCount(); ++at)
             nodes[static_cast<std::size_t>(at)] = PointOf(triangles.Node(at).XYZ());
@@ -72,29 +76,73 @@ std::optional<Measures> MeasureSurfaces(const Document& document) {
     return measures;
 }
 
+namespace {
+
+// Of the corners of the faces, in the places that the shape gives them, or in none.
+void AddCorners(const TopoDS_Shape& shape, bool placed, Extent& extent) {
+    for (TopExp_Explorer at(shape, TopAbs_VERTEX); at.More(); at.Next()) {
+        const TopoDS_Vertex& vertex = TopoDS::Vertex(at.Current());
+        extent.Add(PointOf(
+            BRep_Tool::Pnt(placed ? vertex : TopoDS::Vertex(vertex.Located(TopLoc_Location()))).XYZ()));
+    }
+}
+
+}  // namespace
+
 PartCounts CountParts(const Document& document) {
     PartCounts counts;
-    std::unordered_set<const TopoDS_TShape*> solids, faces;
+    std::unordered_set<const TopoDS_TShape*> known;
     for (const TDF_Label& part : document.Parts()) {
         const TopoDS_Shape shape = XCAFDoc_ShapeTool::GetShape(part);
         for (TopExp_Explorer at(shape, TopAbs_SOLID); at.More(); at.Next())
-            solids.insert(at.Current().TShape().get());
+            counts.solids += known.insert(at.Current().TShape().get()).second;
         for (const TopoDS_Face& face : FacesOf(shape)) {
-            if (!faces.insert(face.TShape().get()).second) continue;
+            if (!known.insert(face.TShape().get()).second) continue;
             const FaceTriangles triangles(face);
-            if (triangles.IsNull()) continue;
-            counts.triangles += triangles.Count();
-            for (int at = 1; at <= triangles.Count(); ++at) {
-                const auto corners = triangles.Corners(at);
-                const gp_Pnt a = triangles.Node(corners[0]), b = triangles.Node(corners[1]),
-                             c = triangles.Node(corners[2]);
-                counts.collapsed += a.IsEqual(b, 0) || b.IsEqual(c, 0) || c.IsEqual(a, 0);
-            }
+            ++counts.faces;
+            if (!triangles.IsNull()) counts.triangles += triangles.Count();
         }
     }
-    counts.solids = static_cast<std::int64_t>(solids.size());
-    counts.faces = static_cast<std::int64_t>(faces.size());
     return counts;
+}
+
+std::int64_t CountCollapsed(const Document& document) {
+    std::int64_t count = 0;
+    for (const TopoDS_Face& face : document.Faces()) {
+        const FaceTriangles triangles(face);
+        for (int at = 1; !triangles.IsNull() && at <= triangles.Count(); ++at) {
+            const auto corners = triangles.Corners(at);
+            const gp_Pnt a = triangles.Node(corners[0]), b = triangles.Node(corners[1]),
+                         c = triangles.Node(corners[2]);
+            count += a.IsEqual(b, 0) || b.IsEqual(c, 0) || c.IsEqual(a, 0);
+        }
+    }
+    return count;
+}
+
+Extent ExtentOfTriangles(const Document& document) {
+    Extent extent;
+    for (const TopoDS_Face& face : document.Faces()) {
+        const FaceTriangles triangles(face);
+        for (int at = 1; !triangles.IsNull() && at <= triangles.NodeCount(); ++at)
+            extent.Add(PointOf(triangles.Node(at).XYZ()));
+    }
+    return extent;
+}
+
+CornerExtents SurveyCorners(const Document& document) {
+    CornerExtents extents;
+    std::unordered_set<const TopoDS_TShape*> known;
+    for (const TDF_Label& part : document.Parts()) {
+        const TopoDS_Shape shape = XCAFDoc_ShapeTool::GetShape(part);
+        AddCorners(shape, true, extents.inParts);
+        AddCorners(shape, false, extents.bare);
+        for (TopExp_Explorer at(shape, TopAbs_VERTEX); at.More(); at.Next())
+            known.insert(at.Current().TShape().get());
+    }
+    AddCorners(document.WholeShape(), true, extents.placed);
+    extents.count = std::ssize(known);
+    return extents;
 }
 
 }  // namespace morvex

@@ -17,8 +17,8 @@ struct Measures {
     Point centre{};                // of gravity: of the body, or of the surface when it is not closed
 };
 
-// By the triangles, when all faces have some; none when that would take too long or a face has none.
-std::optional<Measures> MeasureTriangles(const Document& document);
+// By the triangles; none when that would take too long, or when a face has none and they must be `complete`.
+std::optional<Measures> MeasureTriangles(const Document& document, bool complete);
 // By the surfaces, which takes about as long as meshing them.
 std::optional<Measures> MeasureSurfaces(const Document& document);
 
@@ -27,8 +27,20 @@ Measures MeasuresOf(const TriangleMoments& moments);
 // The numbers of faces, solids and triangles with each part counted once, as most formats store them.
 struct PartCounts {
     std::int64_t solids = 0, faces = 0, triangles = 0;
-    std::int64_t collapsed = 0;  // triangles with two corners at one place
 };
 PartCounts CountParts(const Document& document);
+
+// Triangles with two corners at one place, each part counted once.
+std::int64_t CountCollapsed(const Document& document);
+
+// Of the corners of triangles, each part where it lies by itself.
+Extent ExtentOfTriangles(const Document& document);
+
+// Of the corners of faces. Formats differ in where they have those of a shape that is placed within others.
+struct CornerExtents {
+    std::int64_t count = 0;  // of corners, each part once
+    Extent bare, inParts, placed;
+};
+CornerExtents SurveyCorners(const Document& document);
 
 }  // namespace morvex

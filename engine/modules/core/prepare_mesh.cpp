@@ -1,11 +1,13 @@
 // Triangles for every face.
 #include <BRepBndLib.hxx>
 #include <BRepBuilderAPI_Copy.hxx>
+#include <BRepGProp.hxx>
 #include <BRepMesh_IncrementalMesh.hxx>
 #include <BRepTools.hxx>
 #include <BRep_Builder.hxx>
 #include <BRep_Tool.hxx>
 #include <Bnd_Box.hxx>
+#include <GProp_GProps.hxx>
 #include <IMeshTools_Parameters.hxx>
 #include <TopoDS.hxx>
 #include <TopoDS_Compound.hxx>
@@ -23,14 +25,27 @@ constexpr double kOwnAngle = 0.5;
 struct FaceSurvey {
     std::int64_t surfaces = 0;  // faces that can be meshed
     std::int64_t unmeshed = 0;  // of those
+    std::int64_t flat = 0;      // of those, ones without an area
 };
 
-FaceSurvey Survey(const TopoDS_Shape& shape) {
+bool HasArea(const TopoDS_Face& face) {
+    constexpr double kNone = 1e-9;
+    Bnd_Box box;
+    BRepBndLib::Add(face, box);
+    GProp_GProps surface;
+    BRepGProp::SurfaceProperties(face, surface);
+    return box.IsVoid() || !(std::abs(surface.Mass()) <= kNone * box.SquareExtent());
+}
+
+// Tells what is flat only where it is to `judge`, since that takes time.
+FaceSurvey Survey(const TopoDS_Shape& shape, bool judge = false) {
     FaceSurvey survey;
     for (const TopoDS_Face& face : FacesOf(shape)) {
         if (!HasSurface(face)) continue;
         ++survey.surfaces;
-        if (FaceTriangles(face).IsNull()) ++survey.unmeshed;
+        if (!FaceTriangles(face).IsNull()) continue;
+        ++survey.unmeshed;
+        survey.flat += judge && !HasArea(face);
     }
     return survey;
 }
@@ -88,13 +103,15 @@ Outcome MeshFaces(JobContext& context) {
 
     if (context.settings.smallestEdge > 0) MeshSmallFaces(parts, parameters);
 
-    const FaceSurvey survey = Survey(parts);
+    const FaceSurvey survey = Survey(parts, true);
     if (survey.unmeshed == survey.surfaces && !context.document.Count().triangles) {
         return Outcome::Fail(ZEL_FAILED, "No face could be meshed");
     }
-    if (survey.unmeshed > 0) {
-        context.journal.Lose(std::to_string(survey.unmeshed) + " of " + std::to_string(survey.surfaces) +
-                             " faces, which could not be meshed");
+    if (survey.flat > 0)
+        context.journal.Warn(std::to_string(survey.flat) + " faces without an area were left out");
+    if (survey.unmeshed > survey.flat) {
+        context.journal.Lose(std::to_string(survey.unmeshed - survey.flat) + " of " +
+                             std::to_string(survey.surfaces) + " faces, which could not be meshed");
     }
     return Outcome::Ok();
 }

@@ -37,6 +37,8 @@ Outcome CheckModel(JobContext& context) {
         const std::string fault = context.document.MeshFault();
         return fault.empty() ? Outcome::Ok() : Damaged(fault);
     }
+    const std::string& losses = context.journal.Losses();
+    if (!losses.empty()) return Damaged("Missing: " + losses);
     if (counts.edges == 0) return Outcome::Fail(ZEL_EMPTY, "The file contains no geometry");
     if (!context.settings.wireframe) {
         return Outcome::Fail(ZEL_EMPTY,
@@ -124,13 +126,13 @@ Outcome Convert(const Job& job) {
     if (outcome.IsOk()) outcome = JudgeLosses(context);
     if (!outcome.IsOk()) return outcome;
 
-    SendMeasures(context, "read");
+    const std::optional<Measures> size = SendMeasures(context);
     journal.Start(Phase::Write);
     context.file = job.target;
     context.progress = whole.Next(29);
     const auto write = reinterpret_cast<FormatFunction*>(job.load(to.writeModule, to.writeFunction));
     outcome = write(context);
-    if (outcome.IsOk()) outcome = VerifyWritten(context, job.load);
+    if (outcome.IsOk()) outcome = VerifyWritten(context, size, job.load);
     if (!outcome.IsOk()) return outcome;
     if (job.settings.picture || !job.request.picture.empty()) AddPicture(context, job.load);
     return outcome;

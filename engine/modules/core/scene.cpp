@@ -35,6 +35,14 @@ MapKey KeyOf(const gp_GTrsf& map) {
     return key;
 }
 
+bool IsSound(const gp_GTrsf& map) {
+    constexpr double kFarthest = 1e30;
+    for (int at = 0; at < 12; ++at) {
+        if (!(std::abs(map.Value(at / 4 + 1, at % 4 + 1)) <= kFarthest)) return false;
+    }
+    return true;
+}
+
 class SceneBuilder {
   public:
     SceneBuilder(Document& document, const Scene& scene)
@@ -70,8 +78,9 @@ class SceneBuilder {
     std::vector<Placed> Place(const std::vector<ScenePlacement>& placements, const gp_GTrsf& above) {
         std::vector<Placed> placed;
         for (const ScenePlacement& placement : placements) {
-            const gp_GTrsf ours = toOurs_ * placement.place * toFile_;
-            const AffineSplit split = SplitAffine(above * ours);
+            const gp_GTrsf whole = above * (toOurs_ * placement.place * toFile_);
+            if (!IsSound(whole)) throw ReadError("The place of a node is no number, or beyond all measure");
+            const AffineSplit split = SplitAffine(whole);
             const TDF_Label label = NodeLabel(placement.node, split.rest);
             const std::string& name =
                 placement.name.empty() ? scene_.nodes[placement.node].name : placement.name;

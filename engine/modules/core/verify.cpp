@@ -1,9 +1,11 @@
 #include "engine/modules/core/verify.h"
 
+#include <TDataStd_Name.hxx>
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <minizip/unzip.h>
+#include <set>
 
 #include "engine/modules/core/input_bytes.h"
 #include "engine/modules/core/measure.h"
@@ -25,17 +27,22 @@ std::string TextOf(std::initializer_list<double> numbers) {
     return text;
 }
 
+std::string TextOf(const Extent& extent) {
+    const auto& [low, high] = extent;
+    return TextOf({low[0], low[1], low[2], high[0], high[1], high[2]});
+}
+
 void Send(Journal& journal, const char* side, const Measures& measures) {
-    const auto& [low, high] = measures.box;
-    journal.Measure(side, "box", TextOf({low[0], low[1], low[2], high[0], high[1], high[2]}));
+    journal.Measure(side, "box", TextOf(measures.box));
     journal.Measure(side, "area", TextOf({measures.area}));
     if (measures.volume) journal.Measure(side, "volume", TextOf({*measures.volume}));
     journal.Measure(side, "centre", TextOf({measures.centre[0], measures.centre[1], measures.centre[2]}));
 }
 
+// Of the triangles as far as they are what gets written.
 std::optional<Measures> MeasuresFor(const JobContext& context, const Document& document) {
     if (context.settings.verify == kNothing) return std::nullopt;
-    const auto measures = MeasureTriangles(document);
+    const auto measures = MeasureTriangles(document, context.request.to->writerNeeds != Needs::Triangles);
     return measures || context.settings.verify < kAll ? measures : MeasureSurfaces(document);
 }
 
@@ -63,8 +70,35 @@ std::string UnpackedModel(const std::filesystem::path& file) {
 
 WrittenFacts Scan(const JobContext& context) {
     const FormatId format = context.request.to->id;
-    if (format == FormatId::ThreeMf) return ScanWritten(format, UnpackedModel(context.file));
-    return ScanWritten(format, InputBytes(context.file).View());
+    if (format == FormatId::ThreeMf) return ScanWritten(format, UnpackedModel(context.file), {});
+    std::filesystem::path side = context.file;
+    std::error_code error;
+    const bool sided = format == FormatId::Gltf && exists(side.replace_extension(".bin"), error);
+    return ScanWritten(format, InputBytes(context.file).View(),
+                       sided ? InputBytes(side).View() : std::string_view());
+}
+
+constexpr double kShare = 1e-5;  // of a model's size, which numbers in a file may be off
+
+double LargestOf(const Extent& box) {
+    double largest = 0;
+    for (std::size_t axis = 0; axis < 3; ++axis)
+        largest = std::max({largest, std::abs(box.low[axis]), std::abs(box.high[axis])});
+    return largest;
+}
+
+// Coordinates of binary mesh formats have 24 bits.
+double SlackOf(const Extent& box, double share) {
+    return share * box.Diagonal() + 1e-6 * LargestOf(box);
+}
+
+double Distance(const Extent& a, const Extent& b) {
+    double distance = 0;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        distance =
+            std::max({distance, std::abs(a.low[axis] - b.low[axis]), std::abs(a.high[axis] - b.high[axis])});
+    }
+    return distance;
 }
 
 class Comparison {
@@ -86,14 +120,31 @@ class Comparison {
         Differ(what, TextOf({written}), TextOf({expected}), written < expected * 0.99);
     }
 
-    // Rounded coordinates keep their place within `slack` millimetres.
-    void Size(const Measures& written, const Measures& expected, double share) {
-        const double diagonal = expected.box.Diagonal(), slack = share * diagonal;
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-            const double excess = std::max(std::abs(written.box.low[axis] - expected.box.low[axis]),
-                                           std::abs(written.box.high[axis] - expected.box.high[axis]));
-            if (excess > slack) Differ("box", "another one", "", excess > diagonal / 100);
+    // Rounding moves points by a share of the whole.
+    void Box(const Extent& written, const Extent& expected, double share) {
+        const double diagonal = expected.Diagonal(), excess = Distance(written, expected);
+        if (excess > SlackOf(expected, share))
+            Differ("box", TextOf(written), TextOf(expected), excess > diagonal / 100);
+    }
+
+    // The corners of faces, which writers may leave out or add where a surface closes on itself. All are
+    // there when there are as many as in the model.
+    void Corners(const Extent& written, const CornerExtents& expected, bool all) {
+        double least = 1e300;
+        for (const Extent& one : {expected.inParts, expected.placed, expected.bare}) {
+            Extent both = one;
+            both.Add(written.low);
+            both.Add(written.high);
+            least = std::min(least, Distance(all ? written : both, one));
         }
+        if (least > SlackOf(expected.placed, kShare))
+            Differ("extent", TextOf(written), TextOf(expected.inParts), false);
+    }
+
+    // Rounded coordinates keep their place within a share of the model's size.
+    void Size(const Measures& written, const Measures& expected, double share) {
+        const double diagonal = expected.box.Diagonal();
+        Box(written.box, expected.box, share);
         Number("area", written.area, expected.area, share * std::max(expected.area, diagonal * diagonal));
         if (written.volume && expected.volume)
             Number("volume", *written.volume, *expected.volume,
@@ -114,15 +165,6 @@ class Comparison {
     std::string gone_;
 };
 
-// Coordinates of binary mesh formats have 24 bits.
-double RoundingOf(const Measures& measures) {
-    double largest = 0;
-    for (std::size_t axis = 0; axis < 3; ++axis)
-        largest = std::max({largest, std::abs(measures.box.low[axis]), std::abs(measures.box.high[axis])});
-    const double diagonal = measures.box.Diagonal();
-    return 1e-5 + (diagonal > 0 ? 1e-6 * largest / diagonal : 0);
-}
-
 void SendFacts(Journal& journal, const WrittenFacts& written) {
     const auto send = [&](const char* what, std::optional<std::int64_t> number) {
         if (number) journal.Count("written", what, *number);
@@ -136,21 +178,74 @@ void SendFacts(Journal& journal, const WrittenFacts& written) {
         Send(journal, "written", MeasuresOf(*written.geometry));
 }
 
-void CompareScan(JobContext& context, const WrittenFacts& written, Comparison& comparison) {
+// Sends them as the box where no part is moved, else as the extent of what lies in the file.
+void ComparePoints(JobContext& context, const std::optional<Measures>& size, const WrittenFacts& written,
+                   Comparison& comparison) {
+    Extent unmoved = ExtentOfTriangles(context.document);
+    if (context.request.to->writerNeeds == Needs::Triangles) {
+        comparison.Box(*written.points, unmoved, kShare);
+    } else if (const CornerExtents corners = SurveyCorners(context.document); corners.count > 0) {
+        unmoved = {};  // surfaces reach farther than their corners
+        // Formats differ in what they keep of curves without a face.
+        if (context.document.Count().edges == 0)
+            comparison.Corners(*written.points, corners, written.corners == corners.count);
+    }
+    const bool inPlace = size && size->box.low == unmoved.low && size->box.high == unmoved.high;
+    context.journal.Measure("written", inPlace ? "box" : "extent", TextOf(*written.points));
+}
+
+void CompareScan(JobContext& context, const std::optional<Measures>& size, const WrittenFacts& written,
+                 Comparison& comparison) {
     const ModelCounts placed = context.document.Count();
     const PartCounts once = CountParts(context.document);
     comparison.Count("solids", written.solids, once.solids, placed.solids);
     comparison.Count("faces", written.faces, once.faces, placed.faces);
+    // Writers leave out what has collapsed.
+    const bool fewer = written.triangles && *written.triangles < std::min(once.triangles, placed.triangles);
     comparison.Count("triangles", written.triangles, once.triangles, placed.triangles,
-                     placed.instances * once.collapsed);
-    if (!written.geometry || written.geometry->Count() == 0) return;
-    const Measures measures = MeasuresOf(*written.geometry);
-    if (const auto expected = MeasureTriangles(context.document))
-        comparison.Size(measures, *expected, RoundingOf(*expected));
+                     fewer ? placed.instances * CountCollapsed(context.document) : 0);
+    if (written.geometry && written.geometry->Count() > 0 && size)
+        comparison.Size(MeasuresOf(*written.geometry), *size,
+                        kShare + SlackOf(size->box, 0) / std::max(size->box.Diagonal(), 1e-300));
+    if (written.points) ComparePoints(context, size, written, comparison);
+}
+
+// Of parts and of what places them.
+std::set<std::string> NamesOf(const Document& document) {
+    std::set<std::string> names;
+    const auto add = [&](const TDF_Label& label) {
+        Handle(TDataStd_Name) name;
+        if (label.FindAttribute(TDataStd_Name::GetID(), name))
+            names.insert(TCollection_AsciiString(name->Get()).ToCString());
+    };
+    TDF_LabelSequence shapes;
+    document.Shapes()->GetShapes(shapes);
+    for (const TDF_Label& shape : shapes) {
+        TDF_LabelSequence components;
+        XCAFDoc_ShapeTool::GetComponents(shape, components);
+        add(shape);
+        for (const TDF_Label& component : components) add(component);
+    }
+    return names;
+}
+
+void CompareNames(JobContext& context, const Document& found) {
+    const std::set<std::string> expected = NamesOf(context.document), there = NamesOf(found);
+    const auto missing =
+        std::ranges::count_if(expected, [&](const std::string& name) { return !there.contains(name); });
+    if (missing > 0)
+        context.journal.Warn("The written file lacks " + std::to_string(missing) + " of " +
+                             std::to_string(expected.size()) + " names");
+}
+
+bool KeepsNames(FormatId format) {
+    return format == FormatId::Step || format == FormatId::Gltf || format == FormatId::Glb ||
+           format == FormatId::Fbx;
 }
 
 // Reads the written file as if it were an input.
-Outcome CompareReadBack(JobContext& context, LoadFunction* load, bool measured, Comparison& comparison) {
+Outcome CompareReadBack(JobContext& context, const std::optional<Measures>& size, LoadFunction* load,
+                        bool measured, Comparison& comparison) {
     const Format& format = *context.request.to;
     if (format.readModule == nullptr) return Outcome::Ok();
     Document document;
@@ -176,7 +271,8 @@ Outcome CompareReadBack(JobContext& context, LoadFunction* load, bool measured, 
     if (format.id != FormatId::Stl && format.id != FormatId::Brep && found.colours < expected.colours)
         context.journal.Warn("The written file has " + std::to_string(found.colours) + " of " +
                              std::to_string(expected.colours) + " colours");
-    const auto size = MeasuresFor(context, context.document), sizeFound = MeasuresFor(back, document);
+    if (KeepsNames(format.id)) CompareNames(context, document);
+    const auto sizeFound = MeasuresFor(back, document);
     if (!size || !sizeFound) return Outcome::Ok();
     if (!measured) Send(context.journal, "written", *sizeFound);
     comparison.Size(*sizeFound, *size, 1e-3);
@@ -185,18 +281,21 @@ Outcome CompareReadBack(JobContext& context, LoadFunction* load, bool measured, 
 
 }  // namespace
 
-void SendMeasures(const JobContext& context, const char* side) {
-    if (const auto measures = MeasuresFor(context, context.document)) Send(context.journal, side, *measures);
+std::optional<Measures> SendMeasures(const JobContext& context) {
+    const auto measures = MeasuresFor(context, context.document);
+    if (measures) Send(context.journal, "read", *measures);
+    return measures;
 }
 
-Outcome VerifyWritten(JobContext& context, LoadFunction* load) {
+Outcome VerifyWritten(JobContext& context, const std::optional<Measures>& size, LoadFunction* load) {
     if (context.settings.verify == kNothing) return Outcome::Ok();
     Comparison comparison(context.journal);
     const WrittenFacts written = Scan(context);
     SendFacts(context.journal, written);
-    CompareScan(context, written, comparison);
+    CompareScan(context, size, written, comparison);
     if (context.settings.verify == kAll) {
-        const Outcome outcome = CompareReadBack(context, load, written.geometry.has_value(), comparison);
+        const Outcome outcome =
+            CompareReadBack(context, size, load, written.geometry.has_value(), comparison);
         if (!outcome.IsOk()) return outcome;
     }
     if (comparison.Gone().empty()) return Outcome::Ok();

@@ -54,7 +54,8 @@ struct DxfDrawing {
     std::size_t flat = 0;                                 // curves, texts and the like
 };
 
-// Throws ReadError where the text contradicts itself.
-DxfDrawing ParseDxf(std::string_view text);
+// Throws ReadError where the text contradicts itself; with `keepPartial`, an entity that does so counts as
+// lost.
+DxfDrawing ParseDxf(std::string_view text, bool keepPartial);
 
 }  // namespace morvex

@@ -38,6 +38,7 @@ class DxfText {
 
     // False at the end of the text. Throws ReadError where a code is no number.
     bool Next(DxfRecord& record);
+    std::size_t Line() const { return line_; }  // up to which the text has been taken
 
   private:
     void TakeGroup();

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "engine/modules/core/read_error.h"
+#include "engine/modules/core/keep_going.h"
 #include "engine/modules/dxf_reader/dxf_drawing.h"
 #include "engine/modules/dxf_reader/dxf_surfaces.h"
 
@@ -64,7 +64,7 @@ DxfColour ColourOf(const DxfRecord& record) {
 
 class DxfParser {
   public:
-    explicit DxfParser(std::string_view text) : text_(text) {}
+    DxfParser(std::string_view text, bool keepPartial) : text_(text), keepPartial_(keepPartial) {}
 
     DxfDrawing Parse() {
         drawing_.blocks[""];
@@ -76,7 +76,7 @@ class DxfParser {
             if (name == "HEADER") TakeHeader();
             Advance();
             for (; more_ && record_.type != "ENDSEC";
-                 name == "BLOCKS" || name == "ENTITIES" ? TakeEntity() : TakeOther())
+                 name == "BLOCKS" || name == "ENTITIES" ? TakeEntityOrLose() : TakeOther())
                 if (record_.type == "EOF" || record_.type == "SECTION") break;
             if (!more_ || record_.type != "ENDSEC") throw ReadError("A section of the file has no end");
             block_ = "";
@@ -99,6 +99,18 @@ class DxfParser {
     void TakeOther() {
         if (record_.type == "LAYER") drawing_.layers[std::string(record_.Text(2))] = ColourOf(record_);
         Advance();
+    }
+
+    // Behind an entity that is lost the next one follows, unless what is left of it has been taken already.
+    void TakeEntityOrLose() {
+        const std::string type(record_.type);
+        const std::size_t line = text_.Line();
+        KeepGoing(
+            keepPartial_, [this] { TakeEntity(); },
+            [&](const char*) {
+                ++drawing_.lost[type];
+                if (text_.Line() == line) Advance();
+            });
     }
 
     void TakeEntity() {
@@ -185,6 +197,7 @@ class DxfParser {
     }
 
     DxfText text_;
+    bool keepPartial_;
     DxfRecord record_;  // that is looked at
     bool more_ = false;
     DxfDrawing drawing_;
@@ -193,8 +206,8 @@ class DxfParser {
 
 }  // namespace
 
-DxfDrawing ParseDxf(std::string_view text) {
-    return DxfParser(text).Parse();
+DxfDrawing ParseDxf(std::string_view text, bool keepPartial) {
+    return DxfParser(text, keepPartial).Parse();
 }
 
 }  // namespace morvex

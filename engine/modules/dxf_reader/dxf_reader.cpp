@@ -5,7 +5,7 @@
 #include "engine/common/text.h"
 #include "engine/modules/core/context.h"
 #include "engine/modules/core/input_bytes.h"
-#include "engine/modules/core/read_error.h"
+#include "engine/modules/core/keep_going.h"
 #include "engine/modules/core/scene.h"
 #include "engine/modules/core/text_lines.h"
 #include "engine/modules/dxf_reader/dxf_drawing.h"
@@ -41,7 +41,8 @@ std::string NameOf(std::string_view text) {
 
 class DrawingBuilder {
   public:
-    explicit DrawingBuilder(const DxfDrawing& drawing) : drawing_(drawing) {
+    DrawingBuilder(const JobContext& context, const DxfDrawing& drawing)
+        : context_(context), drawing_(drawing) {
         scene_.toOurs.SetVectorialPart(gp_Mat(drawing.unit, 0, 0, 0, drawing.unit, 0, 0, 0, drawing.unit));
     }
 
@@ -54,7 +55,8 @@ class DrawingBuilder {
             scene_.roots.push_back({scene_.nodes.size(), gp_GTrsf(), {}});
             scene_.nodes.push_back({NameOf(layer), {AddMeshes(NameOf(layer), meshes, {})}, {}});
         }
-        for (const DxfInsert& insert : model.inserts) Place(insert, {}, scene_.roots);
+        for (const DxfInsert& insert : model.inserts)
+            KeepGoing(context_, [&] { Place(insert, {}, scene_.roots); });
         // Blocks within blocks come to the end of the list while it is worked off.
         for (std::size_t at = 0; at < pending_.size(); ++at) {
             const auto [block, inherited, node] = pending_[at];
@@ -167,10 +169,12 @@ class DrawingBuilder {
         if (!meshes.empty())
             scene_.nodes[node].meshes = {AddMeshes(scene_.nodes[node].name, meshes, inherited)};
         std::vector<ScenePlacement> children;
-        for (const DxfInsert& insert : block.inserts) Place(insert, inherited, children);
+        for (const DxfInsert& insert : block.inserts)
+            KeepGoing(context_, [&] { Place(insert, inherited, children); });
         scene_.nodes[node].children = std::move(children);
     }
 
+    const JobContext& context_;
     const DxfDrawing& drawing_;
     Scene scene_;
     std::map<std::pair<std::string, Inherited>, std::size_t> nodes_;
@@ -183,15 +187,18 @@ class DrawingBuilder {
 extern "C" Outcome ReadDxf(JobContext& context) {
     const InputBytes bytes(context.file);
     const DecodedText text(bytes.View());
-    const DxfDrawing drawing = ParseDxf(text.View());
-    AddScene(context.document, DrawingBuilder(drawing).Build(), context.file.stem().string());
+    const DxfDrawing drawing = ParseDxf(text.View(), context.settings.keepPartial);
+    AddScene(context.document, DrawingBuilder(context, drawing).Build(), context.file.stem().string());
     const bool empty = context.document.Roots().IsEmpty();
     if (!drawing.lost.empty()) {
         std::string what;
         for (const auto& [type, count] : drawing.lost) {
             what += (what.empty() ? "" : ", ") + std::to_string(count) + " " + type.substr(0, 40);
         }
-        return Outcome::Fail(empty ? ZEL_VERSION : ZEL_CORRUPTED, "Entities that cannot be read: " + what);
+        what = "Entities that cannot be read: " + what;
+        if (!context.settings.keepPartial || empty)
+            return Outcome::Fail(empty ? ZEL_VERSION : ZEL_CORRUPTED, what);
+        context.journal.Lose(what);
     }
     if (empty) {
         return Outcome::Fail(ZEL_EMPTY, drawing.flat > 0

@@ -4,7 +4,7 @@
 #include <gp_Quaternion.hxx>
 
 #include "engine/modules/core/context.h"
-#include "engine/modules/core/read_error.h"
+#include "engine/modules/core/keep_going.h"
 #include "engine/modules/core/scene.h"
 #include "engine/modules/gltf_reader/gltf_file.h"
 #include "engine/modules/gltf_reader/gltf_materials.h"
@@ -92,12 +92,16 @@ class GltfReader {
             skins += Member(node, "skin") != nullptr;
             // By number: instances add nodes.
             scene_.nodes[number].name = Text(node, "name");
-            if (const auto mesh = Whole(node, "mesh")) {
-                ReadMesh(*mesh);
-                if (!ReadInstances(node, number, *mesh)) scene_.nodes[number].meshes = {*mesh};
-            }
-            for (const std::uint64_t child : Wholes(node, "children"))
-                scene_.nodes[number].children.push_back(Child(child));
+            KeepGoing(context_, [&] {
+                if (const auto mesh = Whole(node, "mesh")) {
+                    ReadMesh(*mesh);
+                    if (!ReadInstances(node, number, *mesh)) scene_.nodes[number].meshes = {*mesh};
+                }
+            });
+            KeepGoing(context_, [&] {
+                for (const std::uint64_t child : Wholes(node, "children"))
+                    scene_.nodes[number].children.push_back(Child(child));
+            });
         }
         if (skins > 0)
             context_.journal.Warn(std::to_string(skins) +
@@ -148,11 +152,13 @@ class GltfReader {
         const Json* const primitives = Member(mesh, "primitives");
         if (primitives == nullptr || !primitives->IsArray()) throw ReadError("A mesh has no primitives");
         for (const Json& primitive : primitives->GetArray()) {
-            const Handle(XCAFDoc_VisMaterial) material = materials_.Of(primitive);
-            for (SceneFace& face : meshes_.Faces(primitive)) {
-                Style(face, material);
-                scene_.meshes[number].faces.push_back(face);
-            }
+            KeepGoing(context_, [&] {
+                const Handle(XCAFDoc_VisMaterial) material = materials_.Of(primitive);
+                for (SceneFace& face : meshes_.Faces(primitive)) {
+                    Style(face, material);
+                    scene_.meshes[number].faces.push_back(face);
+                }
+            });
         }
     }
 

@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <limits>
 #include <map>
 #include <optional>
 
+#include "engine/modules/core/keep_going.h"
 #include "engine/modules/core/polygon.h"
 #include "engine/modules/core/read_error.h"
 #include "engine/modules/core/text_lines.h"
@@ -14,19 +16,21 @@ namespace morvex {
 namespace {
 
 constexpr std::string_view kWithoutGeometry[] = {
-    "s",         "mg",    "usemap", "maplib", "bevel", "c_interp", "d_interp", "lod",  "shadow_obj",
-    "trace_obj", "ctech", "stech",  "cstype", "deg",   "bmat",     "step",     "parm", "trim",
-    "hole",      "scrv",  "sp",     "end",    "con",   "vp",       "call",     "csh",  "curv2"};
+    "s",     "mg",    "usemap", "maplib", "bevel", "c_interp", "d_interp", "lod",  "shadow_obj", "trace_obj",
+    "ctech", "stech", "cstype", "deg",    "bmat",  "step",     "parm",     "trim", "hole",       "scrv",
+    "sp",    "end",   "con",    "vp",     "vc",    "call",     "csh",      "curv2"};
 
 class ObjParser {
   public:
-    explicit ObjParser(std::string_view text) : text_(text) {}
+    ObjParser(std::string_view text, bool keepPartial) : text_(text), keepPartial_(keepPartial) {}
 
     ObjFile Parse() {
         while (const auto line = NextLine()) {
             std::string_view rest = *line;
             const std::string_view keyword = TakeWord(rest);
-            if (!keyword.empty() && keyword.front() != '#') Take(keyword, rest);
+            if (keyword.empty() || keyword.front() == '#') continue;
+            KeepGoing(
+                keepPartial_, [&] { Take(keyword, rest); }, [&](const char*) { Lose(keyword); });
         }
         std::erase_if(file_.groups, [](const ObjGroup& group) { return group.patches.empty(); });
         if (!anyColour_) file_.colours.clear();
@@ -51,6 +55,15 @@ class ObjParser {
 
     [[noreturn]] void Fail() const {
         throw ReadError("Line " + std::to_string(number_) + " of the file makes no sense");
+    }
+
+    // Something stands in for what others count on; a face with that for a corner is lost as well.
+    void Lose(std::string_view keyword) {
+        ++file_.lost;
+        if (keyword == "v") file_.points.push_back({kNowhere, kNowhere, kNowhere});
+        if (keyword == "v" && anyColour_) file_.colours.push_back({1, 1, 1});
+        if (keyword == "vn") file_.normals.push_back({});
+        if (keyword == "vt") file_.texture.push_back({});
     }
 
     void Take(std::string_view keyword, std::string_view rest) {
@@ -151,6 +164,7 @@ class ObjParser {
         corner.texture = Index(part(), file_.texture.size());
         corner.normal = Index(part(), file_.normals.size());
         if (corner.point == ObjCorner::kNone || !word.empty()) Fail();
+        if (!std::isfinite(file_.points[corner.point][0])) Fail();
         return corner;
     }
 
@@ -189,7 +203,10 @@ class ObjParser {
         return *patch_;
     }
 
+    static constexpr double kNowhere = std::numeric_limits<double>::quiet_NaN();
+
     std::string_view text_;
+    bool keepPartial_;
     std::string joined_;
     std::size_t number_ = 0;  // of the line
     ObjFile file_;
@@ -204,8 +221,8 @@ class ObjParser {
 
 }  // namespace
 
-ObjFile ParseObj(std::string_view text) {
-    return ObjParser(text).Parse();
+ObjFile ParseObj(std::string_view text, bool keepPartial) {
+    return ObjParser(text, keepPartial).Parse();
 }
 
 }  // namespace morvex

@@ -33,9 +33,10 @@ struct ObjFile {
     std::vector<ObjGroup> groups;
     std::vector<std::string> materialFiles;  // as they are named
     std::size_t curves = 0, surfaces = 0;    // lines and points; free-form surfaces, which are not read
+    std::size_t lost = 0;                    // lines that make no sense
 };
 
-// Throws ReadError at a line that makes no sense.
-ObjFile ParseObj(std::string_view text);
+// Throws ReadError at a line that makes no sense; with `keepPartial` it goes on behind that.
+ObjFile ParseObj(std::string_view text, bool keepPartial);
 
 }  // namespace morvex

@@ -97,7 +97,9 @@ void ReadMaterialFiles(JobContext& context, const ObjFile& file, ObjMaterials& m
 
 extern "C" Outcome ReadObj(JobContext& context) {
     const InputBytes bytes(context.file);
-    const ObjFile file = ParseObj(DecodedText(bytes.View()).View());
+    const ObjFile file = ParseObj(DecodedText(bytes.View()).View(), context.settings.keepPartial);
+    if (file.lost > 0)
+        context.journal.Lose(std::to_string(file.lost) + " lines of the file, which make no sense");
     if (file.surfaces > 0) {
         throw ReadError(std::to_string(file.surfaces) + " free-form surfaces are not supported", ZEL_VERSION);
     }

@@ -51,6 +51,26 @@ IgesScan::IgesScan(std::string_view text) {
     }
 }
 
+std::vector<std::string> IgesParameters(std::string_view text, int type) {
+    constexpr std::size_t kParameters = 64;
+    std::vector<std::string> all;
+    bool open = false, wanted = false;
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find('\n'), text.size());
+        const std::string_view line = text.substr(0, end);
+        text.remove_prefix(std::min(end + 1, text.size()));
+        if (line.size() <= kLetter || line[kLetter] != 'P') continue;
+        const std::string_view part = line.substr(0, kParameters);
+        if (!open) {
+            wanted = NumberIn(part) == type;
+            if (wanted) all.emplace_back();
+        }
+        open = part.find(';') == std::string_view::npos;
+        if (wanted) all.back() += part;
+    }
+    return all;
+}
+
 std::int64_t IgesScan::Count(int type) const {
     return std::ranges::count(entries, type, &IgesEntry::type);
 }

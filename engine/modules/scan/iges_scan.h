@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -24,5 +25,8 @@ struct IgesScan {
 
     std::int64_t Count(int type) const;
 };
+
+// The parameters of all entities of that type, each in one text that begins with the type.
+std::vector<std::string> IgesParameters(std::string_view text, int type);
 
 }  // namespace morvex

@@ -32,10 +32,15 @@ void ScanBinary(std::string_view bytes, StlSink& sink, StlFacts& facts) {
     facts.solids = 1;
     facts.facets = static_cast<std::int64_t>(AnnouncedFacets(bytes));
     sink.BeginSolid({});
-    std::int64_t good = 0;
+    std::int64_t good = 0, blank = 0;  // blank: what a gap in the file leaves, one byte all over
     for (std::int64_t at = 0; at < facts.facets; ++at) {
         const std::size_t start = kHeader + kFacet * static_cast<std::size_t>(at);
         if (start + kFacet > bytes.size()) break;
+        const std::string_view facet = bytes.substr(start, kFacet);
+        if (facet.find_first_not_of(facet.front()) == facet.npos) {
+            ++blank;
+            continue;
+        }
         std::array<float, 9> numbers;
         std::memcpy(numbers.data(), bytes.data() + start + kNormal, sizeof numbers);
         std::array<StlPoint, 3> corners;
@@ -46,7 +51,7 @@ void ScanBinary(std::string_view bytes, StlSink& sink, StlFacts& facts) {
         ++good;
     }
     facts.bad = facts.facets - good;
-    if (facts.bad > 0) facts.fault = "coordinates that are numbers";
+    if (facts.bad > 0) facts.fault = blank > 0 ? "facets with contents" : "coordinates that are numbers";
 }
 
 struct Fault : std::runtime_error {

@@ -23,8 +23,8 @@ class TriangleMoments {
 
     std::int64_t Count() const { return count_; }
     const Extent& Box() const { return box_; }
-    double Area() const { return area_; }
-    double Volume() const { return volume_; }
+    double Area() const { return areas_ / 2; }
+    double Volume() const { return volumes_ / 6; }
     // Closed surfaces face all directions alike. One that is not closed encloses nothing.
     bool IsClosed() const;
     // Of the body when it is closed, else of the surface.
@@ -33,9 +33,10 @@ class TriangleMoments {
   private:
     std::int64_t count_ = 0;
     Extent box_;
-    double area_ = 0, volume_ = 0;
-    Point facing_{};  // sum of the areas' vectors
-    Point areaMoment_{}, bodyMoment_{};
+    double areas_ = 0;                   // twice
+    double volumes_ = 0;                 // six times
+    Point facing_{};                     // sum of the areas' vectors, twice
+    Point areaMoment_{}, bodyMoment_{};  // of the above, three times that of areas, four that of volumes
 };
 
 }  // namespace morvex

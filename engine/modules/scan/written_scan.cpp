@@ -1,47 +1,51 @@
 #include "engine/modules/scan/written_scan.h"
 
-#include <algorithm>
-#include <charconv>
-#include <cstring>
 #include <set>
-#include <vector>
 
 #include "engine/modules/scan/brep_scan.h"
 #include "engine/modules/scan/iges_scan.h"
+#include "engine/modules/scan/number_reader.h"
 #include "engine/modules/scan/step_scan.h"
-#include "engine/modules/scan/stl_scan.h"
+#include "engine/modules/scan/written_mesh_scan.h"
 
 namespace morvex {
 namespace {
 
 using std::string_view;
 
-std::int64_t CountOf(string_view text, string_view what) {
-    std::int64_t count = 0;
-    for (std::size_t at = 0; (at = text.find(what, at)) != string_view::npos; at += what.size()) ++count;
-    return count;
-}
-
-std::int64_t NumberAt(string_view text, std::size_t at) {
-    std::int64_t number = 0;
-    if (at < text.size()) std::from_chars(text.data() + at, text.data() + text.size(), number);
-    return number;
-}
-
-// The sum of the numbers that stand behind each `label`.
-std::int64_t SumOf(string_view text, string_view label) {
-    std::int64_t sum = 0;
-    for (std::size_t at = 0; (at = text.find(label, at)) != string_view::npos;) {
-        at += label.size();
-        sum += NumberAt(text, at);
+class CornerList {
+  public:
+    void Add(const Point& point) {
+        extent_.Add(point);
+        ++count_;
     }
-    return sum;
+    bool IsEmpty() const { return count_ == 0; }
+    void Tell(WrittenFacts& facts) const {
+        if (count_ == 0) return;
+        facts.points = extent_;
+        facts.corners = count_;
+    }
+
+  private:
+    Extent extent_;
+    std::int64_t count_ = 0;
+};
+
+Point PointOf(const StepScan& file, const StepInstance& vertex) {
+    const std::size_t at = vertex.values.rfind('#');
+    const StepInstance* const point =
+        at == string_view::npos ? nullptr : file.Find(StepReference(vertex.values.substr(at)));
+    const std::size_t list = point == nullptr ? string_view::npos : point->values.rfind('(');
+    Point numbers{};
+    if (list != string_view::npos) NumberReader(point->values.substr(list)).Read(numbers);
+    return numbers;
 }
 
 WrittenFacts ScanStep(string_view text) {
     WrittenFacts facts;
     std::int64_t solids = 0, faces = 0, edges = 0;
     std::set<string_view> colours;
+    CornerList corners;
     const StepScan scan(text);
     for (const StepInstance& instance : scan.Instances()) {
         const string_view type = instance.type;
@@ -49,112 +53,69 @@ WrittenFacts ScanStep(string_view text) {
         solids += type == "MANIFOLD_SOLID_BREP" || type == "BREP_WITH_VOIDS" || type == "FACETED_BREP";
         if (type == "GEOMETRIC_CURVE_SET" || type == "GEOMETRIC_SET")
             edges += static_cast<std::int64_t>(StepReferences(instance.values).size());
+        if (type == "VERTEX_POINT") corners.Add(PointOf(scan, instance));
         if (type == "COLOUR_RGB" || type == "DRAUGHTING_PRE_DEFINED_COLOUR") colours.insert(instance.values);
     }
     facts.solids = solids, facts.faces = faces, facts.edges = edges;
     facts.colours = static_cast<std::int64_t>(colours.size());
+    corners.Tell(facts);
     return facts;
 }
 
 WrittenFacts ScanIges(string_view text) {
+    constexpr int kVertexList = 502;
     const IgesScan scan(text);
     WrittenFacts facts;
     facts.solids = scan.Count(186);
     facts.faces = scan.Count(143) + scan.Count(144) + scan.Count(510);
+    CornerList corners;
+    for (const std::string& list : IgesParameters(text, kVertexList)) {
+        NumberReader reader(list);
+        Point point{};
+        double number = 0;
+        // The type and the number of vertices come first.
+        if (reader.Read(number) && reader.Read(number))
+            while (reader.Read(point)) corners.Add(point);
+    }
+    corners.Tell(facts);
     return facts;
+}
+
+// Each vertex is a line "Ve", its tolerance, and its point; without any, the shape is made of triangles.
+CornerList CornersOfBrep(string_view text) {
+    CornerList corners;
+    Point point{};
+    constexpr string_view kVertex = "\nVe\n", kMeshes = "\nTriangulations ";
+    for (std::size_t at = 0; (at = text.find(kVertex, at)) != string_view::npos;) {
+        at += kVertex.size();
+        NumberReader reader(text.substr(at, text.find('*', at) - at));
+        double tolerance = 0;
+        if (reader.Read(tolerance) && reader.Read(point)) corners.Add(point);
+    }
+    const std::size_t meshes = text.find(kMeshes);
+    if (!corners.IsEmpty() || meshes == string_view::npos) return corners;
+    NumberReader reader(text.substr(meshes + kMeshes.size()));
+    double count = 0, nodes = 0, triangles = 0, texture = 0, normals = 0, deflection = 0;
+    for (reader.Read(count); count > 0; --count) {
+        for (double* const number : {&nodes, &triangles, &texture, &normals, &deflection})
+            reader.Read(*number);
+        for (double node = 0; node < nodes && reader.Read(point); ++node) corners.Add(point);
+        reader.Skip(nodes * (2 * texture + 3 * normals) + 3 * triangles);
+    }
+    return corners;
 }
 
 WrittenFacts ScanBrep(string_view text) {
     const BrepScan scan(text);
     WrittenFacts facts;
     facts.solids = scan.solids, facts.faces = scan.faces;
-    return facts;
-}
-
-class MomentsSink : public StlSink {
-  public:
-    void BeginSolid(string_view) override {}
-    void AddFacet(const StlPoint& a, const StlPoint& b, const StlPoint& c) override { moments.Add(a, b, c); }
-    TriangleMoments moments;
-};
-
-WrittenFacts OfTriangles(const TriangleMoments& moments) {
-    WrittenFacts facts;
-    facts.triangles = moments.Count();
-    facts.geometry = moments;
-    return facts;
-}
-
-WrittenFacts ScanStlFile(string_view bytes) {
-    MomentsSink sink;
-    ScanStl(bytes, sink);
-    return OfTriangles(sink.moments);
-}
-
-WrittenFacts ScanObj(string_view text) {
-    std::vector<Point> points;
-    TriangleMoments moments;
-    while (!text.empty()) {
-        const std::size_t end = std::min(text.find('\n'), text.size());
-        string_view line = text.substr(0, end);
-        text.remove_prefix(std::min(end + 1, text.size()));
-        const bool vertex = line.starts_with("v "), face = line.starts_with("f ");
-        if (!vertex && !face) continue;
-        Point numbers{};
-        for (double& number : numbers) {
-            line.remove_prefix(std::min(line.size(), line.find(' ')));
-            line.remove_prefix(std::min(line.size(), line.find_first_not_of(' ')));
-            std::from_chars(line.data(), line.data() + line.size(), number);
-        }
-        if (vertex) {
-            points.push_back(numbers);
-            continue;
-        }
-        const auto corner = [&](double number) {
-            const auto at = static_cast<std::size_t>(number) - 1;
-            return at < points.size() ? points[at] : Point{};
-        };
-        moments.Add(corner(numbers[0]), corner(numbers[1]), corner(numbers[2]));
-    }
-    return OfTriangles(moments);
-}
-
-// All single numbers of a model are corners of triangles.
-WrittenFacts ScanGltf(string_view text) {
-    if (text.starts_with("glTF")) text = text.substr(20);
-    WrittenFacts facts;
-    std::int64_t corners = 0;
-    constexpr string_view kScalar = "\"type\":\"SCALAR\"", kCount = "\"count\":";
-    for (std::size_t at = 0; (at = text.find(kScalar, at)) != string_view::npos; ++at)
-        corners += NumberAt(text, text.rfind(kCount, at) + kCount.size());
-    facts.triangles = corners / 3;
-    return facts;
-}
-
-// Arrays of whole numbers are stored with their lengths, the corners of polygons among them.
-WrittenFacts ScanFbx(string_view bytes) {
-    constexpr string_view kCorners = "PolygonVertexIndexi";
-    std::int64_t corners = 0;
-    for (std::size_t at = 0; (at = bytes.find(kCorners, at)) != string_view::npos;) {
-        at += kCorners.size();
-        std::uint32_t length = 0;
-        if (at + sizeof length <= bytes.size()) std::memcpy(&length, bytes.data() + at, sizeof length);
-        corners += length;
-    }
-    WrittenFacts facts;
-    facts.triangles = corners / 3;
-    return facts;
-}
-
-WrittenFacts OfCount(std::int64_t triangles) {
-    WrittenFacts facts;
-    facts.triangles = triangles;
+    CornersOfBrep(text).Tell(facts);
     return facts;
 }
 
 }  // namespace
 
-WrittenFacts ScanWritten(FormatId format, string_view bytes) {
+WrittenFacts ScanWritten(FormatId format, string_view bytes, string_view side) {
     switch (format) {
         case FormatId::Step:
             return ScanStep(bytes);
@@ -162,23 +123,8 @@ WrittenFacts ScanWritten(FormatId format, string_view bytes) {
             return ScanIges(bytes);
         case FormatId::Brep:
             return ScanBrep(bytes);
-        case FormatId::Stl:
-            return ScanStlFile(bytes);
-        case FormatId::Obj:
-            return ScanObj(bytes);
-        case FormatId::Gltf:
-        case FormatId::Glb:
-            return ScanGltf(bytes);
-        case FormatId::Fbx:
-            return ScanFbx(bytes);
-        case FormatId::Vrml:
-            return OfCount(CountOf(bytes, " -1\n"));
-        case FormatId::Collada:
-            return OfCount(SumOf(bytes, "<triangles count=\""));
-        case FormatId::ThreeMf:
-            return OfCount(CountOf(bytes, "<triangle v1="));
         default:
-            return {};
+            return ScanWrittenMesh(format, bytes, side);
     }
 }
 

@@ -13,11 +13,14 @@ namespace morvex {
 
 // What the format cannot say, or only with great effort, is left open.
 struct WrittenFacts {
-    std::optional<std::int64_t> solids, faces, triangles, edges, colours;
+    std::optional<std::int64_t> solids, faces, corners, triangles, edges, colours;
+    // In millimetres, Z up. Either of all triangles in their places, or of the points (of B-rep files the
+    // corners of faces) each part where it lies by itself.
     std::optional<TriangleMoments> geometry;
+    std::optional<Extent> points;
 };
 
-// `bytes` are those of the file, of a package those of its model.
-WrittenFacts ScanWritten(FormatId format, std::string_view bytes);
+// `bytes` are those of the file, of a package those of its model; `side` those of the file beside it.
+WrittenFacts ScanWritten(FormatId format, std::string_view bytes, std::string_view side);
 
 }  // namespace morvex

@@ -43,17 +43,33 @@ std::vector<gp_Vec> AreaVectors(const Poly_Triangulation& triangles) {
     return sums;
 }
 
+gp_Dir DirectionOf(const gp_Vec& vector, const gp_Vec& otherwise) {
+    if (vector.Magnitude() > gp::Resolution()) return {vector};
+    return otherwise.Magnitude() > gp::Resolution() ? gp_Dir(otherwise) : gp::DZ();
+}
+
+// Files hold normals without a length.
+std::vector<gp_Dir> OwnNormals(const Poly_Triangulation& triangles) {
+    std::vector<gp_Dir> normals;
+    std::vector<gp_Vec> sums;
+    for (int node = 1; node <= triangles.NbNodes(); ++node) {
+        gp_Vec3f normal;
+        triangles.Normal(node, normal);
+        const gp_Vec own(static_cast<double>(normal.x()), static_cast<double>(normal.y()),
+                         static_cast<double>(normal.z()));
+        const bool known = own.Magnitude() > gp::Resolution();
+        if (!known && sums.empty()) sums = AreaVectors(triangles);
+        normals.push_back(DirectionOf(own, known ? own : sums[static_cast<std::size_t>(node) - 1]));
+    }
+    return normals;
+}
+
 // Normals at the nodes, in the mesh's own place and for a face seen forward: the mesh's own if it has them,
 // else those of the surface, and where that has none (the tip of a cone), those of the triangles around.
 // Empty without surface.
 std::vector<gp_Dir> NormalsOf(const TopoDS_Face& face, const Poly_Triangulation& triangles) {
     std::vector<gp_Dir> normals(static_cast<std::size_t>(triangles.NbNodes()));
-    if (triangles.HasNormals()) {
-        for (int node = 1; node <= triangles.NbNodes(); ++node) {
-            normals[static_cast<std::size_t>(node) - 1] = triangles.Normal(node);
-        }
-        return normals;
-    }
+    if (triangles.HasNormals()) return OwnNormals(triangles);
     TopLoc_Location location;
     const Handle(Geom_Surface) surface = BRep_Tool::Surface(face, location);
     if (surface.IsNull() || !triangles.HasUVNodes()) return {};
@@ -64,7 +80,7 @@ std::vector<gp_Dir> NormalsOf(const TopoDS_Face& face, const Poly_Triangulation&
         const auto at = static_cast<std::size_t>(node) - 1;
         if (GeomLib::NormEstim(surface, triangles.UVNode(node), kTolerance, normals[at]) < kUndefined)
             continue;
-        normals[at] = sums[at].Magnitude() > gp::Resolution() ? gp_Dir(sums[at]) : gp::DZ();
+        normals[at] = DirectionOf(sums[at], gp::DZ());
     }
     return normals;
 }

@@ -180,6 +180,33 @@ class Transferred {
     std::int64_t broken_ = 0;
 };
 
+// Counts how often the faces below an instance use each edge.
+void CountUses(const StepScan& file, Id id, std::unordered_map<Id, int>& uses, int depth = 0) {
+    constexpr int kDeepest = 8;  // a sound file needs fewer; others may go round in circles
+    const StepInstance* const instance = file.Find(id);
+    if (instance == nullptr || depth > kDeepest) return;
+    const std::vector<Id> references = StepReferences(instance->values);
+    if (instance->Is("ORIENTED_EDGE")) {
+        if (!references.empty()) ++uses[references.back()];
+    } else if (instance->type.ends_with("_SHELL") || instance->type.ends_with("_FACE") ||
+               IsOneOf(*instance, {"FACE_SURFACE", "FACE_BOUND", "FACE_OUTER_BOUND", "EDGE_LOOP"})) {
+        for (const Id below : references) CountUses(file, below, uses, depth + 1);
+    }
+}
+
+// Whether the faces of a solid leave a gap in the file itself: edges bound one face only, and none bounds
+// more than two, as it would when a reference were damaged.
+bool HasGap(const StepScan& file, Id solid) {
+    std::unordered_map<Id, int> uses;
+    const StepInstance* const instance = file.Find(solid);
+    for (const Id shell : StepReferences(instance == nullptr ? "" : instance->values))
+        CountUses(file, shell, uses);
+    const auto used = [&](int times) {
+        return std::ranges::count(uses, times, &std::pair<const Id, int>::second);
+    };
+    return used(1) > 0 && used(1) + used(2) == std::ssize(uses);
+}
+
 // Finds what hangs on damaged entities, or on ones that are not there at all.
 class DamageSearch {
   public:
@@ -241,7 +268,12 @@ void StepAccount::Add(const Document& document, const StepScan& file,
         return [&transferred, type](Id id) { return transferred.IsInDocument(id, type); };
     };
     const auto hasResult = [&](Id id) { return transferred.HasResult(id); };
-    count("solids", announced.solids, inDocument(TopAbs_SOLID));
+    count("solids", announced.solids, [&](Id id) {
+        if (transferred.IsInDocument(id, TopAbs_SOLID)) return true;
+        const bool open = transferred.IsInDocument(id, TopAbs_FACE) && HasGap(file, id);
+        open_ += open;
+        return open;
+    });
     count("faces", announced.faces, inDocument(TopAbs_FACE));
     count("placed parts", announced.uses, hasResult);
     count("mapped items", announced.mapped, hasResult);
@@ -256,6 +288,8 @@ void StepAccount::Send(Journal& journal) const {
     for (const auto& [what, sum] : sums_) journal.Account(what, sum.announced, sum.missing);
     if (damagedFaces_ > 0) journal.Lose("parts of " + std::to_string(damagedFaces_) + " faces");
     if (damagedPlaces_ > 0) journal.Lose("the places of " + std::to_string(damagedPlaces_) + " parts");
+    if (open_ > 0)
+        journal.Warn(std::to_string(open_) + " solids of the file have gaps and were taken over as shells");
     if (broken_ > 0) journal.Warn(std::to_string(broken_) + " entities of the file are malformed");
 }
 

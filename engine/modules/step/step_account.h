@@ -27,6 +27,7 @@ class StepAccount {
     };
     std::map<std::string, Sum> sums_;
     std::int64_t damagedFaces_ = 0, damagedPlaces_ = 0, broken_ = 0;
+    std::int64_t open_ = 0;  // solids with a gap
 };
 
 }  // namespace morvex

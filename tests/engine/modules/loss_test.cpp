@@ -1,6 +1,7 @@
 // What a file announces and does not hold, or holds in an unusual way.
 #include <gtest/gtest.h>
 
+#include "tests/engine/support/gltf_maker.h"
 #include "tests/engine/support/samples.h"
 #include "tests/engine/support/worker_run.h"
 
@@ -47,6 +48,17 @@ void Check(const std::vector<Case>& cases) {
     }
 }
 
+std::string BinaryStl(std::uint32_t facets) {
+    std::string bytes(80, ' ');
+    bytes.append(reinterpret_cast<const char*>(&facets), sizeof facets);
+    for (std::uint32_t facet = 0; facet < facets; ++facet) {
+        const auto z = static_cast<float>(facet);
+        const float numbers[] = {0, 0, 1, 0, 0, z, 1, 0, z, 0, 1, z};
+        bytes.append(reinterpret_cast<const char*>(numbers), sizeof numbers).append(2, '\0');
+    }
+    return bytes;
+}
+
 TEST(Loss, Stl) {
     const std::string facet =
         "facet normal 0 0 1\n outer loop\n  vertex 0 0 0\n  vertex 1 0 0\n  vertex 0 1 0\n"
@@ -56,12 +68,13 @@ TEST(Loss, Stl) {
         other =
             "\t SOLID two parts\r\n  FACET NORMAL 0 0 1\r\n OUTER LOOP\r\nVERTEX 2 0 0\r\nVertex +3. 0 "
             "0\r\nVERTEX 2 1e0 .0\r\nENDLOOP\r\nENDFACET\r\nENDSOLID\r\n";
-    const std::string binary = ReadWhole(Sample("stl/shape.stl"));
+    const std::string binary = BinaryStl(9);
     Check({{"mark.stl", "\xef\xbb\xbf" + one, "faces=\"1\" triangles=\"2\""},
            {"two.stl", one + other,
             "<read parts=\"2\" instances=\"2\" solids=\"0\" faces=\"2\" triangles=\"3\""},
            {"upper.stl", other, "triangles=\"1\""},
-           {"tail.stl", binary + "\r\n", "triangles=\"494\""},
+           {"tail.stl", binary + "\r\n", "triangles=\"9\""},
+           {"blank.stl", std::string(binary).replace(84 + 50 * 7, 100, 100, '\0'), "<missing>2 of 9 facets"},
            {"bit.stl", Replaced(one, "vertex 1 0 0", "vertex 1 0 p"), "<missing>1 of 2 facets"},
            {"word.stl", Replaced(one, "endloop", "endloot"), "<missing>1 of 2 facets"},
            {"solid.stl", Replaced(one + other, "endsolid", "endsoljd"), "<missing>endsolid in line 16"}});
@@ -105,6 +118,68 @@ TEST_F(StepLoss, WhatCostsNothingIsNoFault) {
          {"mark.step", "\xef\xbb\xbf" + step_, "faces=\"18\""},
          {"tail.step", step_ + std::string(100'000, '\n') + "appended\n", "faces=\"18\""},
          {"sections.step", sections, "instances=\"4\" solids=\"4\" faces=\"18\""}});
+}
+
+// A shell that the file itself leaves open is one; one that damage has opened is a loss.
+TEST_F(StepLoss, SolidsWithGaps) {
+    const std::size_t shell = step_.find("CLOSED_SHELL('',("), first = step_.find('#', shell),
+                      next = step_.find('#', first + 1);
+    const std::string face = step_.substr(first, next - first - 1);
+    const std::string without =
+        WithoutLine(std::string(step_).erase(first, next - first), face + " = ADVANCED_FACE");
+    Check({{"gap.step", without, "have gaps"}});
+    const std::size_t edge = step_.find("ORIENTED_EDGE("), use = step_.find('#', edge),
+                      other = step_.find('#', step_.find("ORIENTED_EDGE(", use));
+    std::string crossed = step_;
+    crossed.replace(use, crossed.find(',', use) - use, step_.substr(other, step_.find(',', other) - other));
+    Check({{"crossed.step", crossed, "<missing>"}});
+}
+
+TEST_F(StepLoss, NothingLeftIsDamage) {
+    const ScratchFolder folder;
+    std::string text = step_;
+    while (text.find("ADVANCED_FACE(") != std::string::npos)
+        text = Replaced(text, "ADVANCED_FACE(", "ADVANCED_FACF(");
+    WriteWhole(folder / "in.step", text);
+    for (const char* option : {"--keep-partial", "--jobs-beside"})
+        EXPECT_EQ(RunWorker({option, folder / "in.step", folder / "out.stl"}).code, 5) << option;
+}
+
+// What is left of a damaged mesh is converted on request only.
+TEST(Partial, MeshFormats) {
+    const std::string obj =
+        "v 0 0 0\nv 9 0 0\nv 0 9 0\nv 9 9 x\nvn 0 0 0\nf 1//1 2//1 3//1\nf 2 4 3\nf 1 2 7\n";
+    GltfMaker maker;
+    const std::string points = std::to_string(maker.BoxPoints()),
+                      corners = std::to_string(maker.BoxCorners()),
+                      primitives = R"([{"attributes":{"POSITION":)" + points + "},\"indices\":" + corners +
+                                   R"(},{"attributes":{"POSITION":9}}])";
+    const struct {
+        const char* name;
+        std::string bytes;
+        const char* left;
+    } cases[] = {
+        {"in.obj", obj, "triangles=\"1\""},
+        {"in.gltf", maker.File(primitives, R"([{"mesh":0},{"mesh":5}])"), "triangles=\"12\""},
+        {"in.dxf", Replaced(DxfBox(), " 20\n", " 20\nx"), "triangles=\"10\""},
+        {"in.ifc",
+         Replaced(Replaced(IfcBox(), "'SweptSolid',(#23)", "'SweptSolid',(#23,#99)"),
+                  "#24=", "#99=IFCSPHERE(#22,5.);\n#24="),
+         "triangles=\"12\""},
+    };
+    for (const auto& [name, bytes, left] : cases) {
+        SCOPED_TRACE(name);
+        const ScratchFolder folder;
+        const std::string output = folder / "out.glb";
+        WriteWhole(folder / name, bytes);
+        EXPECT_EQ(RunWorker({folder / name, output}).code, 5);
+        EXPECT_FALSE(std::filesystem::exists(output));
+        const WorkerRun run = RunWorker({"--keep-partial", folder / name, output});
+        EXPECT_EQ(run.code, 0) << run.errors;
+        const std::string report = ReadWhole(output + "-zel.xml");
+        EXPECT_NE(report.find(left), std::string::npos) << report;
+        EXPECT_NE(report.find("<warning>partial"), std::string::npos) << report;
+    }
 }
 
 TEST(External, PartsInFilesOfTheirOwn) {

@@ -48,11 +48,11 @@ class Verify : public testing::Test {
         return text + "endsolid\n";
     }
     Outcome Check(const std::string& text) {
-        WriteWhole(folder_ / "out.stl", text);
+        WriteWhole(folder_ / "out", text);
         warnings_ = 0;
         Journal journal([this](std::string_view line) { warnings_ += line.starts_with('W'); });
-        JobContext context{request_, settings_, journal, document_, folder_ / "out.stl", {}};
-        return VerifyWritten(context, nullptr);
+        JobContext context{request_, settings_, journal, document_, folder_ / "out", {}};
+        return VerifyWritten(context, SendMeasures(context), nullptr);
     }
 
     const ScratchFolder folder_;
@@ -84,6 +84,61 @@ TEST_F(Verify, DifferencesWarnAndGapsFail) {
     EXPECT_TRUE(Check("solid\nendsolid\n").IsOk());
 }
 
+template <class... Numbers>
+std::string Bytes(Numbers... numbers) {
+    std::string bytes;
+    const auto add = [&](auto number) {
+        bytes.append(reinterpret_cast<const char*>(&number), sizeof number);
+    };
+    (add(numbers), ...);
+    return bytes;
+}
+
+std::string Times(int count, const std::string& text) {
+    std::string all;
+    for (; count > 0; --count) all += text;
+    return all;
+}
+
+// As much of a file as is looked at: the counts of the box, and two of its corners, (0, 0, 0) and (10, 20,
+// z).
+std::string FileWith(const std::string& format, int z) {
+    const std::string up = std::to_string(z), points = "0 0 0 10 20 " + up + " ";
+    if (format == "VRML") return "Coordinate { point [" + points + "]" + Times(12, " -1\n");
+    if (format == "Collada")
+        return "-points-array\" count=\"6\">" + points + "</float_array><triangles count=\"12\"";
+    if (format == "FBX")
+        return "PolygonVertexIndexi" + Bytes(36u) + "\x08Verticesd" + Bytes(6u, 0u, 48u) +
+               Bytes(0., 0., 0., 10., 20., double(z));
+    if (format == "glb") {
+        const std::string json =
+            R"([{"buffer":0,"byteOffset":0,"byteLength":24},{"bufferView":0,"min":[]},{"count":36,"type":"SCALAR"}])";
+        return "glTF" + Bytes(2u, 0u, unsigned(json.size()), 0u) + json +
+               Bytes(24u, 0u, 0.f, 0.f, 0.f, .01f, float(z) / 1000, -.02f);
+    }
+    if (format == "BREP")
+        return "\nTShapes 15\n\nSo\n" + Times(6, "\nFa\n") + "\nVe\n1e-07\n0 0 0\n*" +
+               Times(7, "\nVe\n1e-07\n10 20 " + up + "\n*");
+    std::string step = "ISO-10303-21;DATA;#1=CARTESIAN_POINT('',(0.,0.,0.));#2=CARTESIAN_POINT('',(10.,20.," +
+                       up + ".));#3=MANIFOLD_SOLID_BREP('',#9);#4=VERTEX_POINT('',#1);";
+    for (int id = 5; id < 18; ++id)
+        step +=
+            "#" + std::to_string(id) + (id < 12 ? "=VERTEX_POINT('',#2);" : "=ADVANCED_FACE('',(),#1,.T.);");
+    return step;
+}
+
+TEST_F(Verify, PointsOfEveryKindOfFormat) {
+    for (const char* format : {"VRML", "Collada", "FBX", "glb", "BREP", "STEP"}) {
+        SCOPED_TRACE(format);
+        request_.to = FindFormatByName(format);
+        EXPECT_TRUE(Check(FileWith(format, 30)).IsOk());
+        EXPECT_EQ(warnings_, 0);
+        const bool fails = request_.to->writerNeeds == Needs::Triangles;
+        EXPECT_EQ(Check(FileWith(format, 20)).IsOk(), !fails);
+        EXPECT_GT(warnings_, 0) << "lower than the model";
+    }
+}
+
 // What the report says of each format is what another program finds in the file.
 TEST(Report, WhatWasWrittenComesFromTheFile) {
     const ScratchFolder folder;
@@ -99,6 +154,7 @@ TEST(Report, WhatWasWrittenComesFromTheFile) {
         EXPECT_FALSE(Attribute(report, "read", "box").empty()) << report;
         const std::string area = Attribute(report, "written", "area"),
                           triangles = Attribute(report, "written", "triangles");
+        EXPECT_NE(Attribute(report, "written", "box"), Attribute(report, "written", "extent")) << report;
         if (suffix == std::string("wrl")) continue;
         const Facts facts = ReadBack(output);
         if (!area.empty()) {
