@@ -67,8 +67,8 @@ bool CmorvexDlg::OnInit() {
     Update();
     const bool runAtOnce = settings_.developerMode.Get() && settings_.convertAtStartup.Get();
     if (settings_.loadLastState.Get()) {
-        ListFile file = ReadLastState(state_.context.folders, state_.context.pairs,
-                                      settings_.developerMode.Get());
+        ListFile file =
+            ReadLastState(state_.context.folders, state_.context.pairs, settings_.developerMode.Get());
         if (file.kind == ListFileKind::List) adding_.TakeListFile(std::move(file));
     }
     if (state_.adding)
