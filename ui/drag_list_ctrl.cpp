@@ -162,8 +162,9 @@ void CDragListCtrl::WidenStatusColumn(size_t first, size_t last) {
     int missing = 0;
     for (size_t row = first; row <= last; ++row)
         missing = std::max(missing, WidthOf(device, model_.Row(row).status.text) - view_.ColumnWidth(column));
-    missing = std::min(MulDiv(missing, USER_DEFAULT_SCREEN_DPI, dpi), widths_.front() / 2);
     if (missing <= 0) return;
+    constexpr int kRounding = 2;  // what may get lost when the widths are scaled and shared out
+    missing = std::min(MulDiv(missing, USER_DEFAULT_SCREEN_DPI, dpi) + kRounding, widths_.front() / 2);
     widths_.front() -= missing;
     widths_.back() += missing;
     FitColumnsToWidth();

@@ -13,7 +13,7 @@
 namespace morvex {
 namespace {
 
-constexpr int kValueColumn = 64;  // dialog units from the left edge
+constexpr int kValueColumn = 70;  // dialog units from the left edge
 
 // "x y z x y z" of two corners as lengths along the axes; empty when it is none.
 std::wstring Dimensions(const std::wstring& box) {
@@ -99,7 +99,7 @@ void ResultCard::DrawPicture(const DRAWITEMSTRUCT& item) const {
               DT_SINGLELINE | DT_CENTER | DT_VCENTER | DT_NOPREFIX);
 }
 
-// To the right of the owner, or to its left, or over its right part: where the screen has room.
+// To the right of the owner, or to its left, or at the screen's right edge: where there is room.
 void ResultCard::PlaceBeside(HWND owner) const {
     RECT window{}, card{};
     GetWindowRect(owner, &window);
@@ -111,7 +111,7 @@ void ResultCard::PlaceBeside(HWND owner) const {
     const LONG width = card.right - card.left;
     LONG left = window.right;
     if (left + width > screen.right) left = window.left - width;
-    if (left < screen.left) left = window.right - width;
+    if (left < screen.left) left = screen.right - width;
     SetWindowPos(Handle(), nullptr, left, window.top, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
