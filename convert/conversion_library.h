@@ -13,7 +13,7 @@ namespace morvex {
 using ProgressCallback = void (*)(const int* phase, const int* percent);
 
 // The library's conversion entry point. Texts are valid for the call only; the result is a code of
-// result_text.h.
+// row_status.h.
 using ZelConvert = int (*)(int inputFormat, int outputFormat, const wchar_t* inputPath,
                            const wchar_t* outputPath, const wchar_t* configFile, const wchar_t* schemaFolder,
                            ProgressCallback progress, int parallel, void* reserved, int option,
