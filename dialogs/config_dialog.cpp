@@ -69,7 +69,11 @@ void ConfigDialog::Localise() {
             if (control.id) apply(control, used[i] ? L"" : L"\n" + text(IDS_TIP_NOT_USED));
         }
     }
-    if (table_.pathControl) tooltip_.SetText(table_.pathControl, text(IDS_TIP_CFG_FILE));
+    if (table_.pathControl) {
+        tooltip_.SetText(table_.pathControl, [this] {
+            return Control(Item(table_.pathControl)).Text() + L"\n" + context_.text(IDS_TIP_CFG_FILE);
+        });
+    }
     AssignAccessKeys(Handle());
 }
 

@@ -33,6 +33,7 @@ class ConfigDialog : public ModalDialog {
 
     bool OnInit() override;
     bool OnCommand(int id, int notification, HWND control) override;
+    bool OnNotify(NMHDR& header, LRESULT&) override { return tooltip_.Answer(header); }
     void OnOk() override;
     // The controls show the file's values.
     virtual void OnLoaded() {}

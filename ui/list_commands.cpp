@@ -16,8 +16,8 @@ void ListCommands::KeepForUndo(ConversionList::RemovedRows rows) {
 void ListCommands::EmptyList() {
     if (!state_.list.Empty()) KeepForUndo(state_.list.Clear());
     if (state_.run == RunState::Finished) state_.run = RunState::Idle;
-    control_.View().SelectAll(false);
     view_.Update();
+    control_.View().SelectAll(false);
     view_.ShowRowSummary();
 }
 
@@ -26,8 +26,8 @@ void ListCommands::RemoveSelectedRows() {
     const std::vector<size_t> selected = view.SelectedRows();
     if (selected.empty()) return;
     KeepForUndo(state_.list.RemoveRows(selected));
-    view.SelectAll(false);
     view_.Update();
+    view.SelectAll(false);
     view_.ShowRowSummary();
     if (!state_.list.Empty()) view.FocusRow(std::min(selected.front(), state_.list.Count() - 1));
 }

@@ -54,6 +54,14 @@ std::vector<size_t> ListView::SelectedRows() const {
     return rows;
 }
 
+// The control may look at every row and ask for its drawing: once is enough.
+void ListView::SelectAll(bool on) const {
+    Send(WM_SETREDRAW, FALSE);
+    SetState(-1, on);
+    Send(WM_SETREDRAW, TRUE);
+    InvalidateRect(Handle(), nullptr, FALSE);
+}
+
 void ListView::FocusRow(size_t row) const {
     LVITEMW item{};
     item.state = item.stateMask = LVIS_FOCUSED;

@@ -43,7 +43,7 @@ class ListView : public Control {
     std::vector<size_t> SelectedRows() const;  // ascending
     int FirstSelected() const { return NextSelected(-1); }
     void Select(size_t row, bool on = true) const { SetState(static_cast<int>(row), on); }
-    void SelectAll(bool on) const { SetState(-1, on); }
+    void SelectAll(bool on) const;
     // The row that has the focus; -1 for none.
     int FocusedRow() const {
         return static_cast<int>(Send(LVM_GETNEXTITEM, static_cast<WPARAM>(-1), LVNI_FOCUSED));

@@ -9,8 +9,9 @@ namespace morvex {
 TaskbarProgress::TaskbarProgress() = default;
 TaskbarProgress::~TaskbarProgress() = default;
 
-void TaskbarProgress::Attach(HWND window) {
-    window_ = window;
+// Only now: connecting to the shell would make the window open later.
+void TaskbarProgress::Connect() {
+    connected_ = true;
     void* list = nullptr;
     CoCreateInstance(CLSID_TaskbarList, nullptr, CLSCTX_INPROC_SERVER, IID_ITaskbarList3, &list);
     list_.reset(static_cast<ITaskbarList3*>(list));
@@ -19,6 +20,7 @@ void TaskbarProgress::Attach(HWND window) {
 
 void TaskbarProgress::Show(size_t done, size_t total, bool failed) {
     shown_ = true;
+    if (!connected_) Connect();
     if (!list_) return;
     list_->SetProgressState(window_, failed ? TBPF_ERROR : TBPF_NORMAL);
     list_->SetProgressValue(window_, done, total);

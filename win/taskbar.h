@@ -17,15 +17,18 @@ class TaskbarProgress {
     TaskbarProgress();
     ~TaskbarProgress();
 
-    void Attach(HWND window);
+    void Attach(HWND window) { window_ = window; }
     // `failed` shows the bar in the error colour.
     void Show(size_t done, size_t total, bool failed);
     void Clear();
     bool Shown() const { return shown_; }
 
   private:
+    void Connect();
+
     HWND window_ = nullptr;
     UniqueCom<ITaskbarList3> list_;
+    bool connected_ = false;
     bool shown_ = false;
 };
 
