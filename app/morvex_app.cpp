@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <io.h>
@@ -69,7 +70,9 @@ void CmorvexApp::RunChildRoad(const std::vector<std::wstring>& arguments) {
     Print(STD_OUTPUT_HANDLE, listing);
     const ChildRoadEnd end = TakeChildRoad(context_, arguments);
     Print(STD_ERROR_HANDLE, end.message + L"\n");
-    ExitProcess(static_cast<UINT>(end.exitCode));
+    // At once: what a library left behind could still crash or hang in an orderly end.
+    TerminateProcess(GetCurrentProcess(), static_cast<UINT>(end.exitCode));
+    std::abort();
 }
 
 }  // namespace morvex

@@ -1,9 +1,12 @@
 #include "convert/child_process.h"
 
+#include <windows.h>
+
 #include <array>
 #include <cstddef>
 #include <map>
 #include <optional>
+#include <psapi.h>
 #include <vector>
 
 #include "convert/result_channel.h"
@@ -15,6 +18,7 @@ namespace morvex {
 namespace {
 
 constexpr DWORD kPollMilliseconds = 5;
+constexpr ULONGLONG kMemoryPollMilliseconds = 200;
 constexpr DWORD kDeathMilliseconds = 10000;  // no process takes that long to die
 
 // Backslashes right before the closing quote would escape it.
@@ -29,6 +33,13 @@ bool StillRunning(HANDLE process) {
     DWORD exitCode = 0;
     return GetExitCodeProcess(process, &exitCode) && exitCode == STILL_ACTIVE &&
            WaitForSingleObject(process, 0) == WAIT_TIMEOUT;
+}
+
+std::uint64_t MostMemoryOfChild(unsigned megabytes) {
+    if (megabytes != 0) return std::uint64_t{megabytes} << 20;
+    MEMORYSTATUSEX machine{};
+    machine.dwLength = sizeof machine;
+    return GlobalMemoryStatusEx(&machine) ? machine.ullTotalPhys / 4 * 3 : UINT64_MAX;
 }
 
 // What a child inherits and where it belongs: it gets no other handles, and is born into a job. Put in
@@ -109,6 +120,11 @@ class Child {
     bool Runs() const { return StillRunning(process_.get()); }
     int Percent() const { return channel_.Percent(); }
 
+    std::uint64_t Memory() const {
+        PROCESS_MEMORY_COUNTERS memory{};
+        return K32GetProcessMemoryInfo(process_.get(), &memory, sizeof memory) ? memory.PagefileUsage : 0;
+    }
+
     void Kill() {
         killed_ = true;
         TerminateJobObject(job_.get(), kResultFailed);
@@ -144,7 +160,8 @@ std::wstring ChildCommandLine(const std::wstring& program, const ChildArguments&
     return line;
 }
 
-ChildRunner::ChildRunner(const ConversionRequest& request) : request_(request) {
+ChildRunner::ChildRunner(const ConversionRequest& request)
+    : request_(request), mostMemory_(MostMemoryOfChild(request.megabytesPerFile)) {
     SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
     nowhere_ = OwnFile(CreateFileW(L"NUL", GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited,
                                    OPEN_EXISTING, 0, nullptr));
@@ -158,11 +175,19 @@ ChildEnd ChildRunner::Run(const ChildArguments& arguments, const std::function<b
     const ULONGLONG started = GetTickCount64();
     const ULONGLONG limit = request_.secondsPerFile * 1000ULL;
     int shown = 0;
+    ULONGLONG nextLook = started + kMemoryPollMilliseconds;
     while (child.Runs()) {
-        const bool late = limit != 0 && GetTickCount64() - started >= limit;
-        if (late || stop()) {
+        const ULONGLONG now = GetTickCount64();
+        const bool late = limit != 0 && now - started >= limit;
+        bool greedy = false;
+        if (now >= nextLook) {
+            greedy = child.Memory() > mostMemory_;
+            nextLook = now + kMemoryPollMilliseconds;
+        }
+        if (late || greedy || stop()) {
             child.Kill();
-            if (child.End().kind == ChildEnd::Kind::Finished) break;  // it was over already
+            const ChildEnd end = child.End();
+            if (greedy || end.kind == ChildEnd::Kind::Finished) return end;  // finished: it was over already
             return {late ? ChildEnd::Kind::TimedOut : ChildEnd::Kind::Stopped, kResultFailed, {}};
         }
         if (const int percent = child.Percent(); percent != shown) progress(shown = percent);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -34,7 +35,7 @@ inline constexpr wchar_t kPictureVariable[] = L"MORVEX_PREVIEW";
 struct ChildEnd {
     enum class Kind {
         Finished,    // it told its result
-        Died,        // it ended without a word
+        Died,        // it ended without a word, or had to be ended because it took too much memory
         NotStarted,  // the system could not start it
         Stopped,     // ended on request
         TimedOut,    // ended because it took too long
@@ -58,7 +59,8 @@ class ChildRunner {
 
   private:
     const ConversionRequest& request_;
-    UniqueHandle nowhere_;  // the children's output: nobody may be reading what this process was given
+    std::uint64_t mostMemory_;  // of one child, bytes
+    UniqueHandle nowhere_;      // the children's output: nobody may be reading what this process was given
 };
 
 }  // namespace morvex

@@ -24,6 +24,7 @@ ConversionRequest MakeRequest(const AppContext& context, ConversionFormats forma
     request.developerMode = settings.developerMode.Get();
     request.multiprocess = settings.multiprocess.Get();
     request.secondsPerFile = settings.secondsPerFile.Get();
+    request.megabytesPerFile = settings.megabytesPerFile.Get();
     request.healing = settings.healing.Get() ? 1 : 0;
     request.text = context.text;
     return request;

@@ -31,8 +31,9 @@ struct ConversionRequest {
     bool guarded = true;      // library faults are caught
     bool developerMode = false;
     bool pictures = false;  // reports hold a picture of the model, if the library draws one; children only
-    bool multiprocess = false;    // each file in a child process, as many at once as there are processors
-    unsigned secondsPerFile = 0;  // a child that takes longer is ended; 0: none is
+    bool multiprocess = false;      // each file in a child process, as many at once as there are processors
+    unsigned secondsPerFile = 0;    // a child that takes longer is ended; 0: none is
+    unsigned megabytesPerFile = 0;  // one that takes more memory too; 0: three quarters of the machine's
     int healing = 0;
     TextCatalogue text;
 };

@@ -5,6 +5,7 @@
 #include <memory>
 #include <mutex>
 #include <utility>
+#include <xmmintrin.h>
 
 #include "win/unique_handle.h"
 
@@ -58,34 +59,55 @@ void KeepRoomForFaults() {
     VirtualProtect(page, system.dwPageSize, PAGE_READWRITE | PAGE_GUARD, &before);
 }
 
+// What a library may leave changed in its thread.
+void ResetThread() {
+    constexpr unsigned kNoFloatingPointFaults = 0x1F80;
+    _mm_setcsr(kNoFloatingPointFaults);
+    __asm__ volatile("fninit");
+    SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_NORMAL);
+}
+
 // A thread for calls, one after the other. It ends with the first call that fails, since its stack has lost
-// its guard page then, or with whoever ends it.
+// its guard page then, with a call that takes its events away, or with whoever ends it.
 struct CallThread {
     UniqueHandle begin{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
     UniqueHandle done{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
     Call* call = nullptr;
     UniqueHandle thread;  // last: its start reads the others
 
+    DWORD id = 0;
+
     bool Start() {
-        thread.reset(
-            CreateThread(nullptr, kStackSize, Work, this, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr));
+        thread.reset(CreateThread(nullptr, kStackSize, Work, this, STACK_SIZE_PARAM_IS_A_RESERVATION, &id));
         return begin && done && thread;
     }
 
     static DWORD WINAPI Work(void* given) {
         auto& self = *static_cast<CallThread*>(given);
         KeepRoomForFaults();
-        for (;;) {
-            WaitForSingleObject(self.begin.get(), INFINITE);
+        while (WaitForSingleObject(self.begin.get(), INFINITE) == WAIT_OBJECT_0) {
+            ResetThread();
             GuardedResult result;
             if (self.call->catching)
                 result.value = MorvexGuardFrame(self.call->function, self.call->argument, &result.fault);
             else
                 result.value = self.call->function(self.call->argument);
             self.call->result = result;
-            SetEvent(self.done.get());
-            if (result.fault) return 0;
+            if (result.fault || !SetEvent(self.done.get())) break;
         }
+        return 0;
+    }
+
+    // Waits for the end of the call; true when the thread is there for another one. A library that closes
+    // handles which are not its own may have closed these.
+    bool Wait() const {
+        const HANDLE ends[] = {done.get(), thread.get()};
+        const DWORD end = WaitForMultipleObjects(2, ends, FALSE, INFINITE);
+        while (end == WAIT_FAILED) {
+            const UniqueHandle again(OpenThread(SYNCHRONIZE, FALSE, id));
+            if (!again || WaitForSingleObject(again.get(), INFINITE) == WAIT_OBJECT_0) break;
+        }
+        return end == WAIT_OBJECT_0;
     }
 };
 
@@ -107,14 +129,10 @@ GuardedResult CallGuarded(int (*function)(void*), void* argument, bool catching)
     }
     Call call{function, argument, catching};
     thread->call = &call;
-    SetEvent(thread->begin.get());
-    const HANDLE ends[] = {thread->done.get(), thread->thread.get()};
-    WaitForMultipleObjects(2, ends, FALSE, INFINITE);
-    if (call.result.fault == 0) {
+    if (!SetEvent(thread->begin.get())) return call.result;
+    if (thread->Wait()) {
         const std::lock_guard lock(spareMutex);
         spare = std::move(thread);
-    } else {
-        WaitForSingleObject(thread->thread.get(), INFINITE);
     }
     return call.result;
 }

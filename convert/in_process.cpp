@@ -7,6 +7,7 @@
 
 #include "convert/conversion_library.h"
 #include "convert/crash_guard.h"
+#include "convert/process_state.h"
 #include "convert/row_status.h"
 
 namespace morvex {
@@ -73,6 +74,7 @@ struct LibraryUse {
 InProcessResult ConvertInProcess(const ConversionRequest& request, const std::wstring& input,
                                  const std::wstring& output, int runSize,
                                  const std::function<void(int percent)>& progress) {
+    const ProcessState before;
     LibraryUse use{request, input, output, runSize, {}};
     ProgressTarget target{progress, nullptr};
     progressTarget = &target;

@@ -1,5 +1,7 @@
 #include "convert/output_naming.h"
 
+#include <algorithm>
+
 #include "formats/format_codes.h"
 #include "win/paths.h"
 
@@ -21,6 +23,17 @@ std::wstring BaseName(const SourceFile& source, int inputCode) {
     name = UpToLast(name, L'.');
     if (versioned) name = UpToLast(name, L'.');
     return std::wstring(name);
+}
+
+// Such a name is a device's in every folder, whatever follows its first dot: a result would be lost there.
+bool NamesDevice(std::wstring_view name) {
+    static constexpr std::wstring_view kNames[] = {L"CON", L"PRN", L"AUX", L"NUL", L"CONIN$", L"CONOUT$"};
+    name = name.substr(0, name.find_first_of(L".:"));
+    name = name.substr(0, name.find_last_not_of(L' ') + 1);
+    const bool port =
+        name.size() == 4 && std::wstring_view(L"123456789\u00B9\u00B2\u00B3").find(name[3]) != name.npos;
+    if (port) return SameText(name.substr(0, 3), L"COM") || SameText(name.substr(0, 3), L"LPT");
+    return std::ranges::any_of(kNames, [name](std::wstring_view device) { return SameText(device, name); });
 }
 
 std::wstring FolderAsName(std::wstring_view path) {
@@ -60,6 +73,7 @@ OutputName NameOutput(const SourceFile& source, const ConversionRequest& request
     }
     name.base = BaseName(source, formats.inputCode);
     if (request.inputPathInName) name.base = FolderAsName(source.folder) + L"_" + name.base;
+    if (NamesDevice(name.base + name.extension)) name.base.insert(0, L"_");
     name.folder = request.outputFolder.value_or(source.folder);
     return name;
 }

@@ -97,6 +97,7 @@ void OutputPlan::AvoidLinks(const std::vector<SourceFile>& sources) {
             Advance(rows_[i]);
             identity = IdentityOf(rows_[i].path);
         }
+        if (identity) rows_[i].before = StampOf(rows_[i].path);
     }
 }
 
@@ -106,11 +107,13 @@ std::wstring OutputPlan::Claim(size_t index) {
     for (;;) {
         UniqueHandle claim(CreateEventW(nullptr, TRUE, FALSE, ClaimName(row.key).c_str()));
         const bool others = claim && GetLastError() == ERROR_ALREADY_EXISTS;
-        if (!others) {
+        const FileStamp now = StampOf(row.path);
+        if (!others && (!now || now == row.before)) {
             claims_.push_back(std::move(claim));
             return row.path;
         }
         Advance(row);
+        row.before.reset();
     }
 }
 

@@ -26,7 +26,8 @@ class OutputPlan {
                const std::vector<std::wstring>& kept = {});
 
     // Takes the row's output for this run, until the object goes: where another process of this program has
-    // taken that name, the row gets the next number. Any thread.
+    // taken that name, or somebody has written the file since the run was planned, the row gets the next
+    // number. Any thread.
     std::wstring Claim(size_t row);
 
     // As planned.
@@ -37,6 +38,7 @@ class OutputPlan {
         OutputName name;
         std::wstring path;
         std::wstring key;
+        FileStamp before;  // of the file there, when the run was planned
         int number = 1;
     };
 

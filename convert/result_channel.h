@@ -41,7 +41,8 @@ class ResultChannel {
     UniqueView view_;
 };
 
-// The child's side. Does nothing in a process that is no run's child.
+// The child's side. Does nothing in a process that is no run's child. Made before the library is called: one
+// that closes handles which are not its own does not take it away.
 class ChannelToRun {
   public:
     ChannelToRun();

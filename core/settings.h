@@ -141,6 +141,7 @@ class AppSettings {
     SwitchSetting loadLastState     {installation_, L"General", L"LoadLastState", false};    // restore the last list and formats
     SwitchSetting addNativeFormat   {installation_, L"General", L"AddZelWbi", false};        // offer "NORWEND (*.wbi)" on both sides
     NumberSetting secondsPerFile    {installation_, L"General", L"SecondsPerFile"};          // a child that takes longer is ended; 0: none is
+    NumberSetting megabytesPerFile  {installation_, L"General", L"MegabytesPerFile"};        // a child that takes more memory is ended; 0: more than three quarters of the machine's
     ColourSetting defaultTheme      {installation_, L"General", L"DefaultTheme", {43, 61, 79}};    // window colour
     ColourSetting developerTheme    {installation_, L"General", L"DeveloperTheme", {43, 80, 79}};  // window colour in developer mode
     SwitchSetting fillOverride      {configuration_, L"INTERNAL CONF", L"FILL_OVERRIDE", false};   // fill-override option of the library

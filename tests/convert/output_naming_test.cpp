@@ -50,6 +50,11 @@ TEST(OutputNaming, FollowsTheRules) {
         {{L"C:\\in\\flange", L"_db"}, Into(To(L".stp", 7, 4)), L"D:\\out\\flange.stp"},
         {{L"C:\\in\\a b", L"part.stp"}, pathInName, L"D:\\out\\C__in_a b_part.stl"},
         {{L"C:\\in", L"part.stp"}, To(L""), L"C:\\in\\part"},
+        // Devices take what is written to their names.
+        {{L"C:\\in", L"nul.stp"}, To(L".stl"), L"C:\\in\\_nul.stl"},
+        {{L"C:\\in", L"Com1 .part.stp"}, To(L".stl"), L"C:\\in\\_Com1 .part.stl"},
+        {{L"C:\\in", L"CONE.stp"}, To(L".stl"), L"C:\\in\\CONE.stl"},
+        {{L"C:\\in", L"COM10.stp"}, To(L".stl"), L"C:\\in\\COM10.stl"},
         {{L"C:\\in", L"\u90E8\u54C1 \U0001F600.stp"}, To(L".stl"), L"C:\\in\\\u90E8\u54C1 \U0001F600.stl"},
     };
     for (const auto& c : cases) EXPECT_EQ(NameOutput(c.source, c.request).Path(), c.expected);
@@ -146,6 +151,14 @@ TEST(OutputNaming, GivesANameToOneRunAtATime) {
     EXPECT_EQ(second.Claim(0), L"D:\\x\\..\\out\\a (2).stl");
     first.reset();
     EXPECT_EQ(OutputPlan(sources, Into(To(L".stl"))).Claim(0), L"D:\\out\\a.stl");
+
+    // What was there when the run was planned is replaced, what somebody has put there since is not.
+    const test::TempFolder folder;
+    test::WriteFileBytes(folder / L"a.stl", "old");
+    OutputPlan late(sources, Into(To(L".stl"), folder.Path()));
+    test::WriteFileBytes(folder / L"b.stl", "of another run");
+    EXPECT_EQ(late.Claim(0), folder / L"a.stl");
+    EXPECT_EQ(late.Claim(1), folder / L"b (2).stl");
 }
 
 }  // namespace

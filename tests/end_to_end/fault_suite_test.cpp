@@ -1,71 +1,15 @@
 // Faults of the conversion library in the real program: what each row says, and what is left behind.
-#include <filesystem>
-#include <gtest/gtest.h>
-#include <set>
-
-#include "tests/end_to_end/window.h"
-#include "win/profile.h"
-#include "win/text_file.h"
+#include "tests/end_to_end/listed_files.h"
 
 namespace morvex {
 namespace {
 
+using test::ExpectGone;
 using test::LibraryCall;
 using test::LibraryLog;
+using test::ListedFiles;
 using test::OpenWindow;
 using test::Program;
-
-constexpr wchar_t kStep[] = L"STEP (*.step;*.stp;*.stpz;*.stpx;*.stpxz;*.stpnc;*.stpa)";
-
-// Real files in a folder of the program's, and a window that has them in its list.
-class ListedFiles {
-  public:
-    explicit ListedFiles(const std::vector<std::wstring>& names, const std::wstring& general = L"")
-        : names_(names) {
-        Program::Formats(nullptr, nullptr);
-        WriteTextFile(program_.Settings(),
-                      L"[General]\nLoadLastState=1\n" + general +
-                          L"\n[P]\nZEL_INPUT_FORMAT=STEP\nZEL_OUTPUT_FORMAT=STL\nZEL_CONFIG_FILE=p.zel\n");
-        CreateDirectoryW(Folder().c_str(), nullptr);
-        std::wstring list = std::wstring(L"morvex_list\n") + kStep + L"\nSTL (*.stl)\n";
-        for (const std::wstring& name : names) {
-            test::WriteFileBytes(Input(name), "source");
-            list += Input(name) + L"\n";
-        }
-        WriteTextFile(program_.UserFolder() + L"\\zel_last_state.ini", list);
-    }
-
-    const Program& InProgram() const { return program_; }
-    std::wstring Folder() const { return program_.Folder() + L"\\in"; }
-    std::wstring Input(const std::wstring& name) const { return Folder() + L"\\" + name; }
-    std::wstring Output(const std::wstring& name) const {
-        return Folder() + L"\\" + name.substr(0, name.rfind(L'.')) + L".stl";
-    }
-    // Everything in the folder but the sources, which must be as they were.
-    std::set<std::wstring> FilesBeside() const {
-        std::set<std::wstring> files;
-        for (const auto& entry : std::filesystem::directory_iterator(Folder()))
-            files.insert(entry.path().wstring());
-        for (const std::wstring& name : names_) {
-            EXPECT_EQ(test::ReadFileBytes(Input(name)), "source") << testing::PrintToString(name);
-            files.erase(Input(name));
-        }
-        return files;
-    }
-
-  private:
-    Program program_;
-    std::vector<std::wstring> names_;
-};
-
-void ExpectGone(const std::vector<LibraryCall>& calls) {
-    for (const LibraryCall& call : calls) {
-        const UniqueHandle child(OpenProcess(SYNCHRONIZE, FALSE, static_cast<DWORD>(call.process)));
-        if (child) {
-            EXPECT_EQ(WaitForSingleObject(child.get(), 20000), WAIT_OBJECT_0);
-        }
-    }
-}
 
 struct FaultCase {
     const wchar_t* commands;
@@ -84,6 +28,13 @@ constexpr FaultCase kFaults[] = {
     {L"{output,throw}", L"KO"},
     {L"{output,raise}", L"KO"},
     {L"{output,exitthread}", L"KO"},
+    {L"{output,disturb}", L"OK"},
+    {L"{output,divide}", L"OK"},
+    {L"{output,handles}", L"OK", true},
+    {L"{output,detach}", L"OK", true},
+    {L"{output,unload}", L"KO", true},
+    {L"{output,otherthread}", L"KO", true},
+    {L"{output,hoard}", L"KO", true},
     {L"{stdio=200,spew=200,output}", L"OK"},
     {L"{result=-32}", L"Empty File"},
     {L"{output,smash}", L"KO", true},
@@ -108,7 +59,7 @@ TEST_P(FaultSuite, EveryRowSaysWhatBecameOfIt) {
         names.push_back(std::wstring(fault.commands) + L".stp");
         statuses.push_back(fault.status);
     }
-    const ListedFiles files(names, multiprocess ? L"Multiprocess=1" : L"");
+    const ListedFiles files(names, multiprocess ? L"Multiprocess=1\nMegabytesPerFile=1500\n" : L"");
     const std::wstring failed = files.Output(names.front());
     test::WriteFileBytes(failed + L"-zel.xml", "an earlier success");
     const LibraryLog log;
@@ -147,15 +98,20 @@ TEST(Faults, LeaveTheOldOutput) {
     EXPECT_EQ(files.FilesBeside(), std::set<std::wstring>{files.Output(name)});
 }
 
-TEST(Faults, ALateChildIsEnded) {
-    const std::wstring late = L"{spew=1,output,sleep=600000}.stp", quick = L"{output}.stp";
-    const ListedFiles files({late, quick}, L"Multiprocess=1\nSecondsPerFile=5\n");
+// Each has all the time of the machine: they run at once.
+TEST(Faults, LateChildrenAreEnded) {
+    const std::vector<std::wstring> names = {L"{spew=1,output,sleep=600000}.stp", L"{output,loop}.stp",
+                                             L"{attach}.stp", L"{output}.stp"};
+    const ListedFiles files(names, L"Multiprocess=1\nSecondsPerFile=10\n");
     const LibraryLog log;
+    SetEnvironmentVariableW(L"OMP_NUM_THREADS", L"4");
     const OpenWindow window(files.InProgram());
-    ASSERT_TRUE(test::Eventually([&] { return window.Rows() == 2 && !window.Converting(); }));
+    SetEnvironmentVariableW(L"OMP_NUM_THREADS", nullptr);
+    ASSERT_TRUE(test::Eventually([&] { return window.Rows() == names.size() && !window.Converting(); }));
     ASSERT_TRUE(window.Convert());
-    EXPECT_EQ(window.Statuses(), (std::vector<std::wstring>{L"Took too long", L"OK"}));
-    EXPECT_EQ(files.FilesBeside(), std::set<std::wstring>{files.Output(quick)});
+    EXPECT_EQ(window.Statuses(),
+              (std::vector<std::wstring>{L"Took too long", L"Took too long", L"Took too long", L"OK"}));
+    EXPECT_EQ(files.FilesBeside(), std::set<std::wstring>{files.Output(names.back())});
     ExpectGone(log.Calls());
 }
 
@@ -178,56 +134,6 @@ TEST(Faults, AMissingLibraryIsSaidOnceByChildrenToo) {
     ASSERT_TRUE(test::Eventually([&] { return window.Message() != nullptr; }));
     PostMessageW(window.Message(), WM_COMMAND, IDOK, 0);
     EXPECT_TRUE(test::Eventually([&] { return IsWindowEnabled(window.Handle()) && !window.Message(); }));
-}
-
-// Each finds the settings missing or half made by the others.
-TEST(FirstStart, ManyAtOnceDamageNothing) {
-    const Program program;
-    const LibraryLog log;
-    const std::wstring settings = program.UserFolder() + L"\\zel_morvex.ini";
-    WriteTextFile(program.Settings(),
-                  L"[P]\nZEL_INPUT_FORMAT=STEP\nZEL_OUTPUT_FORMAT=STL\nZEL_CONFIG_FILE=p.zel\n");
-    std::vector<UniqueHandle> processes;
-    for (int i = 0; i < 16; ++i) {
-        DWORD id = 0;
-        processes.push_back(program.Start(L"C:\\in\\" + std::to_wstring(i) + L".stp", id));
-    }
-    for (const UniqueHandle& process : processes) {
-        DWORD code = 1;
-        EXPECT_EQ(WaitForSingleObject(process.get(), 60000), WAIT_OBJECT_0);
-        GetExitCodeProcess(process.get(), &code);
-        EXPECT_EQ(code, 0u);
-    }
-    ASSERT_EQ(log.Calls().size(), processes.size());
-    for (const LibraryCall& call : log.Calls()) EXPECT_EQ(call.inputFormat * 100 + call.outputFormat, 422);
-    EXPECT_EQ(profile::ReadInt(settings, L"General", L"FirstLaunch", 1), 0);
-    EXPECT_EQ(profile::ReadText(program.UserFolder() + L"\\p.zel", L"TOLERANCE", L"TOL_CONTINUITE", L""),
-              L"0.01");
-    size_t left = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(program.UserFolder()))
-        left += entry.path().extension() == L".tmp";
-    EXPECT_EQ(left, 0u);
-}
-
-// Children of a run, while somebody changes the settings: the formats stay those of their run.
-TEST(FirstStart, ChildrenBesideAWriterOfTheSettings) {
-    std::vector<std::wstring> names;
-    for (int i = 0; i < 20; ++i) names.push_back(std::to_wstring(i) + L".stp");
-    const ListedFiles files(names, L"Multiprocess=1");
-    const LibraryLog log;
-    const std::wstring settings = files.InProgram().UserFolder() + L"\\zel_morvex.ini";
-    const OpenWindow window(files.InProgram());
-    ASSERT_TRUE(test::Eventually([&] { return window.Rows() == names.size() && !window.Converting(); }));
-    window.Command(1005);
-    ASSERT_TRUE(test::Eventually([&] {
-        profile::WriteText(settings, L"General", L"Format_out", L"IGES 3D (*.igs)");
-        profile::WriteText(settings, L"General", L"Input_folder_GUI", std::to_wstring(GetTickCount64()));
-        return log.Calls().size() == names.size();
-    }));
-    ASSERT_TRUE(test::Eventually([&] { return !window.Converting(); }));
-    EXPECT_EQ(window.Statuses(), std::vector<std::wstring>(names.size(), L"OK"));
-    for (const LibraryCall& call : log.Calls()) EXPECT_EQ(call.inputFormat * 100 + call.outputFormat, 422);
-    EXPECT_EQ(profile::ReadText(settings, L"General", L"Format_out", L""), L"IGES 3D (*.igs)");
 }
 
 }  // namespace

@@ -2,7 +2,8 @@
 // scripts.
 //
 // Environment: MORVEX_TEST_LOG names the log (UTF-16LE, one line a call, tab-separated fields); without it
-// nothing is logged. MORVEX_TEST_SCRIPT holds commands for every call; "{commands}" inside the input's file
+// nothing is logged. MORVEX_TEST_LIBRARY names another conversion library, which gets the calls that have no
+// commands. MORVEX_TEST_SCRIPT holds commands for every call; "{commands}" inside the input's file
 // name adds more for that file. Commands, separated by ",":
 //
 // clang-format off
@@ -16,16 +17,25 @@
 //   throw, raise                 a C++ exception, one of another compiler
 //   abort, fastfail, exit=N      ends of the process
 //   kill, exitthread             the process ended from outside with code 0, the thread ended
+//   loop, hoard                  an endless loop, one that takes memory
+//   otherthread                  a fault on a thread of the library's own
+//   unload, handles              takes itself, or everybody's handles, away
+//   disturb, divide              changes what belongs to the process; divides by zero
 //   version                      in MORVEX_TEST_SCRIPT: the version query reads from null
 //   grandchild                   starts a process that is left behind
+//   attach, detach               in a child's input: hangs while it is loaded, while the process ends
 // clang-format on
 #include <windows.h>
 
+#include <cfloat>
+#include <clocale>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <cwchar>
 #include <stdexcept>
 #include <string>
+#include <thread>
 
 namespace {
 
@@ -118,6 +128,59 @@ void StartGrandchild() {
     WriteBytes(path, std::to_string(created.dwProcessId).c_str());
 }
 
+HMODULE Self(DWORD flags) {
+    static const wchar_t inside = L' ';
+    HMODULE self = nullptr;
+    GetModuleHandleExW(flags | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, &inside, &self);
+    return self;
+}
+
+// Everything that a badly behaved library may change for those who come after it.
+void Disturb() {
+    SetCurrentDirectoryW(L"C:\\windows");
+    SetPriorityClass(GetCurrentProcess(), IDLE_PRIORITY_CLASS);
+    SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_IDLE);
+    SetErrorMode(0);
+    SetUnhandledExceptionFilter(nullptr);
+    std::setlocale(LC_ALL, "German");
+    _controlfp(0, _MCW_EM);  // floating-point faults become exceptions
+}
+
+void Hoard() {
+    constexpr size_t kBlock = 16 << 20;
+    for (;;) {
+        auto* const block = static_cast<char*>(std::malloc(kBlock));
+        for (size_t at = 0; block && at < kBlock; at += 4096) static_cast<volatile char*>(block)[at] = 1;
+    }
+}
+
+// Without a trace on its way out: the code that called is gone.
+void Unload() {
+    const HMODULE self = Self(GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT);
+    while (FreeLibrary(self)) {
+    }
+}
+
+void Misbehave(const Script& script) {
+    if (script.Has(L"disturb")) Disturb();
+    volatile double zero = 0;
+    if (script.Has(L"divide")) sink = 1 / zero > 0;
+    if (script.Has(L"loop")) {
+        for (;;) sink = sink + 1;
+    }
+    if (script.Has(L"hoard")) Hoard();
+    if (script.Has(L"unload")) Unload();
+    if (script.Has(L"otherthread")) {
+        std::thread([] {
+            const volatile int* volatile nowhere = nullptr;
+            sink = *nowhere;
+        }).join();
+    }
+    for (std::uintptr_t i = 4; script.Has(L"handles") && i < 4000; i += 4)
+        CloseHandle(reinterpret_cast<HANDLE>(i));
+    if (script.Has(L"detach")) Self(GET_MODULE_HANDLE_EX_FLAG_PIN);
+}
+
 void Die(const Script& script) {
     int* volatile nowhere = nullptr;
     if (script.Has(L"read")) sink = *nowhere;
@@ -146,10 +209,31 @@ void Play(const Script& script, const wchar_t* output, ProgressCallback progress
     if (const int kilobytes = script.Number(L"spew", 0)) Spew(kilobytes);
     for (int i = script.Number(L"stdio", 0); i > 0; --i) std::printf("%01024d", i);
     if (script.Has(L"grandchild")) StartGrandchild();
+    Misbehave(script);
     Die(script);
 }
 
+using Convert = int (*)(int, int, const wchar_t*, const wchar_t*, const wchar_t*, const wchar_t*,
+                        ProgressCallback, int, void*, int, int, int, int);
+
+// The other library's entry; null when there is none.
+Convert OtherLibrary() {
+    const std::wstring path = Environment(L"MORVEX_TEST_LIBRARY");
+    if (path.empty()) return nullptr;
+    const HMODULE library = LoadLibraryW(path.c_str());
+    return reinterpret_cast<Convert>(reinterpret_cast<void*>(GetProcAddress(library, "_zelConvert")));
+}
+
 }  // namespace
+
+BOOL WINAPI DllMain(HINSTANCE, DWORD reason, void* ending) {
+    const auto told = [](const wchar_t* command) { return std::wcsstr(GetCommandLineW(), command); };
+    if ((reason == DLL_PROCESS_ATTACH && told(L"{attach")) ||
+        (reason == DLL_PROCESS_DETACH && ending && told(L"detach}"))) {
+        Sleep(INFINITE);
+    }
+    return TRUE;
+}
 
 extern "C" {
 
@@ -158,6 +242,10 @@ __declspec(dllexport) int _zelConvert(int inputFormat, int outputFormat, const w
                                       ProgressCallback progress, int parallel, void* reserved, int option,
                                       int traceLevel, int reserved2, int runSize) {
     const Script script = ScriptFor(input);
+    if (const Convert convert = script.commands.empty() ? OtherLibrary() : nullptr) {
+        return convert(inputFormat, outputFormat, input, output, config, schema, progress, parallel, reserved,
+                       option, traceLevel, reserved2, runSize);
+    }
     const long long start = Milliseconds();
     const std::wstring tab = L"\t";
     const auto number = [&tab](long long value) { return tab + std::to_wstring(value); };
@@ -168,7 +256,8 @@ __declspec(dllexport) int _zelConvert(int inputFormat, int outputFormat, const w
     // A call that may not return, or late, is logged before; its end is then its start.
     bool returns = true;
     for (const wchar_t* command : {L"read", L"write", L"smash", L"overflow", L"throw", L"raise", L"abort",
-                                   L"fastfail", L"exit", L"kill", L"grandchild", L"spew", L"stdio"}) {
+                                   L"fastfail", L"exit", L"kill", L"grandchild", L"spew", L"stdio", L"loop",
+                                   L"hoard", L"unload", L"otherthread", L"handles"}) {
         returns = returns && script.commands.find(command) == std::wstring::npos;
     }
     if (!returns) WriteLog(line + number(start) + L"\n");

@@ -1,0 +1,105 @@
+// Outputs that meet a source or each other, in the real program.
+#include "tests/end_to_end/listed_files.h"
+#include "win/profile.h"
+
+namespace morvex {
+namespace {
+
+using test::LibraryLog;
+using test::ListedFiles;
+using test::OpenWindow;
+
+// The host's name of a path, where the program runs on Wine; nothing on Windows.
+std::string HostPath(const std::wstring& path) {
+    using Function = char* (*)(const wchar_t*);
+    const auto hostPath = reinterpret_cast<Function>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32"), "wine_get_unix_file_name")));
+    return hostPath ? hostPath(path.c_str()) : "";
+}
+
+std::wstring Wide(const std::string& ascii) {
+    return {ascii.begin(), ascii.end()};
+}
+
+// A link to a folder, by the host's own program: Wine has no call for it.
+void Link(const std::wstring& folder, const std::wstring& link) {
+    std::wstring line = L"ln -s \"" + Wide(HostPath(folder)) + L"\" \"" +
+                        Wide(HostPath(std::wstring(FolderOf(link)))) + L"/" + std::wstring(FileNameOf(link)) +
+                        L"\"";
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION created{};
+    CreateProcessW(L"Z:\\bin\\ln", line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
+                   &created);
+    EXPECT_TRUE(test::Eventually([&] { return FolderExists(link); })) << testing::PrintToString(link);
+}
+
+// STEP to STEP into the folder of the sources, however it is spelled: both keep their bytes, both get a
+// result.
+TEST(Sources, KeepTheirBytesHoweverTheOutputFolderIsSpelled) {
+    const std::vector<std::wstring> names = {L"{output}a.step", L"{output}a.stp"};
+    const ListedFiles files(names);
+    const LibraryLog log;
+    const std::wstring in = files.Folder(), root = files.InProgram().Folder();
+    const std::wstring settings = files.InProgram().UserFolder() + L"\\zel_morvex.ini";
+    std::wstring slashes = in;
+    std::replace(slashes.begin(), slashes.end(), L'\\', L'/');
+    std::vector<std::wstring> spellings = {
+        in, slashes, root + L"\\\\in", in + L"\\.", root + L"\\user\\..\\IN", L"\\\\?\\" + in, in + L". "};
+    if (const std::string host = HostPath(in); !host.empty()) {
+        spellings.push_back(L"Z:" + Wide(host));
+        Link(in, root + L"\\link");
+        spellings.push_back(root + L"\\link");
+    }
+    files.List(names, L"STEP (*.stp)");
+    for (const std::wstring& folder : spellings) {
+        profile::WriteText(settings, L"General", L"SameFolderAsInput", L"0");
+        profile::WriteText(settings, L"General", L"Output_folder", folder);
+        const OpenWindow window(files.InProgram());
+        ASSERT_TRUE(test::Eventually([&] { return window.Rows() == 2 && !window.Converting(); }));
+        ASSERT_TRUE(window.Convert());
+        EXPECT_EQ(window.Statuses(), (std::vector<std::wstring>{L"OK", L"OK"}))
+            << testing::PrintToString(folder);
+        std::set<std::wstring> results = files.FilesBeside();
+        EXPECT_EQ(results, (std::set<std::wstring>{in + L"\\{output}a (2).stp", in + L"\\{output}a (3).stp"}))
+            << testing::PrintToString(folder);
+        for (const std::wstring& result : results) DeleteFileW(result.c_str());
+    }
+}
+
+// The names of devices are no files: what is written there is lost.
+TEST(Sources, NoResultGoesToADevice) {
+    const std::vector<std::wstring> names = {L"{output}x.stp"};
+    const ListedFiles files(names);
+    const LibraryLog log(L"output");
+    for (const wchar_t* name : {L"NUL", L"aux.part", L"PRN "}) {
+        files.List({std::wstring(name) + L".stp"}, L"STL (*.stl)");
+        const OpenWindow window(files.InProgram());
+        ASSERT_TRUE(test::Eventually([&] { return window.Rows() == 1 && !window.Converting(); }));
+        ASSERT_TRUE(window.Convert());
+        const std::wstring output = log.Calls().back().output;
+        EXPECT_EQ(FileNameOf(output), L"_" + std::wstring(name) + L".stl");
+        EXPECT_EQ(test::ReadFileBytes(output), "written") << testing::PrintToString(output);
+        DeleteFileW(output.c_str());
+    }
+}
+
+// Two windows that convert files of one name into one folder at once: both results exist.
+TEST(Sources, TwoWindowsKeepBothResults) {
+    const std::wstring slow = L"{output,sleep=4000}a.step", quick = L"{output}b.step";
+    const ListedFiles files({slow, quick});
+    const LibraryLog log;
+    const OpenWindow first(files.InProgram()), second(files.InProgram());
+    for (const OpenWindow* window : {&first, &second})
+        ASSERT_TRUE(test::Eventually([&] { return window->Rows() == 2 && !window->Converting(); }));
+    first.Command(1005);
+    ASSERT_TRUE(test::Eventually([&] { return PathExists(files.Output(slow)); }));
+    ASSERT_TRUE(second.Convert());
+    ASSERT_TRUE(test::Eventually([&] { return !first.Converting(); }));
+    EXPECT_EQ(first.Statuses(), (std::vector<std::wstring>{L"OK", L"OK"}));
+    EXPECT_EQ(second.Statuses(), (std::vector<std::wstring>{L"OK", L"OK"}));
+    EXPECT_EQ(files.FilesBeside().size(), 4u);
+}
+
+}  // namespace
+}  // namespace morvex
