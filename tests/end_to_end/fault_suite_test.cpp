@@ -124,16 +124,47 @@ TEST(Faults, AFaultInTheVersionQueryLeavesTheWindow) {
     EXPECT_STREQ(title, L"Morvex 2024 64-bit        (24.4)");
 }
 
-TEST(Faults, AMissingLibraryIsSaidOnceByChildrenToo) {
-    const ListedFiles files({L"a.stp", L"b.stp", L"c.stp"}, L"Multiprocess=1");
-    DeleteFileW(files.InProgram().Library().c_str());
-    const OpenWindow window(files.InProgram());
-    ASSERT_TRUE(test::Eventually([&] { return window.Rows() == 3 && !window.Converting(); }));
-    ASSERT_TRUE(window.Convert());
-    EXPECT_EQ(window.Statuses(), std::vector<std::wstring>(3, L"Not converted"));
-    ASSERT_TRUE(test::Eventually([&] { return window.Message() != nullptr; }));
-    PostMessageW(window.Message(), WM_COMMAND, IDOK, 0);
-    EXPECT_TRUE(test::Eventually([&] { return IsWindowEnabled(window.Handle()) && !window.Message(); }));
+// The text with every occurrence of a part replaced by one of the same length.
+std::string With(std::string bytes, const std::string& part, const std::string& instead) {
+    for (size_t at = 0; (at = bytes.find(part, at)) != bytes.npos; at += part.size())
+        bytes.replace(at, part.size(), instead);
+    return bytes;
+}
+
+// No row is called converted, it is said once where there is something to say, and the window goes on.
+TEST(Faults, AnUnusableLibraryAbandonsTheRun) {
+    const std::string good = test::ReadFileBytes(LibraryLog::LibraryPath());
+    const struct {
+        const char* what;
+        std::string bytes;
+        bool message;
+    } cases[] = {
+        {"missing", "", true},
+        {"no library", "MZ, but no library", true},
+        {"for 32 bits", With(good, std::string("PE\0\0\x64\x86", 6), std::string("PE\0\0\x4C\x01", 6)), true},
+        {"needs a missing one", With(good, "msvcrt.dll", "absent.dll"), true},
+        {"without entries", test::ReadFileBytes(LibraryLog::LibraryPath(L"without_entries")), false},
+    };
+    for (const wchar_t* mode : {L"", L"Multiprocess=1"}) {
+        for (const auto& c : cases) {
+            SCOPED_TRACE(c.what);
+            const ListedFiles files({L"a.stp", L"b.stp", L"c.stp"}, mode);
+            ASSERT_NE(c.bytes, good);
+            test::WriteFileBytes(files.InProgram().Library(), c.bytes);
+            if (c.bytes.empty()) DeleteFileW(files.InProgram().Library().c_str());
+            const OpenWindow window(files.InProgram());
+            ASSERT_TRUE(test::Eventually([&] { return window.Rows() == 3 && !window.Converting(); }));
+            ASSERT_TRUE(window.Convert());
+            EXPECT_EQ(window.Statuses(), std::vector<std::wstring>(3, L"Not converted"));
+            EXPECT_TRUE(files.FilesBeside().empty());
+            if (c.message) {
+                ASSERT_TRUE(test::Eventually([&] { return window.Message() != nullptr; }));
+                PostMessageW(window.Message(), WM_COMMAND, IDOK, 0);
+            }
+            EXPECT_TRUE(
+                test::Eventually([&] { return IsWindowEnabled(window.Handle()) && !window.Message(); }));
+        }
+    }
 }
 
 }  // namespace

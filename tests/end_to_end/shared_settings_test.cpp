@@ -43,13 +43,13 @@ TEST(FirstStart, ManyAtOnceDamageNothing) {
 // Children of a run, while somebody changes the settings: the formats stay those of their run.
 TEST(FirstStart, ChildrenBesideAWriterOfTheSettings) {
     std::vector<std::wstring> names;
-    for (int i = 0; i < 20; ++i) names.push_back(std::to_wstring(i) + L".stp");
+    for (int i = 0; i < 60; ++i) names.push_back(std::to_wstring(i) + L".stp");
     const ListedFiles files(names, L"Multiprocess=1");
     const LibraryLog log;
     const std::wstring settings = files.InProgram().UserFolder() + L"\\zel_morvex.ini";
     const OpenWindow window(files.InProgram());
     ASSERT_TRUE(test::Eventually([&] { return window.Rows() == names.size() && !window.Converting(); }));
-    window.Command(1005);
+    window.Begin();
     ASSERT_TRUE(test::Eventually([&] {
         profile::WriteText(settings, L"General", L"Format_out", L"IGES 3D (*.igs)");
         profile::WriteText(settings, L"General", L"Input_folder_GUI", std::to_wstring(GetTickCount64()));

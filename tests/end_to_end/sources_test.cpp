@@ -23,7 +23,7 @@ std::wstring Wide(const std::string& ascii) {
 
 // A link to a folder, by the host's own program: Wine has no call for it.
 void Link(const std::wstring& folder, const std::wstring& link) {
-    std::wstring line = L"ln -s \"" + Wide(HostPath(folder)) + L"\" \"" +
+    std::wstring line = L"ln -sfn \"" + Wide(HostPath(folder)) + L"\" \"" +
                         Wide(HostPath(std::wstring(FolderOf(link)))) + L"/" + std::wstring(FileNameOf(link)) +
                         L"\"";
     STARTUPINFOW startup{};
@@ -92,7 +92,7 @@ TEST(Sources, TwoWindowsKeepBothResults) {
     const OpenWindow first(files.InProgram()), second(files.InProgram());
     for (const OpenWindow* window : {&first, &second})
         ASSERT_TRUE(test::Eventually([&] { return window->Rows() == 2 && !window->Converting(); }));
-    first.Command(1005);
+    first.Begin();
     ASSERT_TRUE(test::Eventually([&] { return PathExists(files.Output(slow)); }));
     ASSERT_TRUE(second.Convert());
     ASSERT_TRUE(test::Eventually([&] { return !first.Converting(); }));

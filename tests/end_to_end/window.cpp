@@ -63,11 +63,13 @@ bool OpenWindow::Converting() const {
     return !IsWindowEnabled(GetDlgItem(window_, IDS_OPTIONS));  // a run freezes it
 }
 
+void OpenWindow::Begin() const {
+    SendMessageW(window_, WM_COMMAND, IDS_RUN_CONVERSION, 0);
+}
+
 bool OpenWindow::Convert() const {
-    Command(IDS_RUN_CONVERSION);
-    const std::vector<std::wstring> before = Statuses();
-    return Eventually([&] { return Converting() || Statuses() != before; }) &&
-           Eventually([&] { return !Converting(); });
+    Begin();
+    return Eventually([&] { return !Converting(); });
 }
 
 HWND OpenWindow::Message() const {
