@@ -1,9 +1,12 @@
 #include "convert/conversion_run.h"
 
 #include <algorithm>
+#include <clocale>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <map>
 #include <mutex>
+#include <tuple>
 
 #include "convert/conversion_library.h"
 #include "convert/elapsed_text.h"
@@ -194,6 +197,20 @@ TEST(ConversionRun, OldFilesOutliveTheFaultsOfTheLibrary) {
         EXPECT_EQ(test::ReadFileBytes(*job.output), left);
     }
     EXPECT_EQ(recorder.Last(0), L"Cannot write Output File");
+}
+
+// What a library changes for everybody is put back before the next file.
+TEST(ConversionRun, LeavesTheProcessAsItWas) {
+    const LibraryLog log;
+    Recorder recorder;
+    const auto state = [] {
+        return std::tuple(std::filesystem::current_path(), GetPriorityClass(GetCurrentProcess()),
+                          GetErrorMode(), std::string(std::setlocale(LC_ALL, nullptr)));
+    };
+    const auto before = state();
+    RunConversions(Job({L"{disturb}.stp", L"{divide}.stp"}), recorder);
+    EXPECT_EQ(recorder.Last(0) + recorder.Last(1), L"OKOK");
+    EXPECT_EQ(state(), before);
 }
 
 TEST(ConversionRun, IsAbandonedWithoutAUsableLibrary) {

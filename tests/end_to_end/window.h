@@ -22,6 +22,7 @@ class OpenWindow {
 
     HWND Handle() const { return window_; }  // null when none has opened
     HANDLE Process() const { return process_.get(); }
+    void Command(int id) const { PostMessageW(window_, WM_COMMAND, static_cast<WPARAM>(id), 0); }
     // Starts the run; it goes on until Converting says otherwise.
     void Begin() const;
     // Starts the run and waits for its end.
