@@ -145,7 +145,7 @@ int main(int count, char** modules) {
         modules = os.path.join(os.path.dirname(self.worker), "engine")
         # The modules find the worker's own functions in the worker only; bound lazily, they load without it.
         load = {name: Run(f"loading the modules for {name}", [loader, *[f"{modules}/{m}.so" for m in parts]])
-                for name, parts in (("STEP to STL", ("core", "step", "mesh")), ("STL to OBJ", ("core", "mesh")))}
+                for name, parts in (("STEP to STL", ("core", "step", "stl")), ("STL to OBJ", ("core", "stl")))}
         nothing = Run("worker that does nothing (--list)", [self.worker, "--list"])
         linked = Run("program linked to everything, does nothing", [everything])
         screw = self.ours(SAMPLES + "/step/screw.step", "screw.stl")

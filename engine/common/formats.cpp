@@ -21,9 +21,9 @@ constexpr Suffix kStepSuffixes[] = {".stp", ".step", ".stpnc", ".stpa", ".stpz",
                  kFbxSuffixes[] = {".fbx"}, k3mfSuffixes[] = {".3mf"},
                  kIfcSuffixes[] = {".ifc", ".ifcxml", ".ifczip"}, kDxfSuffixes[] = {".dxf", ".dwg"};
 
-constexpr char kStepModule[] = "step", kIgesModule[] = "iges", kMeshModule[] = "mesh",
-               kSceneModule[] = "scene", kAssimpModule[] = "assimp_reader", kGltfModule[] = "gltf_reader",
-               kObjModule[] = "obj_reader", kDxfModule[] = "dxf_reader", kCoreModule[] = "core";
+constexpr char kStepModule[] = "step", kIgesModule[] = "iges", kStlModule[] = "stl", kSceneModule[] = "scene",
+               kAssimpModule[] = "assimp_reader", kGltfModule[] = "gltf_reader", kObjModule[] = "obj_reader",
+               kDxfModule[] = "dxf_reader", kCoreModule[] = "core";
 
 // Where two formats share a number the first is taken when the suffix does not tell.
 constexpr auto kFormats = std::to_array<Format>({
@@ -33,7 +33,7 @@ constexpr auto kFormats = std::to_array<Format>({
      Needs::Surfaces, nullptr},
     {FormatId::Brep, "BREP", kBrepCodes, kBrepSuffixes, kCoreModule, "ReadBrep", kCoreModule, "WriteBrep",
      Needs::Anything, nullptr},
-    {FormatId::Stl, "STL", kStlCodes, kStlSuffixes, kMeshModule, "ReadStl", kMeshModule, "WriteStl",
+    {FormatId::Stl, "STL", kStlCodes, kStlSuffixes, kStlModule, "ReadStl", kStlModule, "WriteStl",
      Needs::Triangles, nullptr},
     {FormatId::Vrml, "VRML", kVrmlCodes, kVrmlSuffixes, nullptr, nullptr, kSceneModule, "WriteVrml",
      Needs::Triangles, nullptr},

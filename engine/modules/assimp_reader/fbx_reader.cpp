@@ -41,7 +41,7 @@ gp_Mat AxesOf(const aiMetadata& data) {
 }
 
 // An FBX file says which axes are which, and how many centimetres its unit is; assimp only passes that on.
-gp_GTrsf ToOurs(const aiScene& scene) {
+gp_GTrsf ToOurs(const JobContext& context, const aiScene& scene) {
     constexpr double kMillimetresPerCentimetre = 10;
     gp_Mat axes = YUpToZUp();
     double unit = 1;
@@ -49,7 +49,9 @@ gp_GTrsf ToOurs(const aiScene& scene) {
         axes = AxesOf(*scene.mMetaData);
         unit = Number(*scene.mMetaData, "UnitScaleFactor", 1);
     }
-    axes.Multiply((unit > 0 && std::isfinite(unit) ? unit : 1) * kMillimetresPerCentimetre);
+    if (!(unit > 0 && std::isfinite(unit))) unit = 1;
+    context.TellUnit(unit * kMillimetresPerCentimetre);
+    axes.Multiply(unit * kMillimetresPerCentimetre);
     return {axes, gp_XYZ()};
 }
 
@@ -77,7 +79,7 @@ extern "C" Outcome ReadFbx(JobContext& context) {
     return ReadByAssimp(context, {bytes.View(), "fbx"}, [&](const aiScene& scene) {
         context.journal.Account("meshes", static_cast<std::int64_t>(announced),
                                 static_cast<std::int64_t>(announced) - scene.mNumMeshes);
-        return ToOurs(scene);
+        return ToOurs(context, scene);
     });
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <Message_ProgressRange.hxx>
+#include <cstdio>
 #include <filesystem>
 #include <string>
 
@@ -24,6 +25,12 @@ struct JobContext {
     Message_ProgressRange progress;  // its own share
     bool facets = false;             // the surfaces to write are the plane triangles of a mesh
 
+    // Tells how many millimetres the input's unit is, where it says so.
+    void TellUnit(double millimetres) const {
+        char text[32];
+        std::snprintf(text, sizeof text, "%.9g", millimetres);
+        journal.Measure("read", "unit", text);
+    }
     // Whether the annotations of a STEP file are to be read and kept.
     bool KeepsAnnotations() const {
         return settings.annotations || settings.readStepAnnotations || settings.stepVersion == 242;

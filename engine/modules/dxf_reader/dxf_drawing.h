@@ -48,6 +48,7 @@ struct DxfBlock {
 
 struct DxfDrawing {
     double unit = 1;  // in millimetres
+    bool saysUnit = false;
     std::map<std::string, DxfColour, std::less<>> layers;
     std::map<std::string, DxfBlock, std::less<>> blocks;  // that with the empty name is the drawing itself
     std::map<std::string, std::size_t> lost;              // entities that hold surfaces nobody here can read

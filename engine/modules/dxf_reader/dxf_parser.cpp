@@ -91,8 +91,9 @@ class DxfParser {
     // Variables: their name in group 9, their value in those behind it.
     void TakeHeader() {
         for (std::size_t at = 0; at + 1 < record_.groups.size(); ++at) {
-            if (record_.groups[at].code == 9 && record_.groups[at].value == "$INSUNITS")
-                drawing_.unit = UnitOf(record_.groups[at + 1].Whole());
+            if (record_.groups[at].code != 9 || record_.groups[at].value != "$INSUNITS") continue;
+            drawing_.unit = UnitOf(record_.groups[at + 1].Whole());
+            drawing_.saysUnit = record_.groups[at + 1].Whole() > 0;
         }
     }
 

@@ -188,6 +188,7 @@ extern "C" Outcome ReadDxf(JobContext& context) {
     const InputBytes bytes(context.file);
     const DecodedText text(bytes.View());
     const DxfDrawing drawing = ParseDxf(text.View(), context.settings.keepPartial);
+    if (drawing.saysUnit) context.TellUnit(drawing.unit);
     AddScene(context.document, DrawingBuilder(context, drawing).Build(), context.file.stem().string());
     const bool empty = context.document.Roots().IsEmpty();
     if (!drawing.lost.empty()) {

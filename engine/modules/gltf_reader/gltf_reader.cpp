@@ -58,6 +58,7 @@ class GltfReader {
         if (file_.Count("nodes") == 0) ShowAllMeshes();
         // Metres, Y up.
         constexpr double kMillimetres = 1000;
+        context_.TellUnit(kMillimetres);
         scene_.toOurs =
             gp_GTrsf(gp_Mat(kMillimetres, 0, 0, 0, 0, -kMillimetres, 0, kMillimetres, 0), gp_XYZ());
         if (meshes_.LinesAndPoints() > 0) {

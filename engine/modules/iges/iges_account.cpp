@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <span>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "engine/modules/core/exchange_file.h"
 
@@ -41,9 +42,13 @@ class IgesAccount {
         std::int64_t announced = 0, missing = 0, damaged = 0;
         for (const IgesEntry& entry : file_.entries) {
             if (!isOne(entry.type) && !isOne(entry.typeAgain)) continue;
-            ++announced;
             const auto found = entities_.find(entry.number);
             const Handle(Standard_Transient) entity = found == entities_.end() ? nullptr : found->second;
+            if (hidden_.contains(entity.get())) {
+                ++leftOut_;
+                continue;
+            }
+            ++announced;
             if (entity.IsNull() ||
                 !IsWithin(shapes_, TransferBRep::ShapeResult(process_, entity), shapeType)) {
                 ++missing;
@@ -58,6 +63,16 @@ class IgesAccount {
         }
     }
 
+    // What is blanked by itself, and all that hangs on it, is none of the account.
+    void PassOverHidden() {
+        constexpr int kPhysicallyDependent = 1;  // shown or hidden with the entity that it is a piece of
+        for (int number = 1; number <= model_->NbEntities(); ++number) {
+            const Handle(IGESData_IGESEntity) entity = model_->Entity(number);
+            if (entity->BlankStatus() == 1 && (entity->SubordinateStatus() & kPhysicallyDependent) == 0)
+                Hide(entity);
+        }
+    }
+
     void AccountForLines() {
         static constexpr const char* kNames[] = {"lines of the start", "lines of the global section",
                                                  "lines of the directory", "lines of parameters"};
@@ -69,7 +84,9 @@ class IgesAccount {
         }
     }
 
-    void WarnOfMalformed() {
+    void WarnOfTheRest() {
+        if (leftOut_ > 0)
+            context_.journal.Warn(std::to_string(leftOut_) + " hidden solids and faces were left out");
         std::int64_t malformed = file_.stray;
         for (int number = 1; number <= model_->NbEntities(); ++number)
             malformed += model_->IsErrorEntity(number);
@@ -78,6 +95,12 @@ class IgesAccount {
     }
 
   private:
+    void Hide(const Handle(Standard_Transient) & entity) {
+        if (!hidden_.insert(entity.get()).second) return;
+        for (Interface_EntityIterator below = graph_.Shareds(entity); below.More(); below.Next())
+            Hide(below.Value());
+    }
+
     bool HangsOnDamage(const Handle(Standard_Transient) & entity) {
         const auto [place, isNew] = known_.try_emplace(entity.get(), false);
         if (!isNew) return place->second;
@@ -99,17 +122,20 @@ class IgesAccount {
     Interface_Graph graph_;
     std::unordered_map<int, Handle(Standard_Transient)> entities_;
     std::unordered_map<const Standard_Transient*, bool> known_;
+    std::unordered_set<const Standard_Transient*> hidden_;
+    std::int64_t leftOut_ = 0;
 };
 
 }  // namespace
 
-void AccountForIges(JobContext& context, const IgesScan& file,
-                    const Handle(XSControl_WorkSession) & session) {
+void AccountForIges(JobContext& context, const IgesScan& file, const Handle(XSControl_WorkSession) & session,
+                    bool leaveOutHidden) {
     IgesAccount account(context, file, session);
+    if (leaveOutHidden) account.PassOverHidden();
     account.AccountForLines();
     account.Account("solids", kSolidTypes, TopAbs_SOLID);
     account.Account("faces", kFaceTypes, TopAbs_FACE);
-    account.WarnOfMalformed();
+    account.WarnOfTheRest();
 }
 
 }  // namespace morvex

@@ -9,7 +9,9 @@
 namespace morvex {
 
 // Books lines, faces and solids of the file against what the reader has made of them and what of that stands
-// in the document. What is malformed without costing any of these becomes a warning.
-void AccountForIges(JobContext& context, const IgesScan& file, const Handle(XSControl_WorkSession) & session);
+// in the document; hidden entities, where the reader has left them out, are none of it. What is malformed
+// without costing any of these becomes a warning.
+void AccountForIges(JobContext& context, const IgesScan& file, const Handle(XSControl_WorkSession) & session,
+                    bool leaveOutHidden);
 
 }  // namespace morvex

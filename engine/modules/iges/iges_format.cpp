@@ -2,6 +2,8 @@
 #include <IGESCAFControl_Reader.hxx>
 #include <IGESCAFControl_Writer.hxx>
 #include <IGESControl_Controller.hxx>
+#include <IGESData_BasicEditor.hxx>
+#include <IGESData_IGESModel.hxx>
 #include <Interface_Static.hxx>
 
 #include "engine/modules/core/context.h"
@@ -19,11 +21,16 @@ extern "C" Outcome ReadIges(JobContext& context) {
     Outcome outcome =
         ParseExchangeFile(context, reader, [&] { return reader.ReadFile(context.file.c_str()); });
     if (!outcome.IsOk()) return outcome;
+    const auto model = Handle(IGESData_IGESModel)::DownCast(reader.WS()->Model());
+    const IGESData_GlobalSection& global = model->GlobalSection();
+    context.TellUnit(IGESData_BasicEditor::UnitFlagValue(global.UnitFlag()));
+    const bool leaveOutHidden = context.settings.partVisibility == -1;
+    reader.SetReadVisible(leaveOutHidden);
     Handle(TDocStd_Document) document = context.document.Data();
     const bool transferred = reader.Transfer(document, context.progress);
     if (!transferred) return Damaged("The contents of the file could not be read");
     const InputBytes file(context.file);
-    AccountForIges(context, IgesScan(file.View()), reader.WS());
+    AccountForIges(context, IgesScan(file.View()), reader.WS(), leaveOutHidden);
     return Outcome::Ok();
 }
 

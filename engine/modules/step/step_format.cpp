@@ -20,6 +20,7 @@
 #include "engine/modules/step/step_external.h"
 #include "engine/modules/step/step_tessellation.h"
 #include "engine/modules/step/step_text.h"
+#include "engine/modules/step/step_units.h"
 
 namespace morvex {
 namespace {
@@ -100,6 +101,7 @@ extern "C" Outcome ReadStep(JobContext& context) {
     account.Add(context.document, scan, reader.Reader().WS(), tessellated, false);
     AccountForExternalFiles(context, reader, scan, account);
     account.Send(context.journal);
+    context.TellUnit(StepUnitOf(scan));
     return Outcome::Ok();
 }
 

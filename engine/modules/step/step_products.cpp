@@ -4,6 +4,8 @@
 #include <gp_Ax3.hxx>
 #include <utility>
 
+#include "engine/modules/step/step_units.h"
+
 namespace morvex {
 namespace {
 
@@ -55,7 +57,7 @@ void StepProducts::TakePlacement(const StepInstance& placement) {
     const bool reversed = OwnerOf(ends[0]) == parts[0];
     const auto unit = [this](StepId representation) {
         const StepInstance* const found = file_.Find(representation);
-        return found == nullptr ? 1.0 : UnitOf(*found);
+        return found == nullptr ? 1.0 : StepUnitOf(file_, *found);
     };
     gp_Trsf place = Frame(axes[1], unit(ends[1])) * Frame(axes[0], unit(ends[0])).Inverted();
     if (reversed) place.Invert();
@@ -110,41 +112,6 @@ gp_Trsf StepProducts::Frame(StepId axes, double unit) const {
     else
         frame.SetTranslation(origin);
     return frame;
-}
-
-double StepProducts::UnitOf(const StepInstance& representation) const {
-    const auto values = StepValues(representation.values);
-    const StepInstance* const context = values.size() < 3 ? nullptr : Referred(values[2]);
-    if (context == nullptr) return 1;
-    for (const StepId id : StepReferences(context->ValuesOf("GLOBAL_UNIT_ASSIGNED_CONTEXT"))) {
-        const StepInstance* const unit = file_.Find(id);
-        if (unit != nullptr && unit->values.find("LENGTH_UNIT") != std::string_view::npos)
-            return UnitLength(id, 0);
-    }
-    return 1;
-}
-
-double StepProducts::UnitLength(StepId unit, int depth) const {
-    constexpr double kMetre = 1000;
-    const StepInstance* const instance = file_.Find(unit);
-    if (instance == nullptr || depth > 3) return 1;
-    if (const auto si = StepValues(instance->ValuesOf("SI_UNIT")); si.size() >= 2) {
-        static constexpr std::pair<std::string_view, double> kPrefixes[] = {
-            {".KILO.", 1e3}, {".DECI.", 1e-1}, {".CENTI.", 1e-2}, {".MILLI.", 1e-3}, {".MICRO.", 1e-6}};
-        for (const auto& [name, factor] : kPrefixes) {
-            if (si[si.size() - 2] == name) return factor * kMetre;
-        }
-        return kMetre;
-    }
-    const auto based = StepReferences(instance->ValuesOf("CONVERSION_BASED_UNIT"));
-    const StepInstance* const measure = based.empty() ? nullptr : file_.Find(based.front());
-    if (measure == nullptr) return 1;
-    const auto values = StepValues(measure->values);
-    const auto open = values.empty() ? std::string_view::npos : values[0].find('(');
-    const auto numbers =
-        open == std::string_view::npos ? std::vector<double>() : StepNumbers(values[0].substr(open));
-    if (numbers.empty() || values.size() < 2) return 1;
-    return numbers.front() * UnitLength(StepReference(values[1]), depth + 1);
 }
 
 }  // namespace morvex

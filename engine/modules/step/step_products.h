@@ -18,8 +18,6 @@ class StepProducts {
     std::string NameOf(StepId definition) const;
     // Where it stands in the whole: once for each way there from a product that is no part of another.
     std::vector<gp_Trsf> PlacesOf(StepId definition) const;
-    // In millimetres, of the numbers in a representation.
-    double UnitOf(const StepInstance& representation) const;
 
   private:
     struct Use {
@@ -29,7 +27,6 @@ class StepProducts {
     void TakeOwner(const StepInstance& definitionRepresentation);
     void TakePlacement(const StepInstance& placement);
     gp_Trsf Frame(StepId axes, double unit) const;
-    double UnitLength(StepId unit, int depth) const;
     const StepInstance* Referred(std::string_view value) const { return file_.Find(StepReference(value)); }
     void Places(StepId definition, const gp_Trsf& below, std::vector<gp_Trsf>& places, int depth) const;
 

@@ -5,10 +5,14 @@
 #include <TopoDS_Compound.hxx>
 #include <TopoDS_Face.hxx>
 #include <algorithm>
+#include <optional>
+#include <ranges>
 #include <set>
 #include <stdexcept>
 
+#include "engine/modules/step/step_colours.h"
 #include "engine/modules/step/step_products.h"
+#include "engine/modules/step/step_units.h"
 
 namespace morvex {
 namespace {
@@ -117,7 +121,7 @@ bool IsExact(const StepInstance& item) {
            item.Is("MAPPED_ITEM");
 }
 
-// The items of a representation, and what solids and shells among them consist of.
+// The items of a representation, and what solids and shells among them consist of, before those.
 std::vector<const StepInstance*> ItemsOf(const StepScan& file, const StepInstance& representation) {
     std::vector<const StepInstance*> items;
     std::set<StepId> seen;
@@ -138,6 +142,25 @@ std::vector<const StepInstance*> ItemsOf(const StepScan& file, const StepInstanc
     return items;
 }
 
+struct ColouredFace {
+    TopoDS_Face face;
+    std::optional<Quantity_Color> colour;
+};
+
+void AddBody(Document& document, const std::vector<ColouredFace>& faces, const std::string& name,
+             const std::vector<gp_Trsf>& places) {
+    TopoDS_Compound body;
+    const BRep_Builder builder;
+    builder.MakeCompound(body);
+    for (const ColouredFace& one : faces) builder.Add(body, one.face);
+    for (const gp_Trsf& place : places) document.AddPart(body.Located(TopLoc_Location(place)), name);
+    const TDF_Label part = document.Shapes()->FindShape(body);
+    for (const ColouredFace& one : faces) {
+        const TDF_Label label = one.colour ? document.Shapes()->AddSubShape(part, one.face) : TDF_Label();
+        if (!label.IsNull()) document.Colours()->SetColor(label, *one.colour, XCAFDoc_ColorSurf);
+    }
+}
+
 }  // namespace
 
 std::set<StepId> ReadTessellation(JobContext& context, const StepScan& file) {
@@ -155,30 +178,38 @@ std::set<StepId> ReadTessellation(JobContext& context, const StepScan& file) {
         }
     }
     Tessellation tessellation(file);
+    const StepColours colours(file);
     std::int64_t announced = 0, missing = 0;
     std::set<StepId> added;
     for (const StepInstance* const representation : representations) {
         const StepId owner = products.OwnerOf(representation->id);
         if (exact.contains(owner)) continue;
-        TopoDS_Compound body;
-        const BRep_Builder builder;
-        builder.MakeCompound(body);
-        for (const StepInstance* const item : ItemsOf(file, *representation)) {
+        const double unit = StepUnitOf(file, *representation);
+        const std::vector<const StepInstance*> items = ItemsOf(file, *representation);
+        std::map<StepId, Quantity_Color> coloured;
+        for (const StepInstance* const item : std::views::reverse(items)) {
+            if (const auto own = colours.Of(item->id)) coloured.insert_or_assign(item->id, *own);
+            const auto found = coloured.find(item->id);
+            if (found == coloured.end() || Tessellation::IsMesh(*item)) continue;
+            for (const StepId part : StepReferences(item->values)) coloured.try_emplace(part, found->second);
+        }
+        std::vector<ColouredFace> faces;
+        for (const StepInstance* const item : items) {
             if (!Tessellation::IsMesh(*item)) continue;
             ++announced;
             try {
-                builder.Add(body, tessellation.Face(*item, products.UnitOf(*representation)));
+                const auto colour = coloured.find(item->id);
+                faces.push_back({tessellation.Face(*item, unit),
+                                 colour == coloured.end() ? std::nullopt : std::optional(colour->second)});
             } catch (const Unreadable&) {
                 ++missing;
             }
         }
-        if (body.NbChildren() == 0) continue;
+        if (faces.empty()) continue;
         added.insert(owner);
         const std::string name = products.NameOf(owner);
-        for (const gp_Trsf& place : products.PlacesOf(owner)) {
-            context.document.AddPart(body.Located(TopLoc_Location(place)),
-                                     name.empty() ? context.file.stem().string() : name);
-        }
+        AddBody(context.document, faces, name.empty() ? context.file.stem().string() : name,
+                products.PlacesOf(owner));
     }
     context.journal.Account("tessellated faces", announced, missing);
     return added;

@@ -8,8 +8,8 @@
 
 namespace morvex {
 
-// Adds the triangles of the products that have no exact surfaces beside them, each at all its places; names
-// and places are kept, colours are not. What cannot be read counts as lost. Returns the definitions of those
+// Adds the triangles of the products that have no exact surfaces beside them, each at all its places, with
+// names and colours. What cannot be read counts as lost. Returns the definitions of those
 // products.
 std::set<StepId> ReadTessellation(JobContext& context, const StepScan& file);
 

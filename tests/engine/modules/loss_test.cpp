@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/engine/support/gltf_maker.h"
+#include "tests/engine/support/read_back.h"
 #include "tests/engine/support/samples.h"
 #include "tests/engine/support/worker_run.h"
 
@@ -72,6 +73,11 @@ TEST(Loss, Stl) {
     Check({{"mark.stl", "\xef\xbb\xbf" + one, "faces=\"1\" triangles=\"2\""},
            {"two.stl", one + other,
             "<read parts=\"2\" instances=\"2\" solids=\"0\" faces=\"2\" triangles=\"3\""},
+           {"quad.stl",
+            "solid\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex 2 0 0\nvertex 2 1 0\nvertex 1 3 "
+            "0\nendloop\nendfacet\nendsolid\n",
+            "area=\"3.5\""},
+           {"flat.stl", Replaced(one, "vertex 0 1 0", "vertex 1 0 0"), "<warning>1 facets without an area"},
            {"upper.stl", other, "triangles=\"1\""},
            {"tail.stl", binary + "\r\n", "triangles=\"9\""},
            {"blank.stl", std::string(binary).replace(84 + 50 * 7, 100, 100, '\0'), "<missing>2 of 9 facets"},
@@ -143,6 +149,23 @@ TEST_F(StepLoss, NothingLeftIsDamage) {
     WriteWhole(folder / "in.step", text);
     for (const char* option : {"--keep-partial", "--jobs-beside"})
         EXPECT_EQ(RunWorker({option, folder / "in.step", folder / "out.stl"}).code, 5) << option;
+}
+
+// By the first two digits of an entity's status, in the first of its two lines of the directory.
+TEST_F(StepLoss, HiddenEntitiesOfIges) {
+    const ScratchFolder folder;
+    WriteWhole(folder / "in.step", step_);
+    ASSERT_EQ(RunWorker({folder / "in.step", folder / "in.igs"}).code, 0);
+    std::string iges = ReadWhole(folder / "in.igs");
+    iges.replace(iges.find("\n     186 ") + 65, 2, "01");
+    Check({{"hidden.igs", iges, "7 hidden solids and faces were left out"},
+           {"hidden.igs", iges, "solids=\"3\" faces=\"12\""}});
+    WriteWhole(folder / "hidden.igs", iges);
+    ASSERT_EQ(RunWorker({"--set", "MODIFICATION D'ATTRIBUT/VISIBILITY=0", folder / "hidden.igs",
+                         folder / "out.stl"})
+                  .code,
+              0);
+    EXPECT_NE(ReadWhole(folder / "out.stl-zel.xml").find("solids=\"4\" faces=\"18\""), std::string::npos);
 }
 
 // What is left of a damaged mesh is converted on request only.
@@ -265,6 +288,7 @@ TEST(Tessellated, BodiesWithoutSurfaces) {
 ENDSEC;
 END-ISO)";
     Check({{"alone.step", text, "box=\"0 0 0 25.4 25.4 0\" area=\"645.16\""},
+           {"unit.step", text, "<read unit=\"25.4\""},
            {"placed.step", Replaced(text, "ENDSEC;\nEND-ISO", assembly),
             "box=\"0 0 0 25.4 25.4 76.2\" area=\"1290.32\""},
            {"corner.step",
@@ -274,6 +298,19 @@ END-ISO)";
     const ScratchFolder folder;
     WriteWhole(folder / "bad.step", bad);
     EXPECT_EQ(RunWorker({folder / "bad.step", folder / "bad.stl"}).code, 5);
+    const std::string green = R"(#30=COLOUR_RGB('',0.,1.,0.);
+#31=FILL_AREA_STYLE_COLOUR('',#30);
+#32=FILL_AREA_STYLE('',(#31));
+#33=SURFACE_STYLE_FILL_AREA(#32);
+#34=SURFACE_SIDE_STYLE('',(#33));
+#35=SURFACE_STYLE_USAGE(.BOTH.,#34);
+#36=PRESENTATION_STYLE_ASSIGNMENT((#35));
+#37=STYLED_ITEM('',(#36),#20);
+ENDSEC;
+END-ISO)";
+    WriteWhole(folder / "green.step", Replaced(text, "ENDSEC;\nEND-ISO", green));
+    ASSERT_EQ(RunWorker({folder / "green.step", folder / "green.obj"}).code, 0);
+    EXPECT_EQ(ReadBack(folder / "green.obj").colours, std::set<std::string>{"00160016"});
 }
 
 }  // namespace

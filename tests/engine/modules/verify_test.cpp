@@ -50,7 +50,11 @@ class Verify : public testing::Test {
     Outcome Check(const std::string& text) {
         WriteWhole(folder_ / "out", text);
         warnings_ = 0;
-        Journal journal([this](std::string_view line) { warnings_ += line.starts_with('W'); });
+        said_.clear();
+        Journal journal([this](std::string_view line) {
+            warnings_ += line.starts_with('W');
+            said_ += line;
+        });
         JobContext context{request_, settings_, journal, document_, folder_ / "out", {}};
         return VerifyWritten(context, SendMeasures(context), nullptr);
     }
@@ -60,6 +64,7 @@ class Verify : public testing::Test {
     Request request_;
     Settings settings_;
     int warnings_ = 0;
+    std::string said_;
 };
 
 std::string Replaced(std::string text, const std::string& what, const std::string& by) {
@@ -72,6 +77,7 @@ TEST_F(Verify, DifferencesWarnAndGapsFail) {
     const std::string text = Text();
     EXPECT_TRUE(Check(text).IsOk());
     EXPECT_EQ(warnings_, 0);
+    EXPECT_NE(said_.find("written centre\t5 10 15"), std::string::npos) << said_;
     const std::size_t facet = text.find("facet"), next = text.find("facet normal", facet + 5);
     EXPECT_EQ(Check(std::string(text).erase(facet, next - facet)).result, ZEL_FAILED) << "a triangle is gone";
     EXPECT_EQ(Check(Replaced(text, "vertex 10 ", "vertex 12 ")).result, ZEL_FAILED) << "larger by a fifth";
@@ -137,6 +143,9 @@ TEST_F(Verify, PointsOfEveryKindOfFormat) {
         EXPECT_EQ(Check(FileWith(format, 20)).IsOk(), !fails);
         EXPECT_GT(warnings_, 0) << "lower than the model";
     }
+    request_.to = FindFormatByName("VRML");
+    const std::string whole = FileWith("VRML", 30);
+    EXPECT_FALSE(Check(whole.substr(0, whole.rfind(" -1"))).IsOk()) << "a triangle less";
 }
 
 // What the report says of each format is what another program finds in the file.

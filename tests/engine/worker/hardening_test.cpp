@@ -70,7 +70,7 @@ class Hardening : public testing::Test {
 
 TEST_F(Hardening, WorkerModulesAndEntryLibrary) {
     for (const char* name :
-         {"morvex-engine", "engine/core.so", "engine/step.so", "engine/iges.so", "engine/mesh.so",
+         {"morvex-engine", "engine/core.so", "engine/step.so", "engine/iges.so", "engine/stl.so",
           "engine/scene.so", "engine/assimp_reader.so", "Polyvane_x64.dll"}) {
         SCOPED_TRACE(name);
         const Elf elf = ReadElf(plugins_ + name);
