@@ -29,7 +29,7 @@ HWND VisibleWindow(const wchar_t* type) {
 void ChooseFirstOfMenu() {
     HWND menu = nullptr;
     ASSERT_TRUE(Eventually([&] { return (menu = VisibleWindow(L"#32768")) != nullptr; }));
-    for (const WPARAM key : {VK_DOWN, VK_RETURN}) PostMessageW(menu, WM_KEYDOWN, key, 0);
+    for (const int key : {VK_DOWN, VK_RETURN}) PostMessageW(menu, WM_KEYDOWN, static_cast<WPARAM>(key), 0);
 }
 
 // Answers the file dialog that the window has opened.

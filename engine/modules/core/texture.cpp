@@ -36,7 +36,7 @@ Handle(Image_Texture) TextureOf(std::string_view bytes, const std::string& id) {
 Handle(Image_Texture) TextureBeside(JobContext& context, const std::string& reference) {
     try {
         const InputBytes bytes(FindSideFile(context, reference, kLargestImage));
-        const Handle(Image_Texture) texture = TextureOf(bytes.View(), reference);
+        Handle(Image_Texture) texture = TextureOf(bytes.View(), reference);
         if (texture.IsNull()) throw ReadError("\"" + reference + "\", which the file refers to, is no image");
         return texture;
     } catch (const ReadError& error) {

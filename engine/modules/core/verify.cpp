@@ -294,8 +294,7 @@ Outcome VerifyWritten(JobContext& context, const std::optional<Measures>& size, 
     SendFacts(context.journal, written);
     CompareScan(context, size, written, comparison);
     if (context.settings.verify == kAll) {
-        const Outcome outcome =
-            CompareReadBack(context, size, load, written.geometry.has_value(), comparison);
+        Outcome outcome = CompareReadBack(context, size, load, written.geometry.has_value(), comparison);
         if (!outcome.IsOk()) return outcome;
     }
     if (comparison.Gone().empty()) return Outcome::Ok();

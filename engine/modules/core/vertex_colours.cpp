@@ -16,7 +16,7 @@ std::unordered_map<std::uint32_t, std::vector<std::size_t>> Sorted(const std::ve
     for (std::size_t triangle = 0; triangle < colours.size(); ++triangle) {
         std::uint32_t key = 0;
         for (const float value : colours[triangle])
-            key = key << 8 | static_cast<std::uint32_t>(value * 255.f + 0.5f) >> (8 - bits);
+            key = key << 8 | static_cast<std::uint32_t>(std::lround(value * 255.f)) >> (8 - bits);
         sorted[key].push_back(triangle);
         if (sorted.size() > kMostColours && bits > 1) break;
     }
