@@ -67,6 +67,22 @@ TEST_F(ActionTest, ConvertsAgainWhatFailed) {
     EXPECT_EQ(StatusLine(), L"2 of 2 converted, 0 failed");
 }
 
+// Both rows go to one folder under one name; only the second one fails.
+TEST_F(ActionTest, ConvertingAgainKeepsWhatOtherRowsMade) {
+    const LibraryLog log;
+    CreateDirectoryW((parts_ + L"\\{result=-5}").c_str(), nullptr);
+    Choose(L"SameFolderAsInput", L"0");
+    Choose(L"Output_folder", user_.c_str());
+    Open();
+    AddFiles({L"a.stp", L"{result=-5}\\a.stp"});
+    Click(IDS_RUN_CONVERSION);
+    ASSERT_TRUE(WaitForState(RunState::Finished));
+    TakeIt();
+    ASSERT_TRUE(WaitForState(RunState::Finished));
+    ASSERT_EQ(log.Calls().size(), 3u);
+    EXPECT_EQ(log.Calls().back().output, user_ + L"\\a (2).stl");
+}
+
 TEST_F(ActionTest, StopsARunAndConvertsTheRest) {
     const LibraryLog log(L"sleep=300");
     Open();

@@ -270,6 +270,8 @@ TEST_F(MainWindowTest, EscapeDoesNotCloseAndQuitDoes) {
 }
 
 TEST_F(MainWindowTest, ChoosingFormats) {
+    Install(L"C", L"ZEL_INPUT_FORMAT", L"IGES 3D");  // a second profile with that pair
+    Install(L"C", L"ZEL_OUTPUT_FORMAT", L"STL");
     Open();
     AddFiles({L"a.stp"});
     ChooseFormat(IDC_INPUT_FORMAT, kStepIn);

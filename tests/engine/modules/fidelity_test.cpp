@@ -154,6 +154,10 @@ TEST_F(Fidelity, SettingsOfTheTextFormats) {
         EXPECT_EQ(CountOf(text(name, {"STL CONF/COMPUTE_NORMALES_FROM_SURFACE=0"}), mark), 0u);
         EXPECT_LT(text(name, {"TOLERANCE/NB_DECIMALE=2"}).size(), text(name, {}).size());
     }
+    for (const bool ascii : {false, true})
+        EXPECT_EQ(text("a.stl", {ascii ? "STL CONF/WRITE_ASCII=1" : "STL CONF/WRITE_ASCII=0"})
+                          .find("facet normal") != std::string::npos,
+                  ascii);
     EXPECT_EQ(CountOf(text("a.dae", {}), "<float>1</float>"), 2u) << "opaque";
     EXPECT_EQ(CountOf(text("a.dae", {"COLLADA CONF/REVERSE_TRANSPARENCY=1"}), "<float>0</float>"), 2u);
     EXPECT_EQ(CountOf(text("a.dae", {}), "semantic=\"COLOR\""), 0u);

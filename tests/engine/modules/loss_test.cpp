@@ -70,6 +70,9 @@ TEST(Loss, Stl) {
             "\t SOLID two parts\r\n  FACET NORMAL 0 0 1\r\n OUTER LOOP\r\nVERTEX 2 0 0\r\nVertex +3. 0 "
             "0\r\nVERTEX 2 1e0 .0\r\nENDLOOP\r\nENDFACET\r\nENDSOLID\r\n";
     const std::string binary = BinaryStl(9);
+    const std::string flat = Replaced(facet, "vertex 1 0 0", "vertex 0 0 0") +
+                             Replaced(facet, "vertex 0 1 0", "vertex 1 0 0") +
+                             Replaced(facet, "vertex 0 1 0", "vertex 0 0 0");
     Check({{"mark.stl", "\xef\xbb\xbf" + one, "faces=\"1\" triangles=\"2\""},
            {"two.stl", one + other,
             "<read parts=\"2\" instances=\"2\" solids=\"0\" faces=\"2\" triangles=\"3\""},
@@ -79,11 +82,18 @@ TEST(Loss, Stl) {
             "area=\"3.5\""},
            {"flat.stl", Replaced(one, "vertex 0 1 0", "vertex 1 0 0"), "<warning>1 facets without an area"},
            {"upper.stl", other, "triangles=\"1\""},
+           {"flat.stl", "solid flat\n" + flat + facet + "endsolid flat\n", "3 facets without an area"},
            {"tail.stl", binary + "\r\n", "triangles=\"9\""},
            {"blank.stl", std::string(binary).replace(84 + 50 * 7, 100, 100, '\0'), "<missing>2 of 9 facets"},
            {"bit.stl", Replaced(one, "vertex 1 0 0", "vertex 1 0 p"), "<missing>1 of 2 facets"},
            {"word.stl", Replaced(one, "endloop", "endloot"), "<missing>1 of 2 facets"},
            {"solid.stl", Replaced(one + other, "endsolid", "endsoljd"), "<missing>endsolid in line 16"}});
+    const ScratchFolder folder;
+    WriteWhole(folder / "two.stl", one + other);
+    EXPECT_EQ(RunWorker({folder / "two.stl", folder / "two.obj"}).code, 0);
+    const std::string named = ReadWhole(folder / "two.obj");
+    EXPECT_NE(named.find("g one\n"), std::string::npos);
+    EXPECT_NE(named.find("g two_parts\n"), std::string::npos);
 }
 
 class StepLoss : public testing::Test {
