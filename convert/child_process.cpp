@@ -104,7 +104,8 @@ class Child {
         PROCESS_INFORMATION created{};
         const auto start = [&](DWORD flags) {
             return CreateProcessW(request.program.c_str(), line.data(), nullptr, nullptr, TRUE,
-                                  NORMAL_PRIORITY_CLASS | CREATE_UNICODE_ENVIRONMENT | flags,
+                                  (request.lowPriority ? IDLE_PRIORITY_CLASS : NORMAL_PRIORITY_CLASS) |
+                                      CREATE_UNICODE_ENVIRONMENT | flags,
                                   environment.data(), nullptr, &startup.StartupInfo, &created) != FALSE;
         };
         if (!attributes.Usable() || !start(EXTENDED_STARTUPINFO_PRESENT)) {
@@ -139,7 +140,8 @@ class Child {
         const std::optional<ChildReport> report = channel_.Read();
         if (!report) return {ChildEnd::Kind::Died, code == kResultOk ? kResultFailed : code, {}};
         if (report->abandoned) return {ChildEnd::Kind::Abandoned, kResultFailed, report->message};
-        return {ChildEnd::Kind::Finished, code == kResultOk || killed_ ? report->result : code, {}};
+        const auto kind = report->crashed ? ChildEnd::Kind::Crashed : ChildEnd::Kind::Finished;
+        return {kind, code == kResultOk || killed_ ? report->result : code, {}};
     }
 
   private:
@@ -187,7 +189,8 @@ ChildEnd ChildRunner::Run(const ChildArguments& arguments, const std::function<b
         if (late || greedy || stop()) {
             child.Kill();
             const ChildEnd end = child.End();
-            if (greedy || end.kind == ChildEnd::Kind::Finished) return end;  // finished: it was over already
+            const bool over = end.kind == ChildEnd::Kind::Finished || end.kind == ChildEnd::Kind::Crashed;
+            if (greedy || over) return end;
             return {late ? ChildEnd::Kind::TimedOut : ChildEnd::Kind::Stopped, kResultFailed, {}};
         }
         if (const int percent = child.Percent(); percent != shown) progress(shown = percent);

@@ -35,6 +35,7 @@ inline constexpr wchar_t kPictureVariable[] = L"MORVEX_PREVIEW";
 struct ChildEnd {
     enum class Kind {
         Finished,    // it told its result
+        Crashed,     // it told that the library has faulted
         Died,        // it ended without a word, or had to be ended because it took too much memory
         NotStarted,  // the system could not start it
         Stopped,     // ended on request

@@ -41,7 +41,8 @@ struct Printer : RunObserver {
 ChildRoadEnd Run(const ConversionJob& job) {
     Printer printer;
     const RunOutcome outcome = RunConversions(job, printer);
-    printer.run.Report({outcome.lastResult, outcome.abandoned, outcome.message});
+    printer.run.Report({outcome.lastResult, outcome.abandoned, printer.status.end == ConversionEnd::Crashed,
+                        outcome.message});
     if (outcome.abandoned) return {outcome.lastResult, outcome.message};
     const std::wstring& reason = printer.status.reason;
     return {outcome.lastResult, printer.status.text + (reason.empty() ? L"" : L"\n" + reason)};

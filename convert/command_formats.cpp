@@ -47,17 +47,6 @@ bool Names(std::wstring_view path, const OutputFormat& format) {
     return !asInput.empty() && Recognises(asInput, path);
 }
 
-// The first format in table order, of those on offer if there are any.
-std::wstring InputOf(const AppContext& context, std::wstring_view path) {
-    std::wstring any;
-    for (const InputFormat& format : InputFormats()) {
-        if (!Recognises(format.filterText, path)) continue;
-        if (context.pairs.OutputsOf(format.filterText)) return format.filterText;
-        if (any.empty()) any = format.filterText;
-    }
-    return any;
-}
-
 std::wstring OutputOf(const AppContext& context, const std::wstring& input, std::wstring_view path) {
     std::wstring any;
     for (const OutputFormat& format : OutputFormats()) {
@@ -70,6 +59,16 @@ std::wstring OutputOf(const AppContext& context, const std::wstring& input, std:
 
 }  // namespace
 
+std::wstring InputFormatOf(const ConversionPairs& pairs, std::wstring_view path) {
+    std::wstring any;
+    for (const InputFormat& format : InputFormats()) {
+        if (!Recognises(format.filterText, path)) continue;
+        if (pairs.OutputsOf(format.filterText)) return format.filterText;
+        if (any.empty()) any = format.filterText;
+    }
+    return any;
+}
+
 ConversionFormats ChooseFormats(const AppContext& context, const std::wstring& input,
                                 const std::wstring& output) {
     const std::wstring namedInput = EnvironmentText(kFormatInVariable);
@@ -80,7 +79,7 @@ ConversionFormats ChooseFormats(const AppContext& context, const std::wstring& i
     if (!namedInput.empty()) {
         from = FilterText(namedInput, InputDisplayNameToFilterText);
     } else if (saved.input.empty() || (!namedOutput.empty() && !Recognises(saved.input, input))) {
-        const std::wstring found = InputOf(context, input);
+        const std::wstring found = InputFormatOf(context.pairs, input);
         if (!found.empty()) from = found;
     }
     if (!namedOutput.empty()) {

@@ -1,5 +1,6 @@
 #include "convert/conversion_run.h"
 
+#include <algorithm>
 #include <atomic>
 #include <ctime>
 #include <exception>
@@ -55,7 +56,9 @@ class Run {
     RunOutcome ConvertAll() {
         log_.RunStarts(count_);
         // The analyser does not see the loop's clause. NOLINTNEXTLINE(clang-analyzer-deadcode.DeadStores)
-        const int workers = children_ ? omp_get_max_threads() : 1;
+        const int workers =
+            children_ ? static_cast<int>(std::min<size_t>(count_, static_cast<size_t>(omp_get_max_threads())))
+                      : 1;
         const auto files = static_cast<std::ptrdiff_t>(count_);
 #pragma omp parallel for schedule(dynamic, 1) num_threads(workers)
         for (std::ptrdiff_t row = 0; row < files; ++row) ConvertOrKeepFailure(static_cast<size_t>(row));
@@ -115,21 +118,25 @@ class Run {
         switch (end.kind) {
             case ChildEnd::Kind::NotStarted:
                 TellNotStarted();
-                break;
+                return FileEnd{Status(end.result, ConversionEnd::NotStarted)};
             case ChildEnd::Kind::Stopped:
                 return FileEnd{StatusOfState(RowState::Stopped, request_.text), false};
             case ChildEnd::Kind::TimedOut: {
-                FileEnd late{Status(end.result), false};
+                FileEnd late{Status(end.result, ConversionEnd::TimedOut), false};
                 late.status.text = request_.text(IDS_TIME_LIMIT);
                 return late;
             }
             case ChildEnd::Kind::Abandoned:
                 Abandon(end.message);
                 return std::nullopt;
-            default:
+            case ChildEnd::Kind::Crashed:
+                return FileEnd{Status(end.result, ConversionEnd::Crashed)};
+            case ChildEnd::Kind::Died:
+                return FileEnd{Status(end.result, ConversionEnd::Crashed), false};
+            case ChildEnd::Kind::Finished:
                 break;
         }
-        return FileEnd{Status(end.result), end.kind != ChildEnd::Kind::Died};
+        return FileEnd{Status(end.result)};
     }
 
     // Children that cannot be started leave the user with rows that read as converted. When the reason is
@@ -158,11 +165,14 @@ class Run {
         if (end.library == Library::WithoutEntries) Abandon({});
         if (end.library != Library::Usable) return std::nullopt;
         if (end.crashed) log_.FileCrashed();
-        return FileEnd{Status(end.result), !end.crashed};
+        return FileEnd{Status(end.result, end.crashed ? ConversionEnd::Crashed : ConversionEnd::Told),
+                       !end.crashed};
     }
 
-    RowStatus Status(int result) const {
-        return StatusOfResult(result, request_.text, request_.developerMode);
+    RowStatus Status(int result, ConversionEnd end = ConversionEnd::Told) const {
+        RowStatus status = StatusOfResult(result, request_.text, request_.developerMode);
+        status.end = end;
+        return status;
     }
 
     // The first reason stands.

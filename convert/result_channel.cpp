@@ -15,6 +15,7 @@ struct Shared {
     std::atomic<DWORD> complete;  // kComplete when the rest is there
     int result;
     int abandoned;
+    int crashed;
     wchar_t message[1000];  // ends with 0
 };
 constexpr DWORD kComplete = 0x444F4E45;
@@ -44,7 +45,7 @@ std::optional<ChildReport> ResultChannel::Read() const {
     const auto* shared = static_cast<const Shared*>(view_.get());
     if (!shared || shared->complete != kComplete) return std::nullopt;
     const wchar_t* const end = std::find(std::begin(shared->message), std::end(shared->message), L'\0');
-    return ChildReport{shared->result, shared->abandoned != 0, {shared->message, end}};
+    return ChildReport{shared->result, shared->abandoned != 0, shared->crashed != 0, {shared->message, end}};
 }
 
 int ResultChannel::Percent() const {
@@ -67,6 +68,7 @@ void ChannelToRun::Report(const ChildReport& report) const {
     if (!shared) return;
     shared->result = report.result;
     shared->abandoned = report.abandoned;
+    shared->crashed = report.crashed;
     report.message.copy(shared->message, std::size(shared->message) - 1);
     shared->complete = kComplete;
 }

@@ -19,6 +19,7 @@ using UniqueView = UniqueResource<void*, ::UnmapViewOfFile>;
 struct ChildReport {
     int result = 0;
     bool abandoned = false;  // the library is not usable
+    bool crashed = false;    // the library faulted; the child survived it
     std::wstring message;    // what to tell the user then; cut at about 1,000 characters
 };
 

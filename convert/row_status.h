@@ -22,6 +22,14 @@ enum class RowState {
     NotConverted,  // the run ended before its turn
 };
 
+// How a conversion that was begun came to its end, whatever its result.
+enum class ConversionEnd {
+    Told,        // the library said what became of it
+    Crashed,     // it faulted, or its process died without a word
+    TimedOut,    // its process was ended because it took too long
+    NotStarted,  // the system could not start its process
+};
+
 // The status of a row that no run has touched.
 inline constexpr const wchar_t* kStatusNone = L"-";
 
@@ -31,6 +39,7 @@ struct RowStatus {
     std::wstring text = kStatusNone;  // as the list shows it
     std::wstring output;              // the file that was written, or was to be; empty before a run
     std::wstring reason;              // why it failed, in one line, where the library says so
+    ConversionEnd end = ConversionEnd::Told;
 
     // The run is done with the row.
     bool Final() const { return state != RowState::Idle && state != RowState::Running; }

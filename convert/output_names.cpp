@@ -1,0 +1,99 @@
+#include "convert/output_names.h"
+
+#include <windows.h>
+
+#include <optional>
+#include <utility>
+
+#include "win/file_identity.h"
+#include "win/paths.h"
+
+namespace morvex {
+namespace {
+
+// Upper case as the file system folds it, so that equal keys mean one file.
+std::wstring Folded(std::wstring_view text) {
+    std::wstring key(text.size(), L'\0');
+    const int length = static_cast<int>(text.size());
+    LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_UPPERCASE, text.data(), length, key.data(), length, nullptr,
+                  nullptr, 0);
+    return key;
+}
+
+// A folder that does not exist is known by its text alone.
+std::wstring FullText(const std::wstring& folder) {
+    const std::wstring path = JoinPath(WithoutLongPrefix(folder), L"");
+    std::wstring full(GetFullPathNameW(path.c_str(), 0, nullptr, nullptr), L'\0');
+    full.resize(GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
+    return Folded(full);
+}
+
+OutputNames::Key HashOf(std::wstring_view folder, std::wstring_view name) {
+    OutputNames::Key hash = 14695981039346656037ULL;  // FNV-1a
+    for (const std::wstring_view text : {folder, name}) {
+        for (const wchar_t unit : text) hash = (hash ^ unit) * 1099511628211ULL;
+    }
+    return hash;
+}
+
+}  // namespace
+
+OutputNames::Key OutputNames::KeyOf(const std::wstring& folder, std::wstring_view fileName) {
+    const std::wstring name = Folded(fileName);
+    const std::lock_guard lock(mutex_);
+    return HashOf(FolderKey(folder), name);
+}
+
+OutputNames::Key OutputNames::KeyOf(const OutputName& name, int number) {
+    return KeyOf(name.folder, FileNameOf(name.Path(number)));
+}
+
+bool OutputNames::Keep(Key key) {
+    const std::lock_guard lock(mutex_);
+    return taken_.insert(key).second;
+}
+
+bool OutputNames::Holds(Key key) {
+    const std::lock_guard lock(mutex_);
+    return taken_.contains(key);
+}
+
+int OutputNames::Take(const OutputName& name) {
+    return Keep(KeyOf(name, 1)) ? 1 : TakeNext(name);
+}
+
+int OutputNames::TakeNext(const OutputName& name) {
+    const Key plain = KeyOf(name, 1);
+    int number = 1;
+    {
+        const std::lock_guard lock(mutex_);
+        if (const auto last = lastNumber_.find(plain); last != lastNumber_.end()) number = last->second;
+    }
+    do {
+        ++number;
+    } while (!Keep(KeyOf(name, number)));
+    const std::lock_guard lock(mutex_);
+    return lastNumber_[plain] = number;
+}
+
+bool OutputNames::Claim(const OutputName& name, int number) {
+    // Kernel objects are named by at most 260 characters.
+    const std::wstring object = L"Local\\Morvex-output-" + std::to_wstring(KeyOf(name, number));
+    UniqueHandle claim(CreateEventW(nullptr, TRUE, FALSE, object.c_str()));
+    if (claim && GetLastError() == ERROR_ALREADY_EXISTS) return false;
+    const std::lock_guard lock(mutex_);
+    claims_.push_back(std::move(claim));
+    return true;
+}
+
+const std::wstring& OutputNames::FolderKey(const std::wstring& folder) {
+    std::wstring& key = folderKeys_[folder];
+    if (!key.empty()) return key;
+    // The backslash makes "C:" the drive's root and not the current folder on it.
+    const std::optional<FileId> identity = IdentityOf(JoinPath(folder, L""));
+    // Without the volume, which may be known under two drive letters with two serial numbers: at worst two
+    // folders pass for one, and a file gets a number that it does not need.
+    return key = identity ? std::to_wstring(identity->second) + L"\\" : FullText(folder);
+}
+
+}  // namespace morvex
