@@ -1,6 +1,7 @@
 #include "app/console.h"
 
 #include "core/product.h"
+#include "win/utf8.h"
 
 namespace morvex {
 namespace {
@@ -23,10 +24,7 @@ Morvex.exe --version  prints the version; --help prints this text.
 }  // namespace
 
 void Print(DWORD stream, const std::wstring& text) {
-    const int size = static_cast<int>(text.size());
-    std::string bytes(text.size() * 3, '\0');
-    bytes.resize(static_cast<size_t>(WideCharToMultiByte(CP_UTF8, 0, text.data(), size, bytes.data(),
-                                                         static_cast<int>(bytes.size()), nullptr, nullptr)));
+    const std::string bytes = ToUtf8(text);
     DWORD written = 0;
     WriteFile(GetStdHandle(stream), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
 }

@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include <algorithm>
 #include <utility>
 
 #include "convert/child_process.h"
@@ -15,19 +14,6 @@
 
 namespace morvex {
 namespace {
-
-// A path typed by hand may be relative or hold slashes. Nothing else is touched: odd names must reach the
-// library as they are.
-std::wstring FullPath(std::wstring path) {
-    if (!path.starts_with(L"\\\\?\\")) std::replace(path.begin(), path.end(), L'/', L'\\');
-    const bool onDrive = path.size() > 1 && path[1] == L':';
-    if (path.starts_with(L'\\') || (onDrive && path.size() > 2 && path[2] == L'\\')) return path;
-    // "D:part.stp" lies in that drive's own current folder.
-    const std::wstring start = onDrive ? path.substr(0, 2) : L".";
-    std::wstring folder(GetFullPathNameW(start.c_str(), 0, nullptr, nullptr), L'\0');
-    folder.resize(GetFullPathNameW(start.c_str(), static_cast<DWORD>(folder.size()), folder.data(), nullptr));
-    return JoinPath(folder, onDrive ? path.substr(2) : path);
-}
 
 struct Printer : RunObserver {
     void OnStatus(size_t row, const RowStatus& now) override {

@@ -9,6 +9,7 @@
 #include "res/string_ids.h"
 #include "win/paths.h"
 #include "win/text_file.h"
+#include "win/utf8.h"
 
 namespace morvex {
 namespace {
@@ -39,14 +40,6 @@ std::wstring_view TakeLine(std::wstring_view& text) {
     const std::wstring_view line = text.substr(0, text.find(L'\n'));
     text.remove_prefix(std::min(line.size() + 1, text.size()));
     return line;
-}
-
-std::string ToUtf8(std::wstring_view text) {
-    const int size = static_cast<int>(text.size());
-    const int length = WideCharToMultiByte(CP_UTF8, 0, text.data(), size, nullptr, 0, nullptr, nullptr);
-    std::string bytes(static_cast<size_t>(length), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text.data(), size, bytes.data(), length, nullptr, nullptr);
-    return bytes;
 }
 
 }  // namespace

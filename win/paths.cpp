@@ -46,6 +46,18 @@ std::wstring_view ExtensionOf(std::wstring_view path) {
     return dot == path.npos ? std::wstring_view{} : path.substr(dot + 1);
 }
 
+std::wstring FullPath(std::wstring path) {
+    // Odd names must reach whoever opens them as they are.
+    if (!path.starts_with(L"\\\\?\\")) std::replace(path.begin(), path.end(), L'/', L'\\');
+    const bool onDrive = path.size() > 1 && path[1] == L':';
+    if (path.starts_with(L'\\') || (onDrive && path.size() > 2 && path[2] == L'\\')) return path;
+    // "D:part.stp" lies in that drive's own current folder.
+    const std::wstring start = onDrive ? path.substr(0, 2) : L".";
+    std::wstring folder(GetFullPathNameW(start.c_str(), 0, nullptr, nullptr), L'\0');
+    folder.resize(GetFullPathNameW(start.c_str(), static_cast<DWORD>(folder.size()), folder.data(), nullptr));
+    return JoinPath(folder, onDrive ? path.substr(2) : path);
+}
+
 bool SameText(std::wstring_view a, std::wstring_view b) {
     return CompareStringOrdinal(a.data(), static_cast<int>(a.size()), b.data(), static_cast<int>(b.size()),
                                 TRUE) == CSTR_EQUAL;

@@ -25,6 +25,9 @@ size_t ExtensionStart(std::wstring_view path);
 // The text after the last "." of the file name, without the "."; empty when there is none.
 std::wstring_view ExtensionOf(std::wstring_view path);
 
+// The full path of one typed by hand, which may be relative or hold slashes. Nothing else of it is touched.
+std::wstring FullPath(std::wstring path);
+
 // Compares without regard to case, as the file system does.
 bool SameText(std::wstring_view a, std::wstring_view b);
 

@@ -1,0 +1,168 @@
+#include "batch/batch_plan.h"
+
+#include <algorithm>
+
+#include "batch/shard.h"
+#include "convert/conversion_report.h"
+#include "convert/row_status.h"
+#include "win/paths.h"
+
+namespace morvex {
+namespace {
+
+constexpr int kResultNoFile = -28;
+
+struct FileFacts {
+    std::uint64_t bytes = 0;
+    FILETIME changed{};
+};
+
+std::optional<FileFacts> FactsOf(const std::wstring& path) {
+    WIN32_FILE_ATTRIBUTE_DATA data;
+    if (!GetFileAttributesExW(WithLongPrefix(path).c_str(), GetFileExInfoStandard, &data) ||
+        (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY))
+        return std::nullopt;
+    return FileFacts{std::uint64_t{data.nFileSizeHigh} << 32 | data.nFileSizeLow, data.ftLastWriteTime};
+}
+
+bool MakeFolders(const std::wstring& folder) {
+    if (folder.empty() || FolderExists(folder)) return !folder.empty();
+    MakeFolders(std::wstring(FolderOf(folder)));
+    return CreateDirectoryW(WithLongPrefix(folder).c_str(), nullptr) || FolderExists(folder);
+}
+
+bool ReportedAsFailed(const std::wstring& output) {
+    const auto report = ReadConversionReport(output);
+    return report && !report->reason.empty();
+}
+
+}  // namespace
+
+std::optional<BatchTask> BatchPlan::Next(const std::function<bool()>& stop) {
+    const std::lock_guard lock(mutex_);
+    while (WaitForNext(stop)) {
+        const size_t index = next_++;
+        BatchTask task;
+        if (Prepare(list_.At(index), share_.empty() || share_[index], stop, task)) return task;
+    }
+    return std::nullopt;
+}
+
+bool BatchPlan::WaitForNext(const std::function<bool()>& stop) {
+    if (options_.shards > 1 && share_.empty()) {
+        if (!WaitUntilComplete(stop)) return false;
+        share_ = ShareOf(list_, options_.shard, options_.shards);
+        shareSize_ = static_cast<size_t>(std::ranges::count(share_, true));
+    }
+    while (!stop()) {
+        if (list_.WaitFor(next_)) return true;
+        if (list_.IsComplete()) return next_ < list_.Count();
+    }
+    return false;
+}
+
+bool BatchPlan::WaitUntilComplete(const std::function<bool()>& stop) {
+    while (!stop()) {
+        if (list_.WaitUntilComplete()) return true;
+    }
+    return false;
+}
+
+bool BatchPlan::Prepare(const SourceList::Entry& source, bool mine, const std::function<bool()>& stop,
+                        BatchTask& task) {
+    task.input = JoinPath(source.file.folder, source.file.name);
+    task.request = requests_.For(source.format, source.tree);
+    const OutputName name = NameOutput(source.file, task.request);
+    const OutputNames::Key key = names_.KeyOf(source.file.folder, source.file.name);
+    std::optional<JobRecord> record;
+    if (history_) record = history_->Find(key);
+    // A log of other conversions says nothing.
+    if (record && !record->output.empty() && !record->output.ends_with(name.extension)) record.reset();
+
+    // What was done before keeps its name.
+    int number = 1;
+    if (const auto given = given_.find(key); given != given_.end())
+        task.output = given->second;
+    else if (!options_.resume.empty() && record)
+        task.output = WithLongPrefix(record->output);
+    const bool named = !task.output.empty();
+    if (!named) {
+        const bool growing = options_.watch.empty() && !list_.IsComplete();
+        if (growing &&
+            (names_.Holds(names_.KeyOf(name.folder, FileNameOf(name.Path()))) || PathExists(name.Path())) &&
+            !WaitUntilComplete(stop))
+            return false;
+        number = names_.Take(name);
+        task.output = name.Path(number);
+    }
+    if (!mine) return false;
+    if (const auto objection = Objection(task, record)) {
+        refused_(task, *objection);
+        return false;
+    }
+    if (options_.dryRun || named) return true;
+    number = AvoidLinks(name, number);
+    while (!names_.Claim(name, number)) number = names_.TakeNext(name);
+    task.output = name.Path(number);
+    if (!options_.watch.empty()) given_[key] = task.output;
+    return true;
+}
+
+std::optional<RefusedTask> BatchPlan::Objection(BatchTask& task,
+                                                const std::optional<JobRecord>& record) const {
+    const std::optional<FileFacts> input = FactsOf(task.input);
+    if (!input) return RefusedTask{Refusal::Failed, kResultNoFile, L"There is no such file", {}};
+    task.inputBytes = input->bytes;
+    task.inputTime = input->changed;
+    if (!options_.resume.empty() && record && LogTime(input->changed) <= record->start) {
+        if (record->result != kResultOk && !options_.retryFailed)
+            return RefusedTask{Refusal::FailedBefore, record->result, record->reason, record};
+        // A result that a power cut took is made again.
+        const std::optional<FileFacts> output = FactsOf(task.output);
+        if (record->result == kResultOk &&
+            (output ? output->bytes == record->outputBytes : record->outputBytes == 0))
+            return RefusedTask{Refusal::DoneBefore, kResultOk, {}, record};
+    }
+    if (auto objection = ObjectionToOverwrite(task, record)) return objection;
+    const std::wstring folder(FolderOf(task.output));
+    if (!options_.dryRun && !MakeFolders(folder))
+        return RefusedTask{
+            Refusal::Failed, kResultCannotWrite, L"The output folder cannot be made: " + folder, {}};
+    return std::nullopt;
+}
+
+std::optional<RefusedTask> BatchPlan::ObjectionToOverwrite(const BatchTask& task,
+                                                           const std::optional<JobRecord>& record) const {
+    const std::optional<FileFacts> output = FactsOf(task.output);
+    if (!output) return std::nullopt;
+    const bool older = CompareFileTime(&output->changed, &task.inputTime) < 0;
+    if (options_.overwrite == Overwrite::Never)
+        return RefusedTask{Refusal::Skipped, 0, L"The output exists", {}};
+    if (options_.overwrite == Overwrite::Older && !older)
+        return RefusedTask{Refusal::Skipped, 0, L"The output is not older than the input", {}};
+    if (options_.skipExisting && !older && output->bytes > 0 && !(record && record->result != kResultOk) &&
+        !ReportedAsFailed(task.output))
+        return RefusedTask{Refusal::Skipped, 0, L"The output is up to date", {}};
+    return std::nullopt;
+}
+
+// An output that exists may be a link to an input or to another file's output, or an input a link to it.
+int BatchPlan::AvoidLinks(const OutputName& name, int number) {
+    std::optional<FileId> identity = IdentityOf(name.Path(number));
+    if (identity) Identify();
+    while (identity && !identities_.insert(*identity).second) {
+        number = names_.TakeNext(name);
+        identity = IdentityOf(name.Path(number));
+    }
+    return number;
+}
+
+void BatchPlan::Identify() {
+    for (const size_t count = list_.Count(); identified_ < count; ++identified_) {
+        const SourceList::Entry entry = list_.At(identified_);
+        if (const auto identity = IdentityOf(JoinPath(entry.file.folder, entry.file.name)))
+            identities_.insert(*identity);
+    }
+}
+
+}  // namespace morvex

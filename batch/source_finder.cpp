@@ -1,0 +1,126 @@
+#include "batch/source_finder.h"
+
+#include <utility>
+
+#include "list/folder_scan.h"
+#include "win/paths.h"
+#include "win/unique_handle.h"
+
+namespace morvex {
+namespace {
+
+constexpr wchar_t kEveryFile[] = L"ALL (*.*)";
+constexpr wchar_t kListHeader[] = L"morvex_list";
+
+UniqueHandle OpenText(const std::wstring& path) {
+    return OwnFile(CreateFileW(WithLongPrefix(path).c_str(), GENERIC_READ,
+                               FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                               FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+}
+
+// Reads the header of a window's list file; false when the text is none.
+bool ReadListHeader(LineReader& reader, ListFormats& formats) {
+    std::wstring line;
+    return reader.Next(line) && line == kListHeader && reader.Next(formats.input) &&
+           reader.Next(formats.output);
+}
+
+// The full path of one that somebody has written; "." before it says nothing.
+std::wstring FullPathOf(std::wstring path) {
+    while (path.starts_with(L".\\") || path.starts_with(L"./")) path.erase(0, 2);
+    return FullPath(path == L"." ? std::wstring() : path);
+}
+
+}  // namespace
+
+ListFormats FormatsOfListFile(const std::wstring& path) {
+    ListFormats formats;
+    const UniqueHandle file = OpenText(FullPath(path));
+    if (!file) return {};
+    LineReader reader(file.get());
+    return ReadListHeader(reader, formats) ? formats : ListFormats();
+}
+
+void SourceFinder::FindAll(const std::stop_token& stop) {
+    for (const std::wstring& path : options_.paths) AddNamed(FullPathOf(path), stop);
+    if (!options_.filesFrom) return;
+    const bool standardInput = *options_.filesFrom == L"-";
+    const std::wstring path = standardInput ? *options_.filesFrom : FullPath(*options_.filesFrom);
+    const UniqueHandle file = standardInput ? nullptr : OpenText(path);
+    if (!standardInput && !file) return failed_(path, L"The list of files cannot be read");
+    LineReader reader(standardInput ? GetStdHandle(STD_INPUT_HANDLE) : file.get(),
+                      options_.zeroSeparated ? LineReader::Separator::Zero : LineReader::Separator::LineEnd);
+    AddLines(reader, stop);
+}
+
+void SourceFinder::AddNamed(const std::wstring& path, const std::stop_token& stop) {
+    if (stop.stop_requested()) return;
+    if (FolderExists(path)) return AddFolder(path, stop);
+    if (FileNameOf(path).find_first_of(L"*?") != std::wstring::npos && !PathExists(path))
+        return AddWildcard(path, stop);
+    if (!AddListFile(path, stop)) AddFile(path);
+}
+
+void SourceFinder::AddWildcard(const std::wstring& pattern, const std::stop_token& stop) {
+    WIN32_FIND_DATAW entry;
+    const HANDLE first = FindFirstFileW(WithLongPrefix(pattern).c_str(), &entry);
+    if (first == INVALID_HANDLE_VALUE) return failed_(pattern, L"No file has such a name");
+    const UniqueFind find(first);
+    const std::wstring folder(FolderOf(pattern));
+    do {
+        const std::wstring_view name = entry.cFileName;
+        if (name != L"." && name != L"..") AddNamed(JoinPath(folder, name), stop);
+    } while (FindNextFileW(find.get(), &entry));
+}
+
+bool SourceFinder::AddListFile(const std::wstring& path, const std::stop_token& stop) {
+    const UniqueHandle file = OpenText(path);
+    if (!file) return false;
+    LineReader reader(file.get());
+    ListFormats formats;
+    if (!ReadListHeader(reader, formats)) return false;
+    AddLines(reader, stop);
+    return true;
+}
+
+void SourceFinder::AddLines(LineReader& reader, const std::stop_token& stop) {
+    for (std::wstring line; !stop.stop_requested() && reader.Next(line);) {
+        // No path ends in a blank: the system drops it.
+        line.erase(line.find_last_not_of(L" \t") + 1);
+        if (!line.empty()) AddFile(FullPathOf(line));
+    }
+}
+
+void SourceFinder::AddFolder(const std::wstring& folder, const std::stop_token& stop) {
+    const size_t root = folder.size() + !folder.ends_with(L'\\');
+    const auto receive = [&](const std::vector<ListRow>& rows, const std::wstring&) {
+        for (const ListRow& row : rows) {
+            const std::wstring path = row.FullPath();
+            const auto format = formats_.OfFolderFile(path);
+            if (format)
+                Add(path, row.folder.size() > root ? row.folder.substr(root) : std::wstring(), *format);
+            else
+                ++leftAside_;
+        }
+    };
+    ScanFolder(folder, options_.recursive, kEveryFile, stop, receive,
+               [this](const std::wstring&) { ++leftAside_; });
+}
+
+void SourceFinder::AddFile(const std::wstring& path) {
+    if (path.size() > kLongestPath) return failed_(path.substr(0, MAX_PATH), L"The path is too long");
+    if (const auto format = formats_.OfNamedFile(path)) return Add(path, {}, *format);
+    failed_(path, PathExists(path) ? L"Neither its name nor its content tells its format"
+                                   : L"There is no such file");
+}
+
+void SourceFinder::Add(const std::wstring& path, std::wstring tree, BatchFormats::Index format) {
+    const std::wstring folder(FolderOf(path)), name(FileNameOf(path));
+    if (!names_.Keep(names_.KeyOf(folder, name))) {
+        ++leftAside_;
+        return;
+    }
+    list_.Append({{folder, name}, std::move(tree), format});
+}
+
+}  // namespace morvex

@@ -1,0 +1,146 @@
+#include "list/html_report.h"
+
+#include <windows.h>
+
+#include "convert/conversion_report.h"
+#include "core/text_catalogue.h"
+#include "win/paths.h"
+#include "win/utf8.h"
+
+namespace morvex {
+namespace {
+
+constexpr size_t kBuffer = 1 << 16;
+constexpr size_t kMostPictures = 2000;  // a page with more is too heavy to open
+
+constexpr wchar_t kHead[] =
+    LR"(<!DOCTYPE html>
+<html lang="en"><head><meta charset="utf-8"><title>%s</title>
+<style>
+body { font: 14px sans-serif; margin: 2em; color: #222 }
+table { border-collapse: collapse }
+th, td { padding: .3em .8em; text-align: left; border-bottom: 1px solid #ddd; vertical-align: top }
+th { cursor: pointer; background: #2b3d4f; color: #fff; position: sticky; top: 0 }
+td.n { text-align: right; font-variant-numeric: tabular-nums }
+tr.failed td { background: #fdecea }
+img { max-width: 160px; max-height: 120px }
+</style></head><body><h1>%s</h1>
+<table><thead><tr><th>Input</th><th>Status</th><th>Reason</th><th>Seconds</th><th>Input bytes</th><th>Output bytes</th><th>Output</th><th></th></tr></thead><tbody>
+)";
+
+constexpr wchar_t kTail[] =
+    LR"(<script>
+document.querySelectorAll("th").forEach((head, column) => head.onclick = () => {
+  const body = document.querySelector("tbody"), up = head.dataset.up !== "1";
+  const text = row => row.cells[column].textContent;
+  const number = column > 2 && column < 6;
+  const order = (a, b) => number ? text(a) - text(b) : text(a).localeCompare(text(b));
+  const rows = [...body.rows].sort((a, b) => up ? order(a, b) : order(b, a));
+  document.querySelectorAll("th").forEach(other => delete other.dataset.up);
+  head.dataset.up = up ? "1" : "0";
+  body.append(...rows);
+});
+</script></body></html>
+)";
+
+std::wstring Escaped(std::wstring_view text) {
+    std::wstring escaped;
+    for (const wchar_t unit : text) {
+        if (unit == L'<')
+            escaped += L"&lt;";
+        else if (unit == L'>')
+            escaped += L"&gt;";
+        else if (unit == L'&')
+            escaped += L"&amp;";
+        else if (unit == L'"')
+            escaped += L"&quot;";
+        else
+            escaped += unit;
+    }
+    return escaped;
+}
+
+std::wstring Base64(std::string_view bytes) {
+    constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::wstring text;
+    for (size_t at = 0; at < bytes.size(); at += 3) {
+        const std::string_view group = bytes.substr(at, 3);
+        std::uint32_t bits = 0;
+        for (size_t i = 0; i < 3; ++i)
+            bits = bits << 8 | (i < group.size() ? static_cast<unsigned char>(group[i]) : 0U);
+        for (size_t i = 0; i < 4; ++i)
+            text += i <= group.size() ? static_cast<wchar_t>(kDigits[bits >> (18 - 6 * i) & 0x3F]) : L'=';
+    }
+    return text;
+}
+
+std::string PictureOf(const ReportEntry& entry) {
+    if (entry.failed || entry.output.empty()) return {};
+    const auto report = ReadConversionReport(entry.output);
+    return report ? report->picture : std::string();
+}
+
+std::wstring Cell(std::wstring_view text) {
+    return L"<td>" + Escaped(text) + L"</td>";
+}
+
+std::wstring NumberCell(const std::wstring& number) {
+    return L"<td class=\"n\">" + number + L"</td>";
+}
+
+}  // namespace
+
+HtmlReport::~HtmlReport() {
+    if (!file_) return;
+    file_.reset();
+    DeleteFileW(Temporary().c_str());
+}
+
+bool HtmlReport::Begin(std::wstring_view title) {
+    file_ = OwnFile(CreateFileW(Temporary().c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                                FILE_ATTRIBUTE_NORMAL, nullptr));
+    const std::wstring escaped = Escaped(title);
+    return file_ && Write(Format(kHead, escaped.c_str(), escaped.c_str()));
+}
+
+bool HtmlReport::Add(const ReportEntry& entry) {
+    std::wstring row = entry.failed ? L"<tr class=\"failed\">" : L"<tr>";
+    row += Cell(entry.input) + Cell(entry.status) + Cell(entry.reason) +
+           NumberCell(Format(L"%.3f", entry.seconds)) + NumberCell(std::to_wstring(entry.inputBytes)) +
+           NumberCell(std::to_wstring(entry.outputBytes)) + Cell(entry.output) + L"<td>";
+    const std::string picture = pictures_ < kMostPictures ? PictureOf(entry) : std::string();
+    if (!picture.empty()) {
+        ++pictures_;
+        row += L"<img alt=\"\" src=\"data:image/png;base64," + Base64(picture) + L"\">";
+    }
+    return Write(row + L"</td></tr>\n");
+}
+
+bool HtmlReport::Finish(std::wstring_view summary) {
+    if (!file_ || !Write(L"</tbody></table><p>" + Escaped(summary) + L"</p>\n") || !Write(kTail) || !Flush())
+        return false;
+    file_.reset();
+    if (MoveFileExW(Temporary().c_str(), WithLongPrefix(path_).c_str(), MOVEFILE_REPLACE_EXISTING))
+        return true;
+    DeleteFileW(Temporary().c_str());
+    return false;
+}
+
+std::wstring HtmlReport::Temporary() const {
+    return WithLongPrefix(path_ + L"." + std::to_wstring(GetCurrentProcessId()) + L".tmp");
+}
+
+bool HtmlReport::Write(std::wstring_view text) {
+    buffer_ += ToUtf8(text);
+    return buffer_.size() < kBuffer || Flush();
+}
+
+bool HtmlReport::Flush() {
+    DWORD written = 0;
+    const auto size = static_cast<DWORD>(buffer_.size());
+    const bool whole = WriteFile(file_.get(), buffer_.data(), size, &written, nullptr) && written == size;
+    buffer_.clear();
+    return whole;
+}
+
+}  // namespace morvex
