@@ -31,6 +31,14 @@ bool MakeFolders(const std::wstring& folder) {
     return CreateDirectoryW(WithLongPrefix(folder).c_str(), nullptr) || FolderExists(folder);
 }
 
+void LookAtInput(BatchTask& task) {
+    const std::optional<FileFacts> facts = FactsOf(task.input);
+    task.inputExists = facts.has_value();
+    if (!facts) return;
+    task.inputBytes = facts->bytes;
+    task.inputTime = facts->changed;
+}
+
 bool ReportedAsFailed(const std::wstring& output) {
     const auto report = ReadConversionReport(output);
     return report && !report->reason.empty();
@@ -79,6 +87,9 @@ bool BatchPlan::Prepare(const SourceList::Entry& source, bool mine, const std::f
     // A log of other conversions says nothing.
     if (record && !record->output.empty() && !record->output.ends_with(name.extension)) record.reset();
 
+    if (mine) LookAtInput(task);
+    // Before its names are given away: other batches know the folder by its identity.
+    if (task.inputExists && !options_.dryRun) MakeFolders(name.folder);
     // What was done before keeps its name.
     int number = 1;
     if (const auto given = given_.find(key); given != given_.end())
@@ -108,13 +119,10 @@ bool BatchPlan::Prepare(const SourceList::Entry& source, bool mine, const std::f
     return true;
 }
 
-std::optional<RefusedTask> BatchPlan::Objection(BatchTask& task,
+std::optional<RefusedTask> BatchPlan::Objection(const BatchTask& task,
                                                 const std::optional<JobRecord>& record) const {
-    const std::optional<FileFacts> input = FactsOf(task.input);
-    if (!input) return RefusedTask{Refusal::Failed, kResultNoFile, L"There is no such file", {}};
-    task.inputBytes = input->bytes;
-    task.inputTime = input->changed;
-    if (!options_.resume.empty() && record && LogTime(input->changed) <= record->start) {
+    if (!task.inputExists) return RefusedTask{Refusal::Failed, kResultNoFile, L"There is no such file", {}};
+    if (!options_.resume.empty() && record && LogTime(task.inputTime) <= record->start) {
         if (record->result != kResultOk && !options_.retryFailed)
             return RefusedTask{Refusal::FailedBefore, record->result, record->reason, record};
         // A result that a power cut took is made again.

@@ -22,6 +22,7 @@ namespace morvex {
 // A file of the batch with all that its conversion needs.
 struct BatchTask {
     std::wstring input, output;
+    bool inputExists = false;
     std::uint64_t inputBytes = 0;
     FILETIME inputTime{};
     ConversionRequest request;
@@ -70,7 +71,7 @@ class BatchPlan {
     // Makes the task of a file; false when it is not to be converted, or not by this part.
     bool Prepare(const SourceList::Entry& source, bool mine, const std::function<bool()>& stop,
                  BatchTask& task);
-    std::optional<RefusedTask> Objection(BatchTask& task, const std::optional<JobRecord>& record) const;
+    std::optional<RefusedTask> Objection(const BatchTask& task, const std::optional<JobRecord>& record) const;
     std::optional<RefusedTask> ObjectionToOverwrite(const BatchTask& task,
                                                     const std::optional<JobRecord>& record) const;
     int AvoidLinks(const OutputName& name, int number);

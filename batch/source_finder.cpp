@@ -85,8 +85,8 @@ bool SourceFinder::AddListFile(const std::wstring& path, const std::stop_token& 
 
 void SourceFinder::AddLines(LineReader& reader, const std::stop_token& stop) {
     for (std::wstring line; !stop.stop_requested() && reader.Next(line);) {
-        // No path ends in a blank: the system drops it.
-        line.erase(line.find_last_not_of(L" \t") + 1);
+        // Editors leave blanks at the ends of lines; no path ends in one.
+        if (!options_.zeroSeparated) line.erase(line.find_last_not_of(L" \t") + 1);
         if (!line.empty()) AddFile(FullPathOf(line));
     }
 }

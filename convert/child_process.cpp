@@ -102,10 +102,11 @@ class Child {
         startup.StartupInfo.hStdOutput = startup.StartupInfo.hStdError = output;
         startup.lpAttributeList = attributes.List();
         PROCESS_INFORMATION created{};
+        // Detached: Ctrl+C in this process's console is not for its children.
         const auto start = [&](DWORD flags) {
             return CreateProcessW(request.program.c_str(), line.data(), nullptr, nullptr, TRUE,
                                   (request.lowPriority ? IDLE_PRIORITY_CLASS : NORMAL_PRIORITY_CLASS) |
-                                      CREATE_UNICODE_ENVIRONMENT | flags,
+                                      DETACHED_PROCESS | CREATE_UNICODE_ENVIRONMENT | flags,
                                   environment.data(), nullptr, &startup.StartupInfo, &created) != FALSE;
         };
         if (!attributes.Usable() || !start(EXTENDED_STARTUPINFO_PRESENT)) {

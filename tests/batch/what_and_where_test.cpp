@@ -76,7 +76,7 @@ TEST(Batch, FindsWhatIsNamed) {
          "\xFF\xFE" + test::Utf16Bytes(L"sub\\d.step\r\n").substr(2),
          {L"sub/d.stl"}},
         {L"list.csv", "", {L"a.stl", L"sub/d.stl"}},
-        {L"-t STL unnamed", "", {L"unnamed.stl"}},
+        {L"-t STL unnamed", "", {L"unnamed-zel.stl"}},
         {L"-t STL -- -r.stp", "", {L"-r.stl"}},
         {L"-t STL gone.stp a.stp note.txt --files-from none.txt", "", {L"a.stl"}, 3},
         {L"-t STL *.none b.stp", "", {L"b.stl"}, 1},
