@@ -1,9 +1,13 @@
 #include "convert/conversion_report.h"
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <cstdint>
+#include <sstream>
 #include <string_view>
 
+#include "core/text_catalogue.h"
 #include "win/text_file.h"
 
 namespace morvex {
@@ -94,6 +98,15 @@ std::wstring ConversionReport::Fact(const std::wstring& name) const {
         if (const auto found = facts->find(name); found != facts->end()) return found->second;
     }
     return {};
+}
+
+std::wstring ConversionReport::Dimensions() const {
+    std::wistringstream text(Fact(L"box"));
+    std::array<double, 6> corners{};
+    for (double& value : corners) text >> value;
+    if (!text) return {};
+    return Format(L"%.6g \u00D7 %.6g \u00D7 %.6g mm", std::abs(corners[3] - corners[0]),
+                  std::abs(corners[4] - corners[1]), std::abs(corners[5] - corners[2]));
 }
 
 std::optional<ConversionReport> ReadConversionReport(const std::wstring& output) {

@@ -25,6 +25,8 @@ struct ConversionReport {
 
     // A fact of the output or else of the model; empty when neither is known.
     std::wstring Fact(const std::wstring& name) const;
+    // The lengths of the model's box along the axes, as "a x b x c mm"; empty when not known.
+    std::wstring Dimensions() const;
 };
 
 // Reads the report beside an output; nothing when there is none. Of a file that is no report nothing is

@@ -3,7 +3,7 @@
 #include <windows.h>
 
 #include "convert/conversion_report.h"
-#include "core/text_catalogue.h"
+#include "res/string_ids.h"
 #include "win/paths.h"
 #include "win/utf8.h"
 
@@ -25,15 +25,14 @@ td.n { text-align: right; font-variant-numeric: tabular-nums }
 tr.failed td { background: #fdecea }
 img { max-width: 160px; max-height: 120px }
 </style></head><body><h1>%s</h1>
-<table><thead><tr><th>Input</th><th>Status</th><th>Reason</th><th>Seconds</th><th>Input bytes</th><th>Output bytes</th><th>Output</th><th></th></tr></thead><tbody>
-)";
+<table><thead><tr>)";
 
 constexpr wchar_t kTail[] =
     LR"(<script>
 document.querySelectorAll("th").forEach((head, column) => head.onclick = () => {
   const body = document.querySelector("tbody"), up = head.dataset.up !== "1";
   const text = row => row.cells[column].textContent;
-  const number = column > 2 && column < 6;
+  const number = head.className === "n";
   const order = (a, b) => number ? text(a) - text(b) : text(a).localeCompare(text(b));
   const rows = [...body.rows].sort((a, b) => up ? order(a, b) : order(b, a));
   document.querySelectorAll("th").forEach(other => delete other.dataset.up);
@@ -74,18 +73,38 @@ std::wstring Base64(std::string_view bytes) {
     return text;
 }
 
-std::string PictureOf(const ReportEntry& entry) {
-    if (entry.failed || entry.output.empty()) return {};
-    const auto report = ReadConversionReport(entry.output);
-    return report ? report->picture : std::string();
-}
-
 std::wstring Cell(std::wstring_view text) {
     return L"<td>" + Escaped(text) + L"</td>";
 }
 
 std::wstring NumberCell(const std::wstring& number) {
-    return L"<td class=\"n\">" + number + L"</td>";
+    return L"<td class=\"n\">" + Escaped(number) + L"</td>";
+}
+
+constexpr struct {
+    int text;
+    bool number;  // sorted as such
+} kColumns[] = {{IDS_FILENAME, false},
+                {IDS_STATUS, false},
+                {IDS_INFORMATION, false},
+                {IDS_FACT_TIME, true},
+                {IDS_REPORT_INPUT_BYTES, true},
+                {IDS_REPORT_OUTPUT_BYTES, true},
+                {IDS_FACT_BOX, false},
+                {IDS_FACT_PARTS, true},
+                {IDS_FACT_SOLIDS, true},
+                {IDS_FACT_FACES, true},
+                {IDS_FACT_TRIANGLES, true},
+                {IDS_REPORT_OUTPUT, false},
+                {IDS_PREVIEW, false}};
+
+// Why a file failed, or what a conversion lost and warns of.
+std::wstring Remarks(const ReportEntry& entry, const ConversionReport& report) {
+    std::wstring remarks = Escaped(entry.reason);
+    for (const auto* texts : {&report.missing, &report.warnings}) {
+        for (const std::wstring& text : *texts) remarks += (remarks.empty() ? L"" : L"<br>") + Escaped(text);
+    }
+    return L"<td>" + remarks + L"</td>";
 }
 
 }  // namespace
@@ -100,18 +119,27 @@ bool HtmlReport::Begin(std::wstring_view title) {
     file_ = OwnFile(CreateFileW(Temporary().c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
                                 FILE_ATTRIBUTE_NORMAL, nullptr));
     const std::wstring escaped = Escaped(title);
-    return file_ && Write(Format(kHead, escaped.c_str(), escaped.c_str()));
+    std::wstring headers;
+    for (const auto& column : kColumns)
+        headers += (column.number ? L"<th class=\"n\">" : L"<th>") + Escaped(text_(column.text)) + L"</th>";
+    return file_ &&
+           Write(Format(kHead, escaped.c_str(), escaped.c_str()) + headers + L"</tr></thead><tbody>\n");
 }
 
 bool HtmlReport::Add(const ReportEntry& entry) {
+    ConversionReport report;
+    if (!entry.output.empty()) report = ReadConversionReport(entry.output).value_or(ConversionReport{});
     std::wstring row = entry.failed ? L"<tr class=\"failed\">" : L"<tr>";
-    row += Cell(entry.input) + Cell(entry.status) + Cell(entry.reason) +
-           NumberCell(Format(L"%.3f", entry.seconds)) + NumberCell(std::to_wstring(entry.inputBytes)) +
-           NumberCell(std::to_wstring(entry.outputBytes)) + Cell(entry.output) + L"<td>";
-    const std::string picture = pictures_ < kMostPictures ? PictureOf(entry) : std::string();
-    if (!picture.empty()) {
+    row += Cell(entry.input) + Cell(entry.status) + Remarks(entry, report) +
+           NumberCell(entry.seconds > 0 ? Format(L"%.3f", entry.seconds) : report.seconds) +
+           NumberCell(std::to_wstring(entry.inputBytes)) + NumberCell(std::to_wstring(entry.outputBytes)) +
+           Cell(report.Dimensions());
+    for (const wchar_t* fact : {L"parts", L"solids", L"faces", L"triangles"})
+        row += NumberCell(report.Fact(fact));
+    row += Cell(entry.output) + L"<td>";
+    if (!report.picture.empty() && pictures_ < kMostPictures) {
         ++pictures_;
-        row += L"<img alt=\"\" src=\"data:image/png;base64," + Base64(picture) + L"\">";
+        row += L"<img alt=\"\" src=\"data:image/png;base64," + Base64(report.picture) + L"\">";
     }
     return Write(row + L"</td></tr>\n");
 }

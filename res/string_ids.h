@@ -132,6 +132,9 @@
 #define IDS_NUMBER_WANTED 3059     // %s: what is stored instead
 #define IDS_TIP_NOT_USED 3060      // behind the tooltip of a setting
 #define IDS_PROGRESS_AT_WORK 3061  // of the files at work, on average
+#define IDS_REPORT_OUTPUT 3062     // columns of the results as a web page
+#define IDS_REPORT_OUTPUT_BYTES 3063
+#define IDS_REPORT_INPUT_BYTES 3064
 
 // Captions of the conversion settings dialogs, shared between them.
 #define IDS_CFG_TITLE_WRITE 3100

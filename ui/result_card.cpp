@@ -1,9 +1,5 @@
 #include "ui/result_card.h"
 
-#include <array>
-#include <cmath>
-#include <sstream>
-
 #include "res/resource.h"
 #include "res/string_ids.h"
 #include "win/controls.h"
@@ -14,16 +10,6 @@ namespace morvex {
 namespace {
 
 constexpr int kValueColumn = 70;  // dialog units from the left edge
-
-// "x y z x y z" of two corners as lengths along the axes; empty when it is none.
-std::wstring Dimensions(const std::wstring& box) {
-    std::wistringstream text(box);
-    std::array<double, 6> corners{};
-    for (double& value : corners) text >> value;
-    if (!text) return {};
-    return Format(L"%.6g \u00D7 %.6g \u00D7 %.6g mm", std::abs(corners[3] - corners[0]),
-                  std::abs(corners[4] - corners[1]), std::abs(corners[5] - corners[2]));
-}
 
 std::wstring Sizes(const ListRow& row) {
     if (row.status.state != RowState::Converted) return row.size;
@@ -41,7 +27,7 @@ std::wstring FactsOf(const ListRow& row, const ConversionReport& report, const T
     add(IDS_STATUS, row.status.text);
     add(IDS_INFORMATION, row.status.reason);
     add(IDS_SIZE, Sizes(row));
-    add(IDS_FACT_BOX, Dimensions(report.Fact(L"box")));
+    add(IDS_FACT_BOX, report.Dimensions());
     add(IDS_FACT_PARTS, report.Fact(L"parts"));
     add(IDS_FACT_SOLIDS, report.Fact(L"solids"));
     add(IDS_FACT_FACES, report.Fact(L"faces"));

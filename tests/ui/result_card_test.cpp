@@ -98,6 +98,22 @@ TEST_F(ResultCardTest, ClosesBySpaceAndEscapeHereAndThere) {
     EXPECT_EQ(std::ranges::count(menu, IDS_PREVIEW), 0);
 }
 
+TEST_F(ResultCardTest, ResultsAreSavedAsAPageToo) {
+    OpenWithResults();
+    savePath_ = parts_ + L"\\results.html";
+    Command(IDS_SAVE_RESULTS_REPORT);
+    const std::string page = ReadFileBytes(savePath_);
+    for (const char* const expected :
+         {"<td>1 of 11 faces<br>a &amp; b<br>c</td>", "<td>20 \u00D7 19.25 \u00D7 41.75 mm</td>",
+          "<td class=\"n\">0.237</td>", "<td class=\"n\">1344</td>", "data:image/png;base64,iVBORw0KGgo",
+          "<tr class=\"failed\">", "<th class=\"n\">Triangles</th>", "<p>1 of 2 converted, 1 failed</p>"})
+        EXPECT_NE(page.find(expected), std::string::npos) << expected;
+    EXPECT_EQ(page.find("http"), std::string::npos);  // readable without a network
+    savePath_ = parts_ + L"\\results.csv";
+    Command(IDS_SAVE_RESULTS_REPORT);
+    EXPECT_EQ(ReadFileBytes(savePath_).substr(0, 2), "\xFF\xFE");
+}
+
 TEST_F(ResultCardTest, ReportsOfAnyKindAreTaken) {
     const auto read = [&](const std::string& text) {
         WriteFileBytes(parts_ + L"\\x" + kReportSuffix, text);
