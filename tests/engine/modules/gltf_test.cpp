@@ -53,8 +53,8 @@ std::string Sparse() {
 // that join others.
 std::string Square(int mode) {
     GltfMaker maker;
-    const int points =
-        maker.Accessor(std::vector<float>{0, 0, 0, 0.01f, 0, 0, 0, 0.01f, 0, 0.01f, 0.01f, 0}, "VEC3");
+    const int points = maker.Accessor(
+        std::vector<float>{0, 0, .01f, .01f, 0, .01f, 0, .01f, .01f, .01f, .01f, .01f}, "VEC3");
     const int corners = maker.Accessor(
         mode == 5 ? std::vector<std::uint8_t>{0, 1, 2, 3, 3} : std::vector<std::uint8_t>{0, 1, 3, 2},
         "SCALAR");
@@ -122,8 +122,8 @@ TEST(Gltf, ReadsWhatTheFormatHolds) {
         {"no nodes", BoxWith("[]"), kBoxArea, kBoxVolume, 10},
         {"quantised", Quantised(), kBoxArea, kBoxVolume, 10},
         {"sparse", Sparse(), kBoxArea, kBoxVolume, 10},
-        {"strip", Square(5), 100, 0, 10},
-        {"fan", Square(6), 100, 0, 10},
+        {"strip", Square(5), 100, 1000. / 3, 10},  // what it spans with the origin tells its direction
+        {"fan", Square(6), 100, 1000. / 3, 10},
         {"Draco", Draco(), kBoxArea, kBoxVolume, 10},
         {"instances", Instanced(), 3 * kBoxArea, 3 * kBoxVolume, 2010},
     };

@@ -151,6 +151,26 @@ TEST_F(StepLoss, SolidsWithGaps) {
     Check({{"crossed.step", crossed, "<missing>"}});
 }
 
+// The library reads such items as if they were only moved.
+TEST(MappedItems, ThatScaleOrMirrorAreALoss) {
+    const std::string body = "#11 = ADVANCED_BREP_SHAPE_REPRESENTATION('',(#12),#1236);";
+    const auto with = [&](const std::string& axis, const std::string& scale) {
+        return Replaced(
+            ReadWhole(Sample("step/screw.step")), body,
+            "#11=SHAPE_REPRESENTATION('',(#90009,#90005),#1236);#90001=CARTESIAN_POINT('',(0.,0.,0.));"
+            "#90002=DIRECTION('',(" +
+                axis +
+                ",0.,0.));#90003=DIRECTION('',(0.,1.,0.));"
+                "#90004=DIRECTION('',(0.,0.,1.));#90005=AXIS2_PLACEMENT_3D('',#90001,$,$);"
+                "#90006=SHAPE_REPRESENTATION('',(#12,#90005),#1236);#90007=REPRESENTATION_MAP(#90005,#90006);"
+                "#90008=CARTESIAN_TRANSFORMATION_OPERATOR_3D('','','',#90002,#90003,#90001," +
+                scale + ",#90004);#90009=MAPPED_ITEM('',#90007,#90008);");
+    };
+    Check({{"moved.step", with("1.", "1."), "mapped-items=\"1\""},
+           {"scaled.step", with("1.", "2."), "<missing>1 of 1 mapped items"},
+           {"mirrored.step", with("-1.", "1."), "<missing>1 of 1 mapped items"}});
+}
+
 TEST_F(StepLoss, NothingLeftIsDamage) {
     const ScratchFolder folder;
     std::string text = step_;

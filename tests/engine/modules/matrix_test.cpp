@@ -3,6 +3,7 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <map>
+#include <zlib.h>
 
 #include "tests/engine/support/read_back.h"
 #include "tests/engine/support/samples.h"
@@ -103,6 +104,66 @@ TEST_F(Matrix, EveryPair) {
             ExpectSameExtent(in, out);
             ExpectSameContents(input, in, suffix, out);
             if (IsOneOf(suffix, {"stl", "obj", "gltf", "glb"})) ExpectSameExtent(in, ReadByAssimp(output));
+        }
+    }
+}
+
+// The contents of a file, unpacked when its name says that it is packed.
+std::string Unpacked(const std::string& path) {
+    std::string contents;
+    const gzFile file = gzopen(path.c_str(), "rb");
+    if (file == nullptr) return contents;
+    char bytes[1 << 16];
+    for (int got; (got = gzread(file, bytes, sizeof bytes)) > 0;)
+        contents.append(bytes, static_cast<std::size_t>(got));
+    gzclose(file);
+    return contents;
+}
+
+// What other programs have written, of other packages than the samples.
+TEST(MatrixOfOthers, EveryPair) {
+    const std::string gmsh = "/usr/share/doc/gmsh-doc/doc/gmsh/", assimp = "/usr/share/assimp/models/";
+    const struct {
+        std::string path;
+        double cube;       // edge in millimetres of one about the origin; 0: as another reader finds it
+        std::string same;  // a file of the same model that the other reader does not turn
+    } parts[] = {{gmsh + "tutorial/t20_data.step.gz", 0, {}},
+                 {gmsh + "demos/boolean/as1-tu-203.stp.gz", 0, {}},
+                 {gmsh + "demos/boolean/component8.step.gz", 0, {}},
+                 {gmsh + "demos/simple_geo/sphere-surf.stl.gz", 0, {}},
+                 {assimp + "OBJ/WusonOBJ.obj", 0, {}},
+                 {assimp + "DXF/wuson.dxf", 0, assimp + "OBJ/WusonOBJ.obj"},
+                 {assimp + "glTF2/BoxTextured-glTF-Binary/BoxTextured.glb", 0, {}},
+                 {assimp + "FBX/phong_cube.fbx", 10, {}}};
+    const ScratchFolder folder;
+    for (const auto& [path, cube, same] : parts) {
+        std::filesystem::path name = std::filesystem::path(path).filename();
+        if (name.extension() == ".gz") name.replace_extension();
+        const std::string input = folder / name;
+        WriteWhole(input, Unpacked(path));
+        Facts in = ReadBack(same.empty() ? input : same);
+        ASSERT_TRUE(in.read) << path;
+        if (cube > 0) {
+            in.low.fill(-cube / 2), in.high.fill(cube / 2);
+            in.area = 6 * cube * cube, in.volume = cube * cube * cube;
+        }
+        const bool meshes = in.solids == 0;
+        for (const std::string suffix : kOutputs) {
+            SCOPED_TRACE(path + " -> " + suffix);
+            const ScratchFolder results;
+            const std::string output = results / ("out." + suffix);
+            const WorkerRun run = RunWorker({input, output});
+            ASSERT_EQ(run.code, 0) << run.errors;
+            const Facts out = ReadBack(output);
+            ASSERT_TRUE(out.read);
+            ExpectSameExtent(in, out);
+            const bool exact = IsOneOf(suffix, {"stp", "igs", "brep"});
+            if (meshes && !exact) {
+                EXPECT_EQ(out.triangles, in.triangles);
+            } else if (!meshes && exact) {
+                EXPECT_EQ(out.faces, in.faces);
+                EXPECT_EQ(out.solids, in.solids);
+            }
         }
     }
 }
