@@ -1,4 +1,6 @@
 // Outputs that meet a source or each other, in the real program.
+#include <functional>
+
 #include "tests/end_to_end/listed_files.h"
 #include "win/profile.h"
 
@@ -21,17 +23,15 @@ std::wstring Wide(const std::string& ascii) {
     return {ascii.begin(), ascii.end()};
 }
 
-// A link to a folder, by the host's own program: Wine has no call for it.
-void Link(const std::wstring& folder, const std::wstring& link) {
-    std::wstring line = L"ln -sfn \"" + Wide(HostPath(folder)) + L"\" \"" +
-                        Wide(HostPath(std::wstring(FolderOf(link)))) + L"/" + std::wstring(FileNameOf(link)) +
-                        L"\"";
+// Runs a program of the host's, since Wine has no calls for links, until it has done what is wanted of it.
+void OnHost(const std::wstring& program, const std::wstring& arguments, const std::function<bool()>& done) {
+    std::wstring line = program + L" " + arguments;
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION created{};
-    CreateProcessW(L"Z:\\bin\\ln", line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                   &created);
-    EXPECT_TRUE(test::Eventually([&] { return FolderExists(link); })) << testing::PrintToString(link);
+    CreateProcessW((L"Z:\\bin\\" + program).c_str(), line.data(), nullptr, nullptr, FALSE, 0, nullptr,
+                   nullptr, &startup, &created);
+    EXPECT_TRUE(test::Eventually(done)) << testing::PrintToString(line);
 }
 
 // STEP to STEP into the folder of the sources, however it is spelled: both keep their bytes, both get a
@@ -46,10 +46,13 @@ TEST(Sources, KeepTheirBytesHoweverTheOutputFolderIsSpelled) {
     std::replace(slashes.begin(), slashes.end(), L'\\', L'/');
     std::vector<std::wstring> spellings = {
         in, slashes, root + L"\\\\in", in + L"\\.", root + L"\\user\\..\\IN", L"\\\\?\\" + in, in + L". "};
-    if (const std::string host = HostPath(in); !host.empty()) {
+    const std::string host = HostPath(in);
+    const std::wstring link = root + L"\\link", hostLink = Wide(HostPath(root)) + L"/link";
+    if (!host.empty()) {
         spellings.push_back(L"Z:" + Wide(host));
-        Link(in, root + L"\\link");
-        spellings.push_back(root + L"\\link");
+        OnHost(L"ln", L"-sfn \"" + Wide(host) + L"\" \"" + hostLink + L"\"",
+               [&] { return FolderExists(link); });
+        spellings.push_back(link);
     }
     files.List(names, L"STEP (*.stp)");
     for (const std::wstring& folder : spellings) {
@@ -65,6 +68,7 @@ TEST(Sources, KeepTheirBytesHoweverTheOutputFolderIsSpelled) {
             << testing::PrintToString(folder);
         for (const std::wstring& result : results) DeleteFileW(result.c_str());
     }
+    if (!host.empty()) OnHost(L"rm", L"-f \"" + hostLink + L"\"", [&] { return !PathExists(link); });
 }
 
 // The names of devices are no files: what is written there is lost.

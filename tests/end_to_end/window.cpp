@@ -38,7 +38,7 @@ HWND MainWindowOf(DWORD process) {
 }  // namespace
 
 bool Eventually(const std::function<bool()>& condition) {
-    for (int tries = 0; tries < 1500; ++tries) {
+    for (int tries = 0; tries < 6000; ++tries) {
         if (condition()) return true;
         Sleep(20);
     }

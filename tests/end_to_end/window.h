@@ -10,7 +10,7 @@
 
 namespace morvex::test {
 
-// Waits for the condition, half a minute at most.
+// Waits for the condition, two minutes at most: nothing of that is spent when all is well.
 bool Eventually(const std::function<bool()>& condition);
 
 // The real window of a program in a process of its own, looked at from outside. Ended with the object.
