@@ -4,6 +4,7 @@
 #include <array>
 #include <string>
 
+#include "engine/common/paths.h"
 #include "engine/common/text.h"
 
 namespace morvex {
@@ -57,7 +58,7 @@ constexpr auto kFormats = std::to_array<Format>({
 
 template <class Usable>
 const Format* Find(int code, const std::filesystem::path& path, Usable usable) {
-    const std::string suffix = LowerAscii(path.extension().string());
+    const std::string suffix = LowerAscii(Utf8(path.extension()));
     const Format* byCode = nullptr;
     for (const Format& format : kFormats) {
         const bool hasCode = code == kAnyFormatCode || std::ranges::count(format.codes, code) != 0;

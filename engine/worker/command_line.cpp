@@ -11,6 +11,7 @@
 #include "engine/common/ini_file.h"
 #include "engine/common/protocol.h"
 #include "engine/common/settings.h"
+#include "engine/worker/full_path.h"
 #include "engine/worker/supervisor.h"
 
 namespace morvex {
@@ -47,8 +48,8 @@ double PositiveNumber(const std::string& text) {
 }
 
 void SetConfig(Command& command, const std::string& value) {
-    if (!std::ifstream(value)) throw UsageError("cannot read " + value);
-    command.request.config = value;
+    command.request.config = FullPath(value);
+    if (!std::ifstream(command.request.config)) throw UsageError("cannot read " + value);
 }
 
 void AddSetting(Command& command, const std::string& value) {
@@ -87,9 +88,7 @@ const Option kOptions[] = {
     {"--jobs-beside", nullptr, "other conversions run at the same time: keep to one processor",
      [](Command& command, const std::string&) { command.request.parallel = true; }},
     {"--preview", "FILE", "draw a picture of the model too, a PNG of 320 x 240",
-     [](Command& command, const std::string& value) {
-         command.request.picture = std::filesystem::absolute(value);
-     }},
+     [](Command& command, const std::string& value) { command.request.picture = FullPath(value); }},
     {"--seconds", "N", "give up after that time",
      [](Command& command, const std::string& value) {
          command.options.time.secondsAllowed = PositiveNumber(value);
@@ -185,8 +184,8 @@ Command Parse(const std::vector<std::string>& arguments) {
 void Complete(Command& command) {
     if (command.files.size() != 2) throw UsageError("an input and an output are needed");
     Request& request = command.request;
-    request.input = std::filesystem::absolute(command.files[0]);
-    request.output = std::filesystem::absolute(command.files[1]);
+    request.input = FullPath(command.files[0]);
+    request.output = FullPath(command.files[1]);
     if (request.picture == request.input || request.picture == request.output)
         throw UsageError("the picture needs a file of its own");
     if (const char* const asked = std::getenv("MORVEX_PREVIEW");

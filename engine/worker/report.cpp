@@ -7,6 +7,7 @@
 
 #include "engine/common/base64.h"
 #include "engine/common/formats.h"
+#include "engine/common/paths.h"
 #include "engine/common/text.h"
 #include "engine/worker/temporary_folder.h"
 
@@ -24,7 +25,7 @@ std::string FileElement(const char* name, const fs::path& path, const Format& fo
     std::error_code error;
     const auto size = fs::file_size(path, error);
     return std::string("  <") + name + " format=\"" + format.name + "\"" +
-           (error ? "" : " bytes=\"" + std::to_string(size) + "\"") + ">" + XmlText(path.string()) + "</" +
+           (error ? "" : " bytes=\"" + std::to_string(size) + "\"") + ">" + XmlText(Utf8(path)) + "</" +
            name + ">\n";
 }
 

@@ -1,14 +1,13 @@
 #include "engine/worker/serve.h"
 
 #include <cstdlib>
-#include <filesystem>
 #include <optional>
 #include <string>
-#include <system_error>
 
 #include "engine/common/formats.h"
 #include "engine/common/protocol.h"
 #include "engine/common/settings.h"
+#include "engine/worker/full_path.h"
 #include "engine/worker/standard_streams.h"
 #include "engine/worker/supervisor.h"
 
@@ -51,19 +50,11 @@ double SecondsFromEnvironment() {
     return text == nullptr ? 0 : std::atof(text);
 }
 
-// The path with the links in its folder resolved. Wine's drives are links called "c:", and a writer of the
-// geometry library takes what stands before a ":" for a drive of its own.
-std::filesystem::path ThroughLinks(const std::filesystem::path& path) {
-    std::error_code error;
-    const std::filesystem::path folder = std::filesystem::canonical(path.parent_path(), error);
-    return error ? path : folder / path.filename();
-}
-
 Outcome Convert(const std::string& job) {
     Request request;
-    request.input = ThroughLinks(Field(job, MORVEX_JOB_INPUT));
-    request.output = ThroughLinks(Field(job, MORVEX_JOB_OUTPUT));
-    request.config = Field(job, MORVEX_JOB_CONFIG);
+    request.input = FullPath(Field(job, MORVEX_JOB_INPUT));
+    request.output = FullPath(Field(job, MORVEX_JOB_OUTPUT));
+    request.config = FullPath(Field(job, MORVEX_JOB_CONFIG));
     request.parallel = Field(job, MORVEX_JOB_PARALLEL) == "1";
     if (Field(job, MORVEX_JOB_PICTURE) == "1") request.settings.emplace_back(kPictureSetting);
     request.trace = std::atoi(Field(job, MORVEX_JOB_TRACE).c_str()) < 0;

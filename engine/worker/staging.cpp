@@ -7,6 +7,7 @@
 #include <string>
 
 #include "engine/common/formats.h"
+#include "engine/common/paths.h"
 
 namespace morvex {
 namespace fs = std::filesystem;
@@ -28,18 +29,6 @@ Outcome CheckSideFile(const Request& request) {
     if (fs::is_directory(side, error)) return CannotWrite("A folder has the name of the output's side file");
     if (fs::equivalent(request.input, side, error)) return CannotWrite("A side file would replace the input");
     return Outcome::Ok();
-}
-
-// The regular files in a folder and below, as paths from it.
-std::vector<fs::path> FilesIn(const fs::path& folder) {
-    std::vector<fs::path> files;
-    std::error_code error;
-    for (fs::recursive_directory_iterator entry(folder, error); !error && entry != fs::end(entry);
-         entry.increment(error)) {
-        if (entry->symlink_status(error).type() == fs::file_type::regular)
-            files.push_back(entry->path().lexically_relative(folder));
-    }
-    return files;
 }
 
 bool SameBytes(const fs::path& a, const fs::path& b) {
@@ -66,8 +55,8 @@ std::error_code Move(const fs::path& from, const fs::path& to) {
 
 // Undoes what a process that was killed while it replaced a set of files had done of it.
 void Recover(const fs::path& abandoned) {
-    if (FilesIn(abandoned / kNew).empty()) return;  // it was done
-    for (const fs::path& file : FilesIn(abandoned / kOld))
+    if (FilesBelow(abandoned / kNew).empty()) return;  // it was done
+    for (const fs::path& file : FilesBelow(abandoned / kOld))
         Move(abandoned / kOld / file, abandoned.parent_path() / file);
 }
 
@@ -94,7 +83,7 @@ Outcome Staging::Publish(const std::vector<fs::path>& sources) {
         return CannotWrite("Nothing was written");
     }
     std::vector<fs::path> sides;
-    for (const fs::path& file : FilesIn(folder_.Path() / kNew)) {
+    for (const fs::path& file : FilesBelow(folder_.Path() / kNew)) {
         if (const std::error_code refused = FlushToDisk(folder_.Path() / kNew / file))
             return CannotWrite("The output could not be saved to the disk: " + refused.message());
         if (file == file_.filename()) continue;
@@ -102,7 +91,7 @@ Outcome Staging::Publish(const std::vector<fs::path>& sources) {
         if (SameBytes(folder_.Path() / kNew / file, place)) continue;
         const auto isSource = [&](const fs::path& source) { return fs::equivalent(source, place, error); };
         if (std::ranges::any_of(sources, isSource))
-            return CannotWrite("\"" + file.string() + "\" would replace a file that the input refers to");
+            return CannotWrite("\"" + Utf8(file) + "\" would replace a file that the input refers to");
         if (fs::is_directory(place, error))
             return CannotWrite("A folder has the name of the output's side file");
         sides.push_back(file);

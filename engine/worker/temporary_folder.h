@@ -1,8 +1,10 @@
 // A folder for what is not finished yet.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <system_error>
+#include <vector>
 
 namespace morvex {
 
@@ -24,8 +26,11 @@ class TemporaryFolder {
 
   private:
     std::filesystem::path path_;
-    int lock_ = -1;
+    std::intptr_t lock_ = -1;  // a handle of the system; -1: none
 };
+
+// The regular files in a folder and below, as paths from it.
+std::vector<std::filesystem::path> FilesBelow(const std::filesystem::path& folder);
 
 // Waits until a file or the entries of a folder are on the disk. A writer that has lost an error on the way
 // to a full disk is found out here.

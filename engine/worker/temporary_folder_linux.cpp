@@ -60,13 +60,14 @@ std::error_code TemporaryFolder::Make(const fs::path& parent, Recover* recover) 
     for (int tries = 0; tries < kTries; ++tries) {
         std::string folder = (parent / kPattern).string();
         if (mkdtemp(folder.data()) == nullptr) return {errno, std::generic_category()};
-        lock_ = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-        if (lock_ < 0) return {errno, std::generic_category()};
+        const int lock = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        if (lock < 0) return {errno, std::generic_category()};
+        lock_ = lock;
         // Fails where the file system has no locks, and then fails for those who look for abandoned folders
         // too. One of those may have been quicker and have removed it.
-        flock(lock_, LOCK_EX);
+        flock(lock, LOCK_EX);
         path_ = folder;
-        if (IsStillThere(lock_, path_)) return {};
+        if (IsStillThere(lock, path_)) return {};
         Remove();
     }
     return std::make_error_code(std::errc::resource_unavailable_try_again);
@@ -77,8 +78,19 @@ void TemporaryFolder::Remove() {
     std::error_code ignored;
     fs::remove_all(path_, ignored);
     path_.clear();
-    if (lock_ >= 0) close(lock_);
+    if (lock_ >= 0) close(static_cast<int>(lock_));
     lock_ = -1;
+}
+
+std::vector<fs::path> FilesBelow(const fs::path& folder) {
+    std::vector<fs::path> files;
+    std::error_code error;
+    for (fs::recursive_directory_iterator entry(folder, error); !error && entry != fs::end(entry);
+         entry.increment(error)) {
+        if (entry->symlink_status(error).type() == fs::file_type::regular)
+            files.push_back(entry->path().lexically_relative(folder));
+    }
+    return files;
 }
 
 std::error_code FlushToDisk(const std::filesystem::path& path) {

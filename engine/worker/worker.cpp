@@ -1,6 +1,6 @@
-// The worker: one conversion a process, started by the entry library or by hand.
+#include "engine/worker/worker.h"
+
 #include <cstdio>
-#include <cstring>
 #include <exception>
 
 #include "engine/common/protocol.h"
@@ -9,13 +9,17 @@
 #include "engine/worker/serve.h"
 #include "engine/worker/standard_streams.h"
 
-int main(int count, char** arguments) {
-    morvex::PrepareStandardStreams();
+namespace morvex {
+
+int RunWorker(const std::vector<std::string>& arguments) {
+    PrepareStandardStreams();
     try {
-        if (count == 2 && std::strcmp(arguments[1], MORVEX_SERVE_OPTION) == 0) return morvex::Serve();
-        return morvex::RunCommand({arguments + 1, arguments + count});
+        if (arguments.size() == 1 && arguments[0] == MORVEX_SERVE_OPTION) return Serve();
+        return RunCommand(arguments);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s: %s\n", MORVEX_WORKER_NAME, error.what());
         return ZEL_FAILED;
     }
 }
+
+}  // namespace morvex

@@ -1,0 +1,13 @@
+// Paths as texts. Everything the engine says and is told is UTF-8, whatever the system's own encoding is.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace morvex {
+
+std::filesystem::path PathFromUtf8(std::string_view text);
+std::string Utf8(const std::filesystem::path& path);
+
+}  // namespace morvex

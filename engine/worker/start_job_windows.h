@@ -1,0 +1,24 @@
+// Starts the job process: this program again, in a job object that limits its memory and dies with its
+// handle.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "engine/worker/handle_windows.h"
+
+namespace morvex {
+
+struct StartedJob {
+    OwnedHandle jobObject;  // closing it ends the process
+    OwnedHandle process;    // null: it could not be started
+    OwnedHandle thread;     // its first one
+    DWORD error;            // why it could not be started
+    OwnedHandle journal;    // read end of its standard output, for overlapped reads
+};
+
+// `order` is what the process finds on its standard input; `trace` lets its messages through to standard
+// error; `memory` in bytes.
+StartedJob StartJobProcess(const std::string& order, bool trace, std::uint64_t memory);
+
+}  // namespace morvex

@@ -1,0 +1,141 @@
+#include <windows.h>
+
+#include <random>
+#include <string>
+
+#include "engine/worker/handle_windows.h"
+#include "engine/worker/temporary_folder.h"
+
+namespace morvex {
+namespace fs = std::filesystem;
+namespace {
+
+constexpr wchar_t kStart[] = L".morvex-";
+constexpr std::size_t kRandomLetters = 6;
+constexpr DWORD kShareAllButDelete = FILE_SHARE_READ | FILE_SHARE_WRITE;
+
+std::error_code LastError() {
+    return {static_cast<int>(GetLastError()), std::system_category()};
+}
+
+std::wstring RandomName() {
+    static constexpr wchar_t kLetters[] = L"abcdefghijklmnopqrstuvwxyz0123456789";
+    std::random_device random;
+    std::wstring name = kStart;
+    for (std::size_t letter = 0; letter < kRandomLetters; ++letter)
+        name += kLetters[random() % (std::size(kLetters) - 1)];
+    return name;
+}
+
+// Calls take(name, attributes) for all that lies in a folder. By the system: the library's own directory
+// iterator ends at 260 characters.
+template <class Take>
+void ForEachEntry(const fs::path& folder, Take take) {
+    WIN32_FIND_DATAW found;
+    const HANDLE search = FindFirstFileW((folder / L"*").c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE) return;
+    do {
+        const std::wstring name = found.cFileName;
+        if (name != L"." && name != L"..") take(name, found.dwFileAttributes);
+    } while (FindNextFileW(search, &found));
+    FindClose(search);
+}
+
+// A real folder, not a link to one elsewhere.
+bool IsFolder(DWORD attributes) {
+    return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
+}
+
+void AddFiles(const fs::path& folder, const fs::path& from, std::vector<fs::path>& files) {
+    ForEachEntry(folder / from, [&](const std::wstring& name, DWORD attributes) {
+        if (IsFolder(attributes)) AddFiles(folder, from / name, files);
+        if ((attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT)) == 0)
+            files.push_back(from / name);
+    });
+}
+
+void RemoveTree(const fs::path& folder) {
+    ForEachEntry(folder, [&](const std::wstring& name, DWORD attributes) {
+        const fs::path entry = folder / name;
+        if (IsFolder(attributes)) {
+            RemoveTree(entry);
+        } else if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+            RemoveDirectoryW(entry.c_str());
+        } else {
+            DeleteFileW(entry.c_str());
+        }
+    });
+    RemoveDirectoryW(folder.c_str());
+}
+
+// A handle that keeps everybody else from one that may delete the folder; it goes with the process.
+OwnedHandle Lock(const fs::path& folder, DWORD access) {
+    return Own(CreateFileW(folder.c_str(), access, kShareAllButDelete, nullptr, OPEN_EXISTING,
+                           FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+}
+
+void RemoveAbandoned(const fs::path& parent, TemporaryFolder::Recover* recover) {
+    std::vector<fs::path> abandoned;
+    ForEachEntry(parent, [&](const std::wstring& name, DWORD attributes) {
+        if (IsFolder(attributes) && name.starts_with(kStart) &&
+            name.size() == std::size(kStart) - 1 + kRandomLetters)
+            abandoned.push_back(parent / name);
+    });
+    for (const fs::path& folder : abandoned) {
+        // Of several that look, one gets the right to delete.
+        OwnedHandle lock = Lock(folder, GENERIC_READ | DELETE);
+        if (lock == nullptr) continue;
+        recover(folder);
+        RemoveTree(folder);
+        lock.reset();
+        RemoveDirectoryW(folder.c_str());
+    }
+}
+
+}  // namespace
+
+std::error_code TemporaryFolder::Make(const fs::path& parent, Recover* recover) {
+    if (recover != nullptr) RemoveAbandoned(parent, recover);
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        const fs::path folder = parent / RandomName();
+        if (!CreateDirectoryW(folder.c_str(), nullptr)) {
+            if (GetLastError() != ERROR_ALREADY_EXISTS) return LastError();
+            continue;
+        }
+        // One who looks for abandoned folders may have been quicker and have removed it.
+        OwnedHandle lock = Lock(folder, GENERIC_READ);
+        if (lock == nullptr) continue;
+        lock_ = reinterpret_cast<std::intptr_t>(lock.release());
+        path_ = folder;
+        return {};
+    }
+    return {ERROR_ALREADY_EXISTS, std::system_category()};
+}
+
+void TemporaryFolder::Remove() {
+    if (path_.empty()) return;
+    RemoveTree(path_);
+    CloseHandle(reinterpret_cast<HANDLE>(lock_));
+    lock_ = -1;
+    RemoveDirectoryW(path_.c_str());
+    path_.clear();
+}
+
+std::vector<fs::path> FilesBelow(const fs::path& folder) {
+    std::vector<fs::path> files;
+    AddFiles(folder, {}, files);
+    return files;
+}
+
+// A folder has nothing to flush that a program without special rights may flush.
+std::error_code FlushToDisk(const fs::path& path) {
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return {};
+    const DWORD share = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    const OwnedHandle file =
+        Own(CreateFileW(path.c_str(), GENERIC_WRITE, share, nullptr, OPEN_EXISTING, 0, nullptr));
+    if (file == nullptr) return LastError();
+    return FlushFileBuffers(file.get()) ? std::error_code() : LastError();
+}
+
+}  // namespace morvex
