@@ -7,7 +7,7 @@
 namespace morvex::test {
 namespace {
 
-constexpr DWORD kMinute = 60'000;
+constexpr DWORD kLongestWait = 300'000;
 
 fs::path OwnFolder() {
     wchar_t path[MAX_PATH];
@@ -81,7 +81,7 @@ Worker::Worker(const std::vector<std::wstring>& arguments) {
 
 Worker::~Worker() {
     TerminateProcess(process_, 1);
-    WaitForSingleObject(process_, kMinute);
+    WaitForSingleObject(process_, kLongestWait);
     Leave();
     CloseHandle(from_);
     CloseHandle(process_);
@@ -107,7 +107,7 @@ std::string Worker::ReadOutput() {
 
 DWORD Worker::Wait() const {
     DWORD code = 9999;
-    if (WaitForSingleObject(process_, kMinute) == WAIT_OBJECT_0) GetExitCodeProcess(process_, &code);
+    if (WaitForSingleObject(process_, kLongestWait) == WAIT_OBJECT_0) GetExitCodeProcess(process_, &code);
     return code;
 }
 
@@ -120,7 +120,7 @@ WorkerRun RunWorker(const std::vector<std::wstring>& arguments) {
 HANDLE JobProcessOf(const fs::path& input) {
     fs::path told = input;
     told += L".process";
-    const ULONGLONG end = GetTickCount64() + kMinute;
+    const ULONGLONG end = GetTickCount64() + kLongestWait;
     while (GetTickCount64() < end) {
         const std::string text = ReadWhole(told);
         if (text.ends_with(' '))
@@ -131,7 +131,7 @@ HANDLE JobProcessOf(const fs::path& input) {
 }
 
 bool EndsSoon(HANDLE process) {
-    return process != nullptr && WaitForSingleObject(process, kMinute) == WAIT_OBJECT_0;
+    return process != nullptr && WaitForSingleObject(process, kLongestWait) == WAIT_OBJECT_0;
 }
 
 }  // namespace morvex::test

@@ -41,7 +41,7 @@ class Worker {
     void Send(const std::string& bytes) const;
     void Leave();              // the caller's end of its standard input
     std::string ReadOutput();  // all of it, standard error included, to its end
-    DWORD Wait() const;        // the exit code; 9999 when a minute is over
+    DWORD Wait() const;        // the exit code; 9999 when it does not end
     HANDLE Process() const { return process_; }
     DWORD Id() const { return id_; }
 
@@ -56,7 +56,7 @@ struct WorkerRun {
 };
 WorkerRun RunWorker(const std::vector<std::wstring>& arguments);
 
-// The job process that converts `input`, waited for until it has come up; null when that takes a minute.
+// The job process that converts `input`, waited for until it has come up; null when it does not.
 HANDLE JobProcessOf(const fs::path& input);
 bool EndsSoon(HANDLE process);
 
