@@ -4,6 +4,8 @@
 #include <charconv>
 #include <chrono>
 
+#include "engine/common/paths.h"
+
 namespace morvex {
 namespace {
 
@@ -132,7 +134,7 @@ void JournalRecord::TakeLine(std::string_view line) {
             warnings.emplace_back(line);
             break;
         case kFileLine:
-            sideInputs.emplace_back(line);
+            sideInputs.push_back(PathFromUtf8(line));
             break;
         case kPictureLine:
             picture = line;

@@ -36,10 +36,10 @@ std::string ReceiveOrder() {
 Outcome Convert(const ReceivedOrder& order, Journal& journal) {
     IniFile file = IniFile::Read(order.request.config);
     for (const std::string& setting : order.request.settings) file.Override(setting);
-    std::vector<std::string>
-        told;  // the process that watches has read the same settings, complaints included
+    // The process that watches has read the same settings, complaints included.
+    std::vector<std::string> told;
     const Settings settings = ReadSettings(file, told);
-    return RunConversion({order.request, settings, order.target, 0}, journal);
+    return RunConversion({order.request, settings, order.target, 0, 0}, journal);
 }
 
 }  // namespace

@@ -161,8 +161,8 @@ JobEnd WaitFor(const StartedJob& job, Cause cause) {
 }  // namespace
 
 JobEnd RunJobProcess(const JobOrder& order, JobWatch watch, JournalRecord& record) {
-    const StartedJob job =
-        StartJobProcess(EncodeOrder(order.request, order.target), order.request.trace, order.memory);
+    const StartedJob job = StartJobProcess(EncodeOrder(order.request, order.target), order.request.trace,
+                                           {order.memory, std::min(order.data, order.memory)});
     if (job.process == nullptr) {
         return {Cause::NotStarted, std::system_category().message(static_cast<int>(job.error))};
     }

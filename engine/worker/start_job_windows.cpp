@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/common/job_object_windows.h"
 #include "engine/worker/be_the_job_windows.h"
 
 namespace morvex {
@@ -53,13 +54,16 @@ OwnedHandle InheritableStandardError() {
     return OwnedHandle(copy);
 }
 
-OwnedHandle MakeJobObject(std::uint64_t memory) {
-    OwnedHandle job = Own(CreateJobObjectW(nullptr, nullptr));
+// Named after its process, which may ask for more memory than it has been given first.
+OwnedHandle MakeJobObject(DWORD process, const MemoryLimits& memory) {
+    OwnedHandle job = Own(CreateJobObjectW(nullptr, JobObjectName(process).c_str()));
+    if (job != nullptr && GetLastError() == ERROR_ALREADY_EXISTS) return nullptr;
     JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
     limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE |
-                                              JOB_OBJECT_LIMIT_PROCESS_MEMORY |
+                                              JOB_OBJECT_LIMIT_JOB_MEMORY | JOB_OBJECT_LIMIT_PROCESS_MEMORY |
                                               JOB_OBJECT_LIMIT_DIE_ON_UNHANDLED_EXCEPTION;
-    limits.ProcessMemoryLimit = memory;
+    limits.JobMemoryLimit = memory.most;
+    limits.ProcessMemoryLimit = memory.first;
     const BOOL limited =
         job != nullptr &&
         SetInformationJobObject(job.get(), JobObjectExtendedLimitInformation, &limits, sizeof limits);
@@ -100,7 +104,7 @@ class InheritanceList {
 
 // Suspended, so that the process is in the job before its first instruction. It is out of reach of the
 // console's Ctrl+C, which this process answers.
-bool Spawn(StartedJob& job, HANDLE input, HANDLE output, HANDLE errors) {
+bool Spawn(StartedJob& job, const MemoryLimits& memory, HANDLE input, HANDLE output, HANDLE errors) {
     std::vector<HANDLE> inherited = {input, output};
     if (errors != nullptr) inherited.push_back(errors);
     InheritanceList list(std::move(inherited));
@@ -123,7 +127,8 @@ bool Spawn(StartedJob& job, HANDLE input, HANDLE output, HANDLE errors) {
     }
     OwnedHandle started(process.hProcess);
     job.thread = OwnedHandle(process.hThread);
-    if (!AssignProcessToJobObject(job.jobObject.get(), process.hProcess)) {
+    job.jobObject = MakeJobObject(process.dwProcessId, memory);
+    if (job.jobObject == nullptr || !AssignProcessToJobObject(job.jobObject.get(), process.hProcess)) {
         const DWORD error = GetLastError();
         TerminateProcess(process.hProcess, EXIT_FAILURE);
         SetLastError(error);
@@ -136,17 +141,15 @@ bool Spawn(StartedJob& job, HANDLE input, HANDLE output, HANDLE errors) {
 
 }  // namespace
 
-StartedJob StartJobProcess(const std::string& order, bool trace, std::uint64_t memory) {
+StartedJob StartJobProcess(const std::string& order, bool trace, const MemoryLimits& limits) {
     StartedJob started;
     const OwnedHandle input = MakeOrderPipe(order);
     Pipe journal = MakeJournalPipe();
-    started.jobObject = MakeJobObject(memory);
     started.error = GetLastError();
-    if (input == nullptr || journal.ours == nullptr || journal.theirs == nullptr ||
-        started.jobObject == nullptr)
-        return started;
+    if (input == nullptr || journal.ours == nullptr || journal.theirs == nullptr) return started;
     const OwnedHandle errors = trace ? InheritableStandardError() : nullptr;
-    if (!Spawn(started, input.get(), journal.theirs.get(), errors.get())) started.error = GetLastError();
+    if (!Spawn(started, limits, input.get(), journal.theirs.get(), errors.get()))
+        started.error = GetLastError();
     started.journal = std::move(journal.ours);
     return started;
 }

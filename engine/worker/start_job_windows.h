@@ -17,8 +17,14 @@ struct StartedJob {
     OwnedHandle journal;    // read end of its standard output, for overlapped reads
 };
 
+// In bytes.
+struct MemoryLimits {
+    std::uint64_t most;
+    std::uint64_t first;  // what there is to begin with; AllowMemory() gives more
+};
+
 // `order` is what the process finds on its standard input; `trace` lets its messages through to standard
-// error; `memory` in bytes.
-StartedJob StartJobProcess(const std::string& order, bool trace, std::uint64_t memory);
+// error.
+StartedJob StartJobProcess(const std::string& order, bool trace, const MemoryLimits& limits);
 
 }  // namespace morvex

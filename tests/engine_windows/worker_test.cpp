@@ -1,4 +1,5 @@
 // The promises of the worker that rest on Windows: its processes, pipes, files and paths.
+#include <algorithm>
 #include <gtest/gtest.h>
 
 #include "engine/common/formats.h"
@@ -114,6 +115,25 @@ TEST(Worker, NothingOutlivesItsCaller) {
         const std::string said = worker.ReadOutput();
         EXPECT_TRUE(said.starts_with("P 10\nP 55\nR 1 ")) << said;
     }
+}
+
+// What a killed worker leaves is removed by the next one, but not what a living one still needs.
+TEST(Worker, AbandonedFoldersGo) {
+    const auto foldersOfWorkers = [](const ScratchFolder& folder) {
+        return std::ranges::count_if(
+            folder.Names(), [](const fs::path& name) { return name.native().starts_with(L".morvex"); });
+    };
+    const ScratchFolder folder;
+    const fs::path quick = folder.Input("convert", L"quick.obj"), slow = folder.Input("sleep");
+    Worker worker({slow.native(), (folder / L"slow.obj").native()});
+    const HANDLE process = JobProcessOf(slow);
+    EXPECT_EQ(RunWorker({quick.native(), (folder / L"out.obj").native()}).code, 0u);
+    EXPECT_EQ(foldersOfWorkers(folder), 1);
+    TerminateProcess(worker.Process(), 1);
+    EXPECT_TRUE(EndsSoon(process));
+    CloseHandle(process);
+    EXPECT_EQ(RunWorker({quick.native(), (folder / L"out.obj").native()}).code, 0u);
+    EXPECT_EQ(foldersOfWorkers(folder), 0);
 }
 
 TEST(Worker, ALockedOutputStaysAsItIs) {

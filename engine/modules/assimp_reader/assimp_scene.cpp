@@ -9,6 +9,7 @@
 #include <cmath>
 #include <set>
 
+#include "engine/common/paths.h"
 #include "engine/common/text.h"
 #include "engine/modules/core/affine.h"
 #include "engine/modules/core/keep_going.h"
@@ -208,8 +209,7 @@ Outcome ReadByAssimp(JobContext& context, const AssimpSource& source,
     if ((scene->mFlags & AI_SCENE_FLAGS_INCOMPLETE) != 0 && scene->mNumMeshes == 0) {
         return Outcome::Fail(ZEL_EMPTY, "The file contains no mesh");
     }
-    AddScene(context.document, SceneConverter(*scene, toOurs(*scene)).Convert(),
-             context.file.stem().string());
+    AddScene(context.document, SceneConverter(*scene, toOurs(*scene)).Convert(), Utf8(context.file.stem()));
     return Outcome::Ok();
 }
 

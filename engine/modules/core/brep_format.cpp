@@ -7,6 +7,7 @@
 #include <istream>
 #include <unordered_set>
 
+#include "engine/common/paths.h"
 #include "engine/modules/core/context.h"
 #include "engine/modules/core/input_bytes.h"
 #include "engine/modules/scan/brep_scan.h"
@@ -47,7 +48,7 @@ extern "C" Outcome ReadBrep(JobContext& context) {
     const BrepScan scan(file.View());
     const TopoDS_Shape shape = ReadShape(file, scan.text, context.progress);
     if (shape.IsNull()) return Damaged("The file is not valid BREP");
-    context.document.AddPart(shape, context.file.stem().string());
+    context.document.AddPart(shape, Utf8(context.file.stem()));
     if (!scan.text) return Outcome::Ok();
     context.journal.Account("shapes", scan.announced, scan.announced - scan.listed);
     context.journal.Account("solids", scan.solids, scan.solids - CountShapes(shape, TopAbs_SOLID));
@@ -56,7 +57,8 @@ extern "C" Outcome ReadBrep(JobContext& context) {
 }
 
 extern "C" Outcome WriteBrep(JobContext& context) {
-    return Written(BRepTools::Write(context.document.WholeShape(), context.file.c_str(), context.progress));
+    return Written(
+        BRepTools::Write(context.document.WholeShape(), Utf8(context.file).c_str(), context.progress));
 }
 
 }  // namespace morvex

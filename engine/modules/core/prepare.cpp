@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "engine/common/paths.h"
 #include "engine/modules/core/faces.h"
 
 namespace morvex {
@@ -29,7 +30,7 @@ Outcome Prepare(JobContext& context) {
     } else {
         DropColours(context.document);
     }
-    if (!settings.keepAssembly) Flatten(context.document, context.request.input.stem().string());
+    if (!settings.keepAssembly) Flatten(context.document, Utf8(context.request.input.stem()));
     if (context.document.Roots().IsEmpty())
         return Outcome::Fail(ZEL_EMPTY, "The settings leave nothing to write");
     switch (context.request.to->writerNeeds) {

@@ -10,6 +10,7 @@
 #include "engine/modules/core/input_bytes.h"
 #include "engine/modules/core/measure.h"
 #include "engine/modules/core/prepare.h"
+#include "engine/modules/core/zip_access.h"
 #include "engine/modules/scan/written_scan.h"
 
 namespace morvex {
@@ -49,7 +50,8 @@ std::optional<Measures> MeasuresFor(const JobContext& context, const Document& d
 // Of a package of 3MF; empty when it cannot be read.
 std::string UnpackedModel(const std::filesystem::path& file) {
     std::string model;
-    const unzFile package = unzOpen64(file.c_str());
+    zlib_filefunc64_def access = ZipAccessByPath();
+    const unzFile package = unzOpen2_64(&file, &access);
     if (package == nullptr) return model;
     unz_file_info64 info{};
     if (unzLocateFile(package, "3D/3dmodel.model", 1) == UNZ_OK &&

@@ -2,6 +2,7 @@
 #include <charconv>
 #include <map>
 
+#include "engine/common/paths.h"
 #include "engine/common/text.h"
 #include "engine/modules/core/context.h"
 #include "engine/modules/core/input_bytes.h"
@@ -189,7 +190,7 @@ extern "C" Outcome ReadDxf(JobContext& context) {
     const DecodedText text(bytes.View());
     const DxfDrawing drawing = ParseDxf(text.View(), context.settings.keepPartial);
     if (drawing.saysUnit) context.TellUnit(drawing.unit);
-    AddScene(context.document, DrawingBuilder(context, drawing).Build(), context.file.stem().string());
+    AddScene(context.document, DrawingBuilder(context, drawing).Build(), Utf8(context.file.stem()));
     const bool empty = context.document.Roots().IsEmpty();
     if (!drawing.lost.empty()) {
         std::string what;

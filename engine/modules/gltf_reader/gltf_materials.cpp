@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "engine/common/paths.h"
 #include "engine/common/text.h"
 #include "engine/modules/core/read_error.h"
 #include "engine/modules/core/texture.h"
@@ -98,8 +99,7 @@ Handle(Image_Texture) GltfMaterials::Texture(const Json* owner, const char* key)
 
 Handle(Image_Texture) GltfMaterials::Image(std::uint64_t number) {
     const Json& image = file_.Element("images", number);
-    const std::string uri = Text(image, "uri"),
-                      id = context_.file.string() + "#image" + std::to_string(number);
+    const std::string uri = Text(image, "uri"), id = Utf8(context_.file) + "#image" + std::to_string(number);
     const std::optional<std::string> data = GltfFile::DataUri(uri);
     if (!uri.empty() && !data) return TextureBeside(context_, GltfFile::FileName(uri));
     const Handle(Image_Texture) texture =

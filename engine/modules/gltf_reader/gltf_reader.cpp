@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <gp_Quaternion.hxx>
 
+#include "engine/common/paths.h"
 #include "engine/modules/core/context.h"
 #include "engine/modules/core/keep_going.h"
 #include "engine/modules/core/scene.h"
@@ -214,7 +215,7 @@ class GltfReader {
 }  // namespace
 
 extern "C" Outcome ReadGltf(JobContext& context) {
-    AddScene(context.document, GltfReader(context).Read(), context.file.stem().string());
+    AddScene(context.document, GltfReader(context).Read(), Utf8(context.file.stem()));
     return Outcome::Ok();
 }
 

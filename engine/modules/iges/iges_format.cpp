@@ -6,6 +6,7 @@
 #include <IGESData_IGESModel.hxx>
 #include <Interface_Static.hxx>
 
+#include "engine/common/paths.h"
 #include "engine/modules/core/context.h"
 #include "engine/modules/core/exchange_file.h"
 #include "engine/modules/core/input_bytes.h"
@@ -19,7 +20,7 @@ extern "C" Outcome ReadIges(JobContext& context) {
     // Not freed: taking its entities apart one by one takes longer than the process has left.
     IGESCAFControl_Reader& reader = *new IGESCAFControl_Reader;
     Outcome outcome =
-        ParseExchangeFile(context, reader, [&] { return reader.ReadFile(context.file.c_str()); });
+        ParseExchangeFile(context, reader, [&] { return reader.ReadFile(Utf8(context.file).c_str()); });
     if (!outcome.IsOk()) return outcome;
     const auto model = Handle(IGESData_IGESModel)::DownCast(reader.WS()->Model());
     const IGESData_GlobalSection& global = model->GlobalSection();
@@ -41,7 +42,7 @@ extern "C" Outcome WriteIges(JobContext& context) {
     IGESCAFControl_Writer writer;
     KeepAttributes(writer);
     if (!writer.Transfer(context.document.Data(), context.progress)) return NotTransferred(context);
-    return Written(writer.Write(context.file.c_str()));
+    return Written(writer.Write(Utf8(context.file).c_str()));
 }
 
 }  // namespace morvex

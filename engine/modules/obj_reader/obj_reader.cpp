@@ -3,6 +3,7 @@
 #include <set>
 #include <unordered_map>
 
+#include "engine/common/paths.h"
 #include "engine/common/text.h"
 #include "engine/modules/core/context.h"
 #include "engine/modules/core/input_bytes.h"
@@ -110,7 +111,7 @@ extern "C" Outcome ReadObj(JobContext& context) {
     ReadMaterialFiles(context, file, materials);
     Scene scene;
     for (const ObjGroup& group : file.groups) {
-        SceneMesh mesh{group.name.empty() ? context.file.stem().string() : group.name, {}};
+        SceneMesh mesh{group.name.empty() ? Utf8(context.file.stem()) : group.name, {}};
         for (const ObjPatch& patch : group.patches) {
             const auto found = materials.find(patch.material);
             const Handle(XCAFDoc_VisMaterial) material = found == materials.end() ? nullptr : found->second;
@@ -124,7 +125,7 @@ extern "C" Outcome ReadObj(JobContext& context) {
         scene.nodes.push_back({mesh.name, {scene.meshes.size()}, {}});
         scene.meshes.push_back(std::move(mesh));
     }
-    AddScene(context.document, scene, context.file.stem().string());
+    AddScene(context.document, scene, Utf8(context.file.stem()));
     return Outcome::Ok();
 }
 

@@ -7,6 +7,7 @@
 #include <map>
 #include <sstream>
 
+#include "engine/common/paths.h"
 #include "engine/common/text.h"
 #include "engine/modules/core/context.h"
 #include "engine/modules/scene/mesh_scene.h"
@@ -285,7 +286,7 @@ extern "C" Outcome WriteGltf(JobContext& context) {
         return WriteGlb(context.file, writer.Build(""), writer.Bytes());
     std::filesystem::path buffer = context.file;
     buffer.replace_extension(".bin");
-    const std::string text = writer.Build(UriText(buffer.filename().string()));
+    const std::string text = writer.Build(UriText(Utf8(buffer.filename())));
     return Written(WriteFile(buffer, {writer.Bytes()}) && WriteFile(context.file, {text}));
 }
 

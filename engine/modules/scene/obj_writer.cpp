@@ -1,6 +1,7 @@
 // OBJ with its materials.
 #include <map>
 
+#include "engine/common/paths.h"
 #include "engine/modules/core/context.h"
 #include "engine/modules/scene/mesh_scene.h"
 #include "engine/modules/scene/text_file.h"
@@ -112,9 +113,9 @@ class MaterialWriter {
         if (image.IsNull()) return;
         std::string& name = images_[image->TextureId().ToCString()];
         if (name.empty()) {
-            name = path_.stem().string() + "_" + std::to_string(images_.size()) + "." +
+            name = Utf8(path_.stem()) + "_" + std::to_string(images_.size()) + "." +
                    image->ProbeImageFileFormat().ToCString();
-            if (!image->WriteImage((path_.parent_path() / name).c_str())) {
+            if (!image->WriteImage(Utf8(path_.parent_path() / PathFromUtf8(name)).c_str())) {
                 journal_.Warn("An image could not be written");
                 return;
             }
@@ -139,7 +140,7 @@ extern "C" Outcome WriteObj(JobContext& context) {
     std::filesystem::path materials = context.file;
     materials.replace_extension(".mtl");
     TextFile file(context.file, context.settings.decimals);
-    ObjWriter(scene, file).Write(materials.filename().string());
+    ObjWriter(scene, file).Write(Utf8(materials.filename()));
     const bool written = file.Close() && (scene.materials.empty() ||
                                           MaterialWriter(scene, materials, context.journal).Write());
     return Written(written);

@@ -1,9 +1,11 @@
 #include "engine/modules/scene/output_file.h"
 
+#include "engine/common/open_file.h"
+
 namespace morvex {
 
 OutputFile::OutputFile(const std::filesystem::path& path)
-    : file_(std::fopen(path.c_str(), "wbe")), failed_(file_ == nullptr) {}
+    : file_(OpenFile(path, "wb")), failed_(file_ == nullptr) {}
 
 OutputFile::~OutputFile() {
     if (file_ != nullptr) std::fclose(file_);

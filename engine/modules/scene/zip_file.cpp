@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <minizip/zip.h>
 
+#include "engine/modules/core/zip_access.h"
+
 namespace morvex {
 namespace {
 
@@ -12,8 +14,11 @@ constexpr uLong kFirstDay = 0x210000;  // the earliest date there is, so that eq
 
 }  // namespace
 
-ZipFile::ZipFile(const std::filesystem::path& path)
-    : archive_(zipOpen64(path.c_str(), APPEND_STATUS_CREATE)), failed_(archive_ == nullptr) {}
+ZipFile::ZipFile(const std::filesystem::path& path) {
+    zlib_filefunc64_def access = ZipAccessByPath();
+    archive_ = zipOpen2_64(&path, APPEND_STATUS_CREATE, nullptr, &access);
+    failed_ = archive_ == nullptr;
+}
 
 ZipFile::~ZipFile() {
     Close();

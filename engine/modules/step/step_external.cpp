@@ -5,6 +5,7 @@
 #include <cctype>
 #include <set>
 
+#include "engine/common/paths.h"
 #include "engine/modules/core/input_bytes.h"
 #include "engine/modules/core/read_error.h"
 
@@ -23,9 +24,10 @@ std::set<std::string> NamesIn(const StepScan& file, const fs::path& itself) {
             continue;
         const std::vector<std::string_view> values = StepValues(instance.values);
         const std::string name = values.empty() ? std::string() : StepString(values.front());
-        std::string suffix = fs::path(name).extension().string();
+        std::string suffix = Utf8(PathFromUtf8(name).extension());
         std::ranges::transform(suffix, suffix.begin(), [](unsigned char c) { return std::tolower(c); });
-        if ((suffix == ".stp" || suffix == ".step" || suffix == ".p21") && name != itself.filename())
+        if ((suffix == ".stp" || suffix == ".step" || suffix == ".p21") &&
+            PathFromUtf8(name) != itself.filename())
             names.insert(name);
     }
     return names;
@@ -35,7 +37,7 @@ std::set<std::string> NamesIn(const StepScan& file, const fs::path& itself) {
 void Check(JobContext& context, const StepScan& file, std::set<fs::path>& open) {
     std::error_code error;
     for (const std::string& name : NamesIn(file, context.file)) {
-        if (!fs::exists(context.file.parent_path() / name, error)) continue;
+        if (!fs::exists(context.file.parent_path() / PathFromUtf8(name), error)) continue;
         const fs::path path = FindSideFile(context, name, kLargest);
         if (!open.insert(path).second) throw ReadError("\"" + name + "\" refers to itself");
         const InputBytes bytes(path);
@@ -50,7 +52,8 @@ void Check(JobContext& context, const StepScan& file, std::set<fs::path>& open) 
 }  // namespace
 
 void CheckExternalFiles(JobContext& context, const StepScan& file) {
-    std::set<fs::path> open{fs::weakly_canonical(context.file)};
+    std::error_code error;
+    std::set<fs::path> open{ResolvedPath(context.file, error)};
     Check(context, file, open);
 }
 

@@ -11,6 +11,7 @@
 #include <XCAFDoc_DocumentTool.hxx>
 #include <XSControl_WorkSession.hxx>
 
+#include "engine/common/paths.h"
 #include "engine/modules/core/context.h"
 #include "engine/modules/core/exchange_file.h"
 #include "engine/modules/core/input_bytes.h"
@@ -82,8 +83,9 @@ extern "C" Outcome ReadStep(JobContext& context) {
     const std::string closed = scan.HasEnd() ? std::string() : Closed(file.View());
     BytesBuffer buffer(scan.HasEnd() ? file.View() : closed);
     std::istream stream(&buffer);
-    Outcome outcome = ParseExchangeFile(
-        context, reader, [&] { return reader.ChangeReader().ReadStream(context.file.c_str(), stream); });
+    Outcome outcome = ParseExchangeFile(context, reader, [&] {
+        return reader.ChangeReader().ReadStream(Utf8(context.file).c_str(), stream);
+    });
     if (!outcome.IsOk()) return outcome;
     const std::int64_t instances = CountInstances(*reader.Reader().WS()->Model());
     if (instances < 0) return Damaged("An assembly of the file contains itself");
@@ -111,7 +113,7 @@ extern "C" Outcome WriteStep(JobContext& context) {
     const int schema = Schema(context, annotations);
     if (annotations && schema != kAp242)
         context.journal.Warn("The chosen STEP version cannot hold dimensions and tolerances");
-    const std::string name = context.request.output.stem().string();
+    const std::string name = Utf8(context.request.output.stem());
     Interface_Static::SetIVal("write.step.schema", schema);
     Interface_Static::SetCVal("write.step.unit", "MM");
     Interface_Static::SetIVal("write.surfacecurve.mode",

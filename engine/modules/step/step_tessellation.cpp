@@ -10,6 +10,7 @@
 #include <set>
 #include <stdexcept>
 
+#include "engine/common/paths.h"
 #include "engine/modules/step/step_colours.h"
 #include "engine/modules/step/step_products.h"
 #include "engine/modules/step/step_units.h"
@@ -208,7 +209,7 @@ std::set<StepId> ReadTessellation(JobContext& context, const StepScan& file) {
         if (faces.empty()) continue;
         added.insert(owner);
         const std::string name = products.NameOf(owner);
-        AddBody(context.document, faces, name.empty() ? context.file.stem().string() : name,
+        AddBody(context.document, faces, name.empty() ? Utf8(context.file.stem()) : name,
                 products.PlacesOf(owner));
     }
     context.journal.Account("tessellated faces", announced, missing);

@@ -4,6 +4,7 @@
 #include <TopoDS_Face.hxx>
 #include <unordered_map>
 
+#include "engine/common/paths.h"
 #include "engine/modules/core/context.h"
 #include "engine/modules/core/input_bytes.h"
 #include "engine/modules/scan/stl_scan.h"
@@ -74,7 +75,7 @@ extern "C" Outcome ReadStl(JobContext& context) {
     const InputBytes file(context.file);
     SolidCollector collector;
     const StlFacts facts = ScanStl(file.View(), collector);
-    const std::string stem = context.file.stem().string();
+    const std::string stem = Utf8(context.file.stem());
     std::int64_t solids = 0;
     for (const SolidCollector::Solid& solid : collector.Solids()) {
         if (solid.triangles.empty()) continue;
