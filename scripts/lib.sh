@@ -4,7 +4,8 @@
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build="$root/build"
-bin="$build/bin"
+# A program folder that is there already may be named.
+bin="${MORVEX_PROGRAM_FOLDER:-$build/bin}"
 
 # File names of every language must reach Wine as they are.
 export LC_ALL=C.UTF-8

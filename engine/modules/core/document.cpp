@@ -7,7 +7,6 @@
 #include <TopoDS.hxx>
 #include <TopoDS_Compound.hxx>
 #include <TopoDS_Iterator.hxx>
-#include <XCAFApp_Application.hxx>
 #include <XCAFDoc_DocumentTool.hxx>
 #include <algorithm>
 #include <cmath>
@@ -101,7 +100,9 @@ bool IsRunningNumber(const TCollection_ExtendedString& name) {
 }  // namespace
 
 Document::Document() {
-    XCAFApp_Application::GetApplication()->NewDocument("BinXCAF", document_);
+    // Not the application that the library has for such documents: that one brings all of its drawing along.
+    Handle(TDocStd_Application)(new TDocStd_Application)->NewDocument("BinXCAF", document_);
+    XCAFDoc_DocumentTool::Set(document_->Main());
     shapes_ = XCAFDoc_DocumentTool::ShapeTool(document_->Main());
     colours_ = XCAFDoc_DocumentTool::ColorTool(document_->Main());
 }

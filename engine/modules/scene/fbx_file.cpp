@@ -110,10 +110,11 @@ FbxFile& FbxFile::Array(char type, const std::vector<Value>& values) {
         reinterpret_cast<const char*>(values.data());  // little-endian, as the machine is
     Begin(type).Number(values.size(), 4);
     if (size >= kWorthPacking) {
-        uLongf packedSize = compressBound(size);
+        const auto plainSize = static_cast<uLong>(size);  // of 32 bits on Windows, as in the file
+        uLongf packedSize = compressBound(plainSize);
         std::string packed(packedSize, '\0');
         if (compress2(reinterpret_cast<Bytef*>(packed.data()), &packedSize,
-                      reinterpret_cast<const Bytef*>(bytes), size, Z_BEST_SPEED) == Z_OK) {
+                      reinterpret_cast<const Bytef*>(bytes), plainSize, Z_BEST_SPEED) == Z_OK) {
             Number(1, 4);
             Number(packedSize, 4);
             bytes_.append(packed, 0, packedSize);
