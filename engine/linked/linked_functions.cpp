@@ -37,15 +37,16 @@ Outcome WriteVrml(JobContext& context);
 
 namespace {
 
-#define FUNCTION(name) {#name, reinterpret_cast<void*>(&name)}
+#define FUNCTION(name) \
+    { #name, reinterpret_cast < void*>(&name) }
 const struct {
     std::string_view name;
     void* function;
-} kFunctions[] = {FUNCTION(RunJob),    FUNCTION(DrawPicture), FUNCTION(ReadBrep),     FUNCTION(ReadDxf),
-                  FUNCTION(ReadFbx),   FUNCTION(ReadGltf),    FUNCTION(ReadIfc),      FUNCTION(ReadIges),
-                  FUNCTION(ReadObj),   FUNCTION(ReadStep),    FUNCTION(ReadStl),      FUNCTION(Write3mf),
-                  FUNCTION(WriteBrep), FUNCTION(WriteCollada), FUNCTION(WriteFbx),    FUNCTION(WriteGltf),
-                  FUNCTION(WriteIges), FUNCTION(WriteObj),    FUNCTION(WriteStep),    FUNCTION(WriteStl),
+} kFunctions[] = {FUNCTION(RunJob),    FUNCTION(DrawPicture),  FUNCTION(ReadBrep),  FUNCTION(ReadDxf),
+                  FUNCTION(ReadFbx),   FUNCTION(ReadGltf),     FUNCTION(ReadIfc),   FUNCTION(ReadIges),
+                  FUNCTION(ReadObj),   FUNCTION(ReadStep),     FUNCTION(ReadStl),   FUNCTION(Write3mf),
+                  FUNCTION(WriteBrep), FUNCTION(WriteCollada), FUNCTION(WriteFbx),  FUNCTION(WriteGltf),
+                  FUNCTION(WriteIges), FUNCTION(WriteObj),     FUNCTION(WriteStep), FUNCTION(WriteStl),
                   FUNCTION(WriteVrml)};
 #undef FUNCTION
 
