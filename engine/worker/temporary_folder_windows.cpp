@@ -12,7 +12,6 @@ namespace {
 
 constexpr wchar_t kStart[] = L".morvex-";
 constexpr std::size_t kRandomLetters = 6;
-constexpr DWORD kShareAllButDelete = FILE_SHARE_READ | FILE_SHARE_WRITE;
 
 std::error_code LastError() {
     return {static_cast<int>(GetLastError()), std::system_category()};
@@ -68,10 +67,10 @@ void RemoveTree(const fs::path& folder) {
     RemoveDirectoryW(folder.c_str());
 }
 
-// A handle that keeps everybody else from one that may delete the folder; it goes with the process.
-OwnedHandle Lock(const fs::path& folder, DWORD access) {
-    return Own(CreateFileW(folder.c_str(), access, kShareAllButDelete, nullptr, OPEN_EXISTING,
-                           FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+// A file in the folder that one process at a time can hold; it goes with the process.
+OwnedHandle Lock(const fs::path& folder, DWORD disposition) {
+    return Own(CreateFileW((folder / L"lock").c_str(), GENERIC_READ | DELETE, 0, nullptr, disposition,
+                           FILE_FLAG_DELETE_ON_CLOSE, nullptr));
 }
 
 void RemoveAbandoned(const fs::path& parent, TemporaryFolder::Recover* recover) {
@@ -82,8 +81,7 @@ void RemoveAbandoned(const fs::path& parent, TemporaryFolder::Recover* recover) 
             abandoned.push_back(parent / name);
     });
     for (const fs::path& folder : abandoned) {
-        // Of several that look, one gets the right to delete.
-        OwnedHandle lock = Lock(folder, GENERIC_READ | DELETE);
+        OwnedHandle lock = Lock(folder, OPEN_ALWAYS);
         if (lock == nullptr) continue;
         recover(folder);
         RemoveTree(folder);
@@ -102,8 +100,8 @@ std::error_code TemporaryFolder::Make(const fs::path& parent, Recover* recover) 
             if (GetLastError() != ERROR_ALREADY_EXISTS) return LastError();
             continue;
         }
-        // One who looks for abandoned folders may have been quicker and have removed it.
-        OwnedHandle lock = Lock(folder, GENERIC_READ);
+        // One who looks for abandoned folders may have been quicker and hold it, or have removed it.
+        OwnedHandle lock = Lock(folder, CREATE_NEW);
         if (lock == nullptr) continue;
         lock_ = reinterpret_cast<std::intptr_t>(lock.release());
         path_ = folder;
