@@ -1,6 +1,6 @@
 ; The installer for Windows: for the current user, without elevation. Silent with /S; /D=FOLDER comes last.
-; VERSION, FOLDER (what to install) and OUTPUT come from the command line.
-Unicode true
+; A 64-bit program as Morvex is, which 64-bit Wine runs too. VERSION, FOLDER (what to install) and OUTPUT come from the command line.
+Target amd64-unicode
 ManifestDPIAware true
 SetCompressor /SOLID lzma
 RequestExecutionLevel user
