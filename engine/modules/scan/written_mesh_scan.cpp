@@ -159,12 +159,13 @@ struct FbxArray {
 // The points of an array, whose head is `head`; none when it cannot be unpacked.
 std::vector<Point> PointsOfFbx(const FbxArray& head, string_view contents) {
     std::vector<Point> points(head.count / 3);
-    uLongf size = points.size() * sizeof(Point);
+    auto size = static_cast<uLongf>(points.size() * sizeof(Point));  // of 32 bits on Windows
     contents = contents.substr(0, head.packed != 0 ? head.size : size);
     bool done = contents.size() == size;
     if (head.packed != 0) {
         done = uncompress(reinterpret_cast<Bytef*>(points.data()), &size,
-                          reinterpret_cast<const Bytef*>(contents.data()), contents.size()) == Z_OK;
+                          reinterpret_cast<const Bytef*>(contents.data()),
+                          static_cast<uLong>(contents.size())) == Z_OK;
     } else if (done) {
         std::memcpy(points.data(), contents.data(), size);
     }
