@@ -195,7 +195,8 @@ class Batch {
         const bool stopped = CurrentStop() != StopRequest::None;
         std::wstring why;
         if (stopped && options_.watch.empty())
-            why = L"stopped; " + std::to_wstring(left) + L" files or more are left";
+            why = L"stopped; " + std::to_wstring(left) +
+                  (counts.allListed ? L" files are left" : L" files or more are left");
         results_.Close(counts, finder_.LeftAside(), why);
         if (stopped && !abandoned_ && !results_.Broken()) return kExitStopped;
         const size_t failed = counts.Of(FileState::Failed) + counts.Of(FileState::FailedBefore) + left +

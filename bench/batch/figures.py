@@ -121,9 +121,11 @@ def power_cuts(bench, count=100, cuts=10):
             time.sleep(random.uniform(0.1, 0.5))
             batch.send_signal(signal.SIGKILL)
         batch.wait()
-    inputs = [line.split("\t")[6] for line in log.read_text().splitlines() if line.count("\t") == 7]
+    records = [line.split("\t") for line in log.read_text().splitlines() if line.count("\t") == 7]
+    inputs = [record[6] for record in records]
+    failed = [record[3] for record in records if record[2] != "0"]
     print(f"{cuts} power cuts: {len(set(inputs))} of {count} files converted, {len(inputs) - len(set(inputs))} twice, "
-          f"exit code {batch.returncode}")
+          f"failed: {failed}")
 
 
 def main():
