@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <algorithm>
+#include <array>
 #include <cstdarg>
 #include <cwchar>
 
@@ -22,31 +24,27 @@ std::wstring LoadText(int id) {
     return {text + 1, static_cast<size_t>(*text)};
 }
 
+constexpr auto kLanguages = std::to_array<Language>({
+    {L"Česky", TEXT_OFFSET_CZECH},
+    {L"Deutsch", TEXT_OFFSET_GERMAN},
+    {L"English", 0},
+    {L"Français", TEXT_OFFSET_FRENCH},
+    {L"Italiano", TEXT_OFFSET_ITALIAN},
+    {L"Русский", TEXT_OFFSET_RUSSIAN},
+    {L"日本語", TEXT_OFFSET_JAPANESE},
+    {L"简体中文", TEXT_OFFSET_CHINESE},
+    {L"한글", TEXT_OFFSET_KOREAN},
+});
+
 }  // namespace
 
-const std::vector<std::wstring>& LanguageNames() {
-    static const std::vector<std::wstring> names = {L"Česky",    L"Deutsch",  L"English",
-                                                    L"Français", L"Italiano", L"Русский",
-                                                    L"日本語",   L"简体中文", L"한글"};
-    return names;
+std::span<const Language> Languages() {
+    return kLanguages;
 }
 
 int LanguageOffset(std::wstring_view name) {
-    static constexpr struct {
-        std::wstring_view name;
-        int offset;
-    } kOffsets[] = {{L"English", 0},
-                    {L"Italiano", TEXT_OFFSET_ITALIAN},
-                    {L"Français", TEXT_OFFSET_FRENCH},
-                    {L"Deutsch", TEXT_OFFSET_GERMAN},
-                    {L"Русский", TEXT_OFFSET_RUSSIAN},
-                    {L"简体中文", TEXT_OFFSET_CHINESE},
-                    {L"한글", TEXT_OFFSET_KOREAN},
-                    {L"日本語", TEXT_OFFSET_JAPANESE}};
-    for (const auto& entry : kOffsets) {
-        if (entry.name == name) return entry.offset;
-    }
-    return TEXT_OFFSET_CZECH;
+    const auto found = std::ranges::find(kLanguages, name, &Language::name);
+    return found == kLanguages.end() ? TEXT_OFFSET_CZECH : found->offset;
 }
 
 void TextCatalogue::SetLanguage(const std::wstring& name) {

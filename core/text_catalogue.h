@@ -1,16 +1,20 @@
 #pragma once
 
+#include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace morvex {
 
-// The interface languages in the order of the options list, named in themselves as the settings store them.
-const std::vector<std::wstring>& LanguageNames();
+struct Language {
+    const wchar_t* name;  // in itself, as the settings store it
+    int offset;           // of its block of string ids
+};
 
-// The offset of a language's block of string ids. A name that is no language ("Česky" has no entry of its
-// own) gives the block of the Czech texts.
+// The interface languages in the order of the options list.
+std::span<const Language> Languages();
+
+// The offset of a language's block. A name that is no language gives the block of the Czech texts.
 int LanguageOffset(std::wstring_view name);
 
 // User-interface texts by their English string id in the chosen language. Belongs to the user-interface

@@ -36,7 +36,7 @@ bool OptionsDlg::OnInit() {
     SetWindowPos(list.Handle(), nullptr, 0, 0, MulDiv(kListWidth, dpi, USER_DEFAULT_SCREEN_DPI),
                  MulDiv(kListHeight, dpi, USER_DEFAULT_SCREEN_DPI),
                  SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
-    for (const std::wstring& name : LanguageNames()) list.Add(name);
+    for (const Language& language : Languages()) list.Add(language.name);
     list.SelectText(context_.text.Language());
     Control(Item(IDC_COMPUTER_NAME)).SetText(ComputerName());
     tooltip_.Create(Handle());

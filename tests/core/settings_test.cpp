@@ -167,23 +167,6 @@ TEST(StartUp, KeepsASavedPairOfTheNativeFormat) {
     EXPECT_EQ(context.settings.formatOut.Get(), L"NORWEND (*.wbi)");
 }
 
-TEST(Languages, HaveTheirBlocks) {
-    const std::pair<const wchar_t*, int> offsets[] = {{L"English", 0},
-                                                      {L"Italiano", 20000},
-                                                      {L"Fran\u00E7ais", 10000},
-                                                      {L"Deutsch", 30000},
-                                                      {L"\u0420\u0443\u0441\u0441\u043A\u0438\u0439", 5000},
-                                                      {L"\u7B80\u4F53\u4E2D\u6587", 40000},
-                                                      {L"\uD55C\uAE00", 35000},
-                                                      {L"\u65E5\u672C\u8A9E", 60000},
-                                                      {L"\u010Cesky", 50000},
-                                                      {L"Espa\u00F1ol", 50000},
-                                                      {L"english", 50000}};
-    for (const auto& [name, offset] : offsets) EXPECT_EQ(LanguageOffset(name), offset);
-    EXPECT_EQ(LanguageNames().size(), 9u);
-    EXPECT_EQ(LanguageNames().front(), L"\u010Cesky");
-}
-
 TEST(StartUp, SurvivesDamagedSettingsFiles) {
     for (const std::string& bytes :
          {std::string(), std::string("\xFF"), std::string("\xFF\xFE["), std::string(4 << 20, 'x'),

@@ -7,22 +7,14 @@
 #include <string>
 #include <vector>
 
+#include "core/text_catalogue.h"
 #include "res/string_ids.h"
 
+namespace morvex {
 namespace {
 
 constexpr int kEndOfBaseIds = 5000;
 constexpr int kEndOfIds = 65536;
-
-struct Language {
-    int offset;
-    const wchar_t* wordForLanguage;
-};
-
-constexpr Language kLanguages[] = {
-    {0, L"Language"}, {5000, L"Язык"},  {10000, L"Langue"}, {20000, L"Lingua"}, {30000, L"Sprache"},
-    {35000, L"언어"}, {40000, L"语言"}, {50000, L"Jazyk"},  {60000, L"言語"},
-};
 
 std::wstring Text(int id) {
     wchar_t buffer[4200];
@@ -81,12 +73,31 @@ TEST(Strings, NoIdOfAGroupLacksItsText) {
     }
 }
 
+// Others may stand between them.
+TEST(Strings, LanguagesHaveTheirOrderAndBlocks) {
+    constexpr struct {
+        std::wstring_view name;
+        int offset;
+        const wchar_t* wordForLanguage;
+    } kExpected[] = {
+        {L"Česky", 50000, L"Jazyk"},     {L"Deutsch", 30000, L"Sprache"}, {L"English", 0, L"Language"},
+        {L"Français", 10000, L"Langue"}, {L"Italiano", 20000, L"Lingua"}, {L"Русский", 5000, L"Язык"},
+        {L"日本語", 60000, L"言語"},     {L"简体中文", 40000, L"语言"},   {L"한글", 35000, L"언어"}};
+    auto from = Languages().begin();
+    for (const auto& expected : kExpected) {
+        from = std::ranges::find(from, Languages().end(), expected.name, &Language::name);
+        ASSERT_NE(from, Languages().end()) << expected.offset;
+        EXPECT_EQ(LanguageOffset(expected.name), expected.offset);
+        EXPECT_EQ(Text(IDS_LANGUAGE + expected.offset), expected.wordForLanguage);
+    }
+    for (const wchar_t* unknown : {L"Español", L"english", L""}) EXPECT_EQ(LanguageOffset(unknown), 50000);
+}
+
 // A missing text leaves a hole, one under a wrong id or offset is left over: both break the equality.
 TEST(Strings, EveryLanguageHasExactlyTheEnglishIds) {
     ASSERT_GT(BaseIds().size(), 150u);
     std::vector<int> expected;
-    for (const Language& language : kLanguages) {
-        EXPECT_EQ(Text(IDS_LANGUAGE + language.offset), language.wordForLanguage);
+    for (const Language& language : Languages()) {
         for (int id : BaseIds()) expected.push_back(id + language.offset);
     }
     std::sort(expected.begin(), expected.end());
@@ -96,7 +107,7 @@ TEST(Strings, EveryLanguageHasExactlyTheEnglishIds) {
 TEST(Strings, TextsOfALanguageFitTheEnglishOnes) {
     for (int id : BaseIds()) {
         const std::wstring english = Text(id);
-        for (const Language& language : kLanguages) {
+        for (const Language& language : Languages()) {
             SCOPED_TRACE(id + language.offset);
             const std::wstring text = Text(id + language.offset);
             EXPECT_EQ(Placeholders(text), Placeholders(english));
@@ -113,7 +124,7 @@ TEST(Strings, SentencesAreTranslated) {
     for (int id : BaseIds()) {
         const std::wstring english = Text(id);
         if (english.size() < 25 || id == IDS_LEGAL_MIT) continue;
-        for (const Language& language : kLanguages) {
+        for (const Language& language : Languages()) {
             if (language.offset != 0) {
                 EXPECT_NE(Text(id + language.offset), english) << language.offset;
             }
@@ -130,7 +141,7 @@ TEST(Strings, StatusTextsOfALanguageCanBeToldApart) {
         IDS_RESULT_CANNOT_OPEN,  IDS_RESULT_CORRUPTED,      IDS_RESULT_CANNOT_OPEN_INPUT,
         IDS_RESULT_NO_SCHEMA,    IDS_RESULT_FUTURE_VERSION, IDS_RESULT_CANNOT_WRITE_OUTPUT,
         IDS_NOT_CONVERTED};
-    for (const Language& language : kLanguages) {
+    for (const Language& language : Languages()) {
         EXPECT_TRUE(Text(IDS_RESULT_OK + language.offset).starts_with(L"OK")) << language.offset;
         std::vector<std::wstring> texts;
         for (int id : kStatus) {
@@ -144,3 +155,4 @@ TEST(Strings, StatusTextsOfALanguageCanBeToldApart) {
 }
 
 }  // namespace
+}  // namespace morvex

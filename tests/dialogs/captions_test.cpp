@@ -109,10 +109,10 @@ void ExpectUniqueKeys(HWND dialog) {
     EXPECT_EQ(before, after);
 }
 
-class CaptionsTest : public SettingsTest, public testing::WithParamInterface<std::wstring> {};
+class CaptionsTest : public SettingsTest, public testing::WithParamInterface<Language> {};
 
 TEST_P(CaptionsTest, FitAndHaveKeysOfTheirOwn) {
-    context_.text.SetLanguage(GetParam());
+    context_.text.SetLanguage(GetParam().name);
     context_.settings.developerMode.Set(true);
     const auto look = [](const ShownDialog& dialog) {
         SCOPED_TRACE(testing::PrintToString(Control(dialog.Window()).Text()));
@@ -131,8 +131,8 @@ TEST_P(CaptionsTest, FitAndHaveKeysOfTheirOwn) {
     Drive([&] { CAboutDlg(context_.text).Run(nullptr); }, look);
 }
 
-INSTANTIATE_TEST_SUITE_P(, CaptionsTest, testing::ValuesIn(LanguageNames()),
-                         [](const auto& info) { return std::to_string(LanguageOffset(info.param)); });
+INSTANTIATE_TEST_SUITE_P(, CaptionsTest, testing::ValuesIn(Languages()),
+                         [](const auto& info) { return std::to_string(info.param.offset); });
 
 // Controls in a window of the test's own.
 class AccessKeysTest : public testing::Test {

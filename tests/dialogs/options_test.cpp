@@ -37,11 +37,9 @@ class OptionsTest : public SettingsTest {
 TEST_F(OptionsTest, ListsTheLanguagesInTheirOrder) {
     ShowOptions([](const ShownDialog& dialog) {
         const ComboBox list(dialog.Item(kLanguages));
-        std::vector<std::wstring> names;
-        for (int i = 0; i < list.Count(); ++i) names.push_back(list.TextAt(i));
-        EXPECT_EQ(names,
-                  (std::vector<std::wstring>{L"Česky", L"Deutsch", L"English", L"Français", L"Italiano",
-                                             L"Русский", L"日本語", L"简体中文", L"한글"}));
+        ASSERT_EQ(list.Count(), static_cast<int>(Languages().size()));
+        int place = 0;
+        for (const Language& language : Languages()) EXPECT_EQ(list.TextAt(place++), language.name);
         EXPECT_EQ(list.SelectedText(), L"English");
         RECT closed;
         GetWindowRect(list.Handle(), &closed);

@@ -1,5 +1,5 @@
+#include <algorithm>
 #include <gtest/gtest.h>
-#include <iterator>
 
 #include "formats/input_formats.h"
 #include "formats/output_formats.h"
@@ -15,34 +15,39 @@ const OutputFormat kExpectedOutputs[] = {
 #include "tests/support/expected_output_formats.inc"
 };
 
-TEST(InputFormats, EveryRowIsInPlaceAndFoundByEveryLookup) {
+// Other rows may stand between the expected ones.
+TEST(InputFormats, AreInTheirOrderAndFoundByEveryLookup) {
     const auto rows = InputFormats();
-    ASSERT_EQ(rows.size(), 55u);
-    ASSERT_EQ(std::size(kExpectedInputs), 55u);
-    for (size_t i = 0; i < rows.size(); ++i) {
-        const InputFormat& expected = kExpectedInputs[i];
-        SCOPED_TRACE(i + 1);
-        EXPECT_STREQ(rows[i].displayName, expected.displayName);
+    auto from = rows.begin();
+    for (const InputFormat& expected : kExpectedInputs) {
+        SCOPED_TRACE(testing::PrintToString(std::wstring(expected.displayName)));
+        from = std::ranges::find(from, rows.end(), std::wstring_view(expected.displayName),
+                                 &InputFormat::displayName);
+        ASSERT_NE(from, rows.end());
         EXPECT_EQ(InputDisplayNameToFilterText(expected.displayName), expected.filterText);
         EXPECT_EQ(InputFilterTextToIdentifier(expected.filterText), expected.identifier);
         EXPECT_EQ(InputFilterTextToFormatCode(expected.filterText), expected.code);
         EXPECT_EQ(InputFilterTextToDialogFilter(expected.filterText), expected.dialogFilter);
     }
+    for (const InputFormat& row : rows)
+        EXPECT_EQ(InputDisplayNameToFilterText(row.displayName), row.filterText);
 }
 
-TEST(OutputFormats, EveryRowIsInPlaceAndFoundByEveryLookup) {
+TEST(OutputFormats, AreInTheirOrderAndFoundByEveryLookup) {
     const auto rows = OutputFormats();
-    ASSERT_EQ(rows.size(), 42u);
-    ASSERT_EQ(std::size(kExpectedOutputs), 42u);
-    for (size_t i = 0; i < rows.size(); ++i) {
-        const OutputFormat& expected = kExpectedOutputs[i];
-        SCOPED_TRACE(i + 1);
-        EXPECT_STREQ(rows[i].displayName, expected.displayName);
+    auto from = rows.begin();
+    for (const OutputFormat& expected : kExpectedOutputs) {
+        SCOPED_TRACE(testing::PrintToString(std::wstring(expected.displayName)));
+        from = std::ranges::find(from, rows.end(), std::wstring_view(expected.displayName),
+                                 &OutputFormat::displayName);
+        ASSERT_NE(from, rows.end());
         EXPECT_EQ(OutputDisplayNameToFilterText(expected.displayName), expected.filterText);
         EXPECT_EQ(OutputFilterTextToIdentifier(expected.filterText), expected.identifier);
         EXPECT_EQ(OutputFilterTextToFormatCode(expected.filterText), expected.code);
         EXPECT_EQ(OutputFilterTextToExtension(expected.filterText), expected.extension);
     }
+    for (const OutputFormat& row : rows)
+        EXPECT_EQ(OutputDisplayNameToFilterText(row.displayName), row.filterText);
 }
 
 TEST(Lookups, UnknownTextsGiveNothing) {

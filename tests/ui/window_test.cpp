@@ -67,8 +67,8 @@ TEST_F(MainWindowTest, DeveloperModeShowsItsBoxesAndTheyWriteTheirSettings) {
 // Every text has room in its control, in every language; no two access keys are equal.
 TEST_F(MainWindowTest, TextsFitInAllLanguages) {
     Install(L"General", L"DeveloperMode", L"1");
-    for (const std::wstring& language : LanguageNames()) {
-        profile::WriteText(user_ + L"\\zel_morvex.ini", L"Options", L"Language", language);
+    for (const Language& language : Languages()) {
+        profile::WriteText(user_ + L"\\zel_morvex.ini", L"Options", L"Language", language.name);
         Open();
         const HDC device = GetDC(window_->Handle());
         SelectObject(device, reinterpret_cast<HFONT>(SendMessageW(window_->Handle(), WM_GETFONT, 0, 0)));
@@ -85,7 +85,7 @@ TEST_F(MainWindowTest, TextsFitInAllLanguages) {
             const bool box =
                 SendMessageW(control, WM_GETDLGCODE, 0, 0) & DLGC_BUTTON && type == BS_AUTOCHECKBOX;
             const int margin = Scaled(control, box ? 18 : 0);
-            EXPECT_LE(needed.right + margin, room.right) << id << " in language " << LanguageOffset(language);
+            EXPECT_LE(needed.right + margin, room.right) << id << " in language " << language.offset;
             const size_t mark = text.find(L'&');
             if (mark != text.npos && text[mark + 1] != L'&') keys += text[mark + 1];
         }
@@ -93,7 +93,7 @@ TEST_F(MainWindowTest, TextsFitInAllLanguages) {
             SIZE size{};
             GetTextExtentPoint32W(device, text.c_str(), static_cast<int>(text.size()), &size);
             EXPECT_LE(size.cx + Scaled(Item(IDC_LIST), padding), View().ColumnWidth(column))
-                << column << " in language " << LanguageOffset(language);
+                << column << " in language " << language.offset;
         };
         for (int column = 0; column < kListColumns; ++column)
             expectRoom(HeaderTitle(View(), column), column, 12);
@@ -113,9 +113,9 @@ TEST_F(MainWindowTest, WhatARunSaysFitsInAllLanguages) {
     Texts names;
     for (const int result : {0, 1, -2, -5, -15, -22, -23, -27, -28, -29, -32, -38})
         names.push_back(L"{result=" + std::to_wstring(result) + L"}.stp");
-    for (const std::wstring& language : LanguageNames()) {
-        SCOPED_TRACE(LanguageOffset(language));
-        profile::WriteText(user_ + L"\\zel_morvex.ini", L"Options", L"Language", language);
+    for (const Language& language : Languages()) {
+        SCOPED_TRACE(language.offset);
+        profile::WriteText(user_ + L"\\zel_morvex.ini", L"Options", L"Language", language.name);
         Open();
         const auto needed = [&](int id, const std::wstring& text) {
             SIZE size{};

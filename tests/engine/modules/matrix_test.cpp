@@ -5,6 +5,7 @@
 #include <map>
 #include <zlib.h>
 
+#include "engine/common/formats.h"
 #include "tests/engine/support/read_back.h"
 #include "tests/engine/support/samples.h"
 #include "tests/engine/support/worker_run.h"
@@ -12,8 +13,14 @@
 namespace morvex::test {
 namespace {
 
-const char* const kOutputs[] = {"stp", "igs",  "brep", "stl", "wrl", "obj",
-                                "dae", "gltf", "glb",  "fbx", "3mf"};
+// The suffixes of all formats that are written.
+std::vector<std::string> Outputs() {
+    std::vector<std::string> suffixes;
+    for (const Format& format : AllFormats()) {
+        if (format.writeModule != nullptr) suffixes.emplace_back(format.suffixes.front().substr(1));
+    }
+    return suffixes;
+}
 
 bool IsOneOf(const std::string& suffix, std::initializer_list<const char*> suffixes) {
     return std::ranges::find(suffixes, suffix) != suffixes.end();
@@ -46,7 +53,8 @@ void ExpectSameContents(const std::string& input, const Facts& in, const std::st
     if (input.find("/asm.") != std::string::npos && IsOneOf(to, {"stp", "igs"})) {
         EXPECT_EQ(out.solids, 4);
     }
-    if (IsOneOf(to, {"stl", "brep"}) || from == "dxf") return;  // a drawing's plain faces have any colour
+    const bool coloured = IsOneOf(to, {"stp", "igs", "wrl", "obj", "dae", "gltf", "glb", "fbx", "3mf"});
+    if (!coloured || from == "dxf") return;  // a drawing's plain faces have any colour
     if (to == "igs") {
         EXPECT_EQ(out.colours.size(), in.colours.size()) << "without their transparency";
     } else if (to == "3mf") {
@@ -93,10 +101,10 @@ TEST_F(Matrix, EveryPair) {
         const bool byHand = input.find("/box.") != std::string::npos;
         Facts in = byHand ? box : ReadBack(input);
         if (byHand) in.colours = {"13020216"};
-        for (const char* suffix : kOutputs) {
+        for (const std::string& suffix : Outputs()) {
             SCOPED_TRACE(input + " -> " + suffix);
             const ScratchFolder folder;
-            const std::string output = folder / (std::string("out.") + suffix);
+            const std::string output = folder / ("out." + suffix);
             const WorkerRun run = RunWorker({input, output});
             ASSERT_EQ(run.code, 0) << run.errors;
             const Facts out = ReadBack(output);
@@ -148,7 +156,7 @@ TEST(MatrixOfOthers, EveryPair) {
             in.area = 6 * cube * cube, in.volume = cube * cube * cube;
         }
         const bool meshes = in.solids == 0;
-        for (const std::string suffix : kOutputs) {
+        for (const std::string& suffix : Outputs()) {
             SCOPED_TRACE(path + " -> " + suffix);
             const ScratchFolder results;
             const std::string output = results / ("out." + suffix);
