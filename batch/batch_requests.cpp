@@ -55,9 +55,8 @@ std::wstring BatchRequests::ConfigFile(const ConversionFormats& formats) {
 std::wstring BatchRequests::WithValues(const std::wstring& config) {
     wchar_t folder[MAX_PATH + 1] = L"";
     GetTempPathW(MAX_PATH + 1, folder);
-    const std::wstring copy = std::wstring(folder) + L"morvex-batch-" +
-                              std::to_wstring(GetCurrentProcessId()) + L"-" +
-                              std::to_wstring(temporaryConfigs_.size()) + L".zel";
+    std::wstring copy = std::wstring(folder) + L"morvex-batch-" + std::to_wstring(GetCurrentProcessId()) +
+                        L"-" + std::to_wstring(temporaryConfigs_.size()) + L".zel";
     DeleteFileW(copy.c_str());
     const bool made = config.empty() ? WriteDefaultConfig(copy)
                                      : CopyFileW(WithLongPrefix(config).c_str(), copy.c_str(), TRUE) != FALSE;

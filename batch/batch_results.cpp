@@ -47,7 +47,7 @@ BatchResults::BatchResults(const BatchOptions& options) : options_(options), con
 std::wstring BatchResults::Open() {
     if (options_.dryRun) return {};
     if (!options_.log.empty()) {
-        if (const std::wstring wrong = log_.Open(options_.log); !wrong.empty()) return wrong;
+        if (std::wstring wrong = log_.Open(options_.log); !wrong.empty()) return wrong;
     }
     if (options_.report.empty()) return {};
     report_ = std::make_unique<HtmlReport>(options_.report);

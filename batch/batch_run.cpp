@@ -77,16 +77,15 @@ class Batch {
 
   private:
     std::wstring Prepare() {
-        if (const std::wstring wrong = requests_.Obstacle(); !wrong.empty()) return wrong;
+        if (std::wstring wrong = requests_.Obstacle(); !wrong.empty()) return wrong;
         if (!options_.watch.empty() && !FolderExists(options_.watch))
             return L"There is no folder " + options_.watch;
         if (!options_.resume.empty()) {
-            if (const std::wstring wrong = history_.Read(options_.resume, JobHistory::Outputs::Keep);
+            if (std::wstring wrong = history_.Read(options_.resume, JobHistory::Outputs::Keep);
                 !wrong.empty())
                 return wrong;
         } else if (options_.skipExisting && !options_.log.empty()) {
-            if (const std::wstring wrong = history_.Read(options_.log, JobHistory::Outputs::Ignore);
-                !wrong.empty())
+            if (std::wstring wrong = history_.Read(options_.log, JobHistory::Outputs::Ignore); !wrong.empty())
                 return wrong;
         }
         return results_.Open();

@@ -189,7 +189,7 @@ ChildEnd ChildRunner::Run(const ChildArguments& arguments, const std::function<b
         }
         if (late || greedy || stop()) {
             child.Kill();
-            const ChildEnd end = child.End();
+            ChildEnd end = child.End();
             const bool over = end.kind == ChildEnd::Kind::Finished || end.kind == ChildEnd::Kind::Crashed;
             if (greedy || over) return end;
             return {late ? ChildEnd::Kind::TimedOut : ChildEnd::Kind::Stopped, kResultFailed, {}};

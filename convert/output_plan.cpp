@@ -41,7 +41,8 @@ OutputPlan::OutputPlan(const std::vector<SourceFile>& sources, const ConversionR
     for (const SourceFile& source : sources) names_.Keep(names_.KeyOf(source.folder, source.name));
     rows_.reserve(sources.size());
     for (const SourceFile& source : sources) {
-        Row& row = rows_.emplace_back(NameOutput(source, request));
+        Row& row = rows_.emplace_back();
+        row.name = NameOutput(source, request);
         row.number = names_.Take(row.name);
     }
     AvoidLinks(sources);

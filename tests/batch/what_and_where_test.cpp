@@ -12,7 +12,6 @@ namespace {
 using test::BatchEnd;
 using test::BatchProgram;
 using test::LibraryLog;
-using test::Quoted;
 using testing::HasSubstr;
 using testing::UnorderedElementsAreArray;
 using Names = std::vector<std::wstring>;

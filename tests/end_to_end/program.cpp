@@ -16,6 +16,23 @@ UniqueHandle OutputFile(const std::wstring& path) {
         CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherited, CREATE_ALWAYS, 0, nullptr));
 }
 
+// Wine now and then cannot place a new process in its address range and answers with an internal error; the
+// next try finds another place.
+bool Create(const std::wstring& program, const std::wstring& arguments, HANDLE output, HANDLE errors,
+            PROCESS_INFORMATION& created) {
+    std::wstring line = L"\"" + program + L"\" " + arguments;
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = output;
+    startup.hStdError = errors;
+    const auto start = [&] {
+        return CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, output != nullptr, 0, nullptr,
+                              nullptr, &startup, &created) != FALSE;
+    };
+    return start() || (GetLastError() == ERROR_INTERNAL_ERROR && start());
+}
+
 }  // namespace
 
 Program::Program() {
@@ -48,15 +65,8 @@ ProgramRun Program::Run(const std::wstring& arguments) const {
     ProgramRun run;
     {
         const UniqueHandle output = OutputFile(outputPath), errors = OutputFile(errorPath);
-        std::wstring line = L"\"" + program_ + L"\" " + arguments;
-        STARTUPINFOW startup{};
-        startup.cb = sizeof startup;
-        startup.dwFlags = STARTF_USESTDHANDLES;
-        startup.hStdOutput = output.get();
-        startup.hStdError = errors.get();
         PROCESS_INFORMATION created{};
-        if (!CreateProcessW(program_.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
-                            &startup, &created)) {
+        if (!Create(program_, arguments, output.get(), errors.get(), created)) {
             ADD_FAILURE() << "Morvex.exe does not start: " << GetLastError();
             return run;
         }
@@ -74,14 +84,8 @@ ProgramRun Program::Run(const std::wstring& arguments) const {
 }
 
 UniqueHandle Program::Start(const std::wstring& arguments, DWORD& id, HANDLE output) const {
-    std::wstring line = L"\"" + program_ + L"\" " + arguments;
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = startup.hStdError = output;
     PROCESS_INFORMATION created{};
-    EXPECT_TRUE(CreateProcessW(program_.c_str(), line.data(), nullptr, nullptr, output != nullptr, 0, nullptr,
-                               nullptr, &startup, &created));
+    EXPECT_TRUE(Create(program_, arguments, output, output, created));
     CloseHandle(created.hThread);
     id = created.dwProcessId;
     return UniqueHandle(created.hProcess);

@@ -223,7 +223,8 @@ TEST_F(Fidelity, ReportTellsWhatHappened) {
     EXPECT_NE(report.find("a&amp;b.glb</output>"), std::string::npos);
     EXPECT_NE(report.find("LINEAR_TOL"), std::string::npos);
     EXPECT_NE(report.find("WRITE_ASCII"), std::string::npos);
-    EXPECT_NE(report.find("<read parts=\"2\" instances=\"4\" solids=\"4\" faces=\"18\""), std::string::npos)
+    EXPECT_NE(report.find("<read unit=\"1\" parts=\"2\" instances=\"4\" solids=\"4\" faces=\"18\""),
+              std::string::npos)
         << report;
     EXPECT_NE(report.find("peak=\""), std::string::npos);
     Convert(assembly_, "none.glb", {"FILE CONF/WRITE_LOG_FILE=0"});
