@@ -59,11 +59,10 @@ Outcome OutcomeOf(const JobEnd& end, const JournalRecord& record) {
                                     PhaseName(record.phase) + "\" (" + end.detail + ")");
 }
 
-// A result whose status text says all leaves no report: a damaged input shall leave nothing behind, but for
-// the list of what is missing. Nor is there anyone to read one when nobody waits for the result.
-bool WorthReport(const JobEnd& end, int result, const JournalRecord& record) {
-    if (end.cause == Cause::EndRequested || end.cause == Cause::CallerGone) return false;
-    return result == ZEL_OK || result == ZEL_FAILED || (result == ZEL_CORRUPTED && !record.losses.empty());
+// Every conversion that came to an end, but for that of an input that is not there. Where nobody waits for
+// the result, nobody reads a report.
+bool WorthReport(const JobEnd& end, int result) {
+    return end.cause != Cause::EndRequested && end.cause != Cause::CallerGone && result != ZEL_NO_FILE;
 }
 
 // The first of all warnings, since it says most.
@@ -91,23 +90,24 @@ std::uint64_t SizeOf(const std::filesystem::path& file) {
 
 Outcome Supervise(const Request& request, const SupervisorOptions& options) {
     const auto start = Clock::now();
-    Outcome outcome = CheckInput(request);
+    JournalRecord record;
+    const Settings settings = SettingsOf(request, record);
     // Held until all is tidy; only then does a signal that has come in end this process as well.
     const EndSignals signals;
     Staging staging;
+    JobEnd end;
+    Outcome outcome = CheckInput(request);
     if (outcome.IsOk()) outcome = staging.Open(request);
-    if (!outcome.IsOk()) return outcome;
-
-    JournalRecord record;
-    const Settings settings = SettingsOf(request, record);
-    const std::uint64_t inputSize = SizeOf(request.input);
-    const std::uint64_t memory =
-        options.memoryAllowed != 0 ? options.memoryAllowed : MemoryShare(request.parallel);
-    const JobEnd end = RunJobProcess(
-        {request, settings, staging.File(), memory,
-         options.memoryAllowed != 0 ? memory : MemoryWorth(inputSize)},
-        {TimeLimits(options.time, inputSize), options.watchCaller, signals, options.onProgress}, record);
-    outcome = OutcomeOf(end, record);
+    if (outcome.IsOk()) {
+        const std::uint64_t inputSize = SizeOf(request.input);
+        const std::uint64_t memory =
+            options.memoryAllowed != 0 ? options.memoryAllowed : MemoryShare(request.parallel);
+        end = RunJobProcess(
+            {request, settings, staging.File(), memory,
+             options.memoryAllowed != 0 ? memory : MemoryWorth(inputSize)},
+            {TimeLimits(options.time, inputSize), options.watchCaller, signals, options.onProgress}, record);
+        outcome = OutcomeOf(end, record);
+    }
     record.Enter(Phase::Publish);
     if (outcome.IsOk()) outcome = staging.Publish(record.sideInputs);
     if (outcome.IsOk()) WarnOfLosses(record);
@@ -115,7 +115,7 @@ Outcome Supervise(const Request& request, const SupervisorOptions& options) {
 
     if (outcome.IsOk() && !request.picture.empty() && !WritePicture(request, record))
         record.warnings.emplace_back("The picture could not be written");
-    if (settings.writeReport && WorthReport(end, outcome.result, record)) {
+    if (settings.writeReport && WorthReport(end, outcome.result)) {
         const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
         WriteReport(request, {outcome, &record, seconds, end.peakMemory, settings.picture});
     }

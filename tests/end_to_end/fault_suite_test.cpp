@@ -5,7 +5,6 @@ namespace morvex {
 namespace {
 
 using test::ExpectGone;
-using test::LibraryCall;
 using test::LibraryLog;
 using test::ListedFiles;
 using test::OpenWindow;

@@ -95,7 +95,8 @@ TEST(Soak, ALongRunStaysTrueAndSmall) {
     for (size_t row = 0; row < count; ++row) {
         const std::wstring output = files.Output(names[row]);
         EXPECT_EQ(left.erase(output), statuses[row] == L"OK") << row;
-        EXPECT_EQ(left.erase(output + L"-zel.xml"), statuses[row] == L"OK") << row;
+        const bool told = statuses[row] == L"OK" || names[row].starts_with(L"cut");
+        EXPECT_EQ(left.erase(output + L"-zel.xml"), told) << row;
     }
     EXPECT_EQ(left, std::set<std::wstring>());
     test::ExpectGone(log.Calls());

@@ -89,10 +89,11 @@ TEST(Worker, MemoryIsLimited) {
 }
 
 TEST(Worker, NothingOutlivesItsCaller) {
-    enum How { CallerLeaves, Break, Kill };
-    for (const How how : {CallerLeaves, Break, Kill}) {
-        if (how == Break && IsWine()) continue;  // it has no GenerateConsoleCtrlEvent for a process group
-        SCOPED_TRACE(how);
+    enum class How { CallerLeaves, Break, Kill };
+    for (const How how : {How::CallerLeaves, How::Break, How::Kill}) {
+        if (how == How::Break && IsWine())
+            continue;  // it has no GenerateConsoleCtrlEvent for a process group
+        SCOPED_TRACE(static_cast<int>(how));
         const ScratchFolder folder;
         const fs::path input = folder.Input("sleep");
         Worker worker({TEXT(MORVEX_SERVE_OPTION)});
@@ -104,13 +105,13 @@ TEST(Worker, NothingOutlivesItsCaller) {
             job += field + '\0';
         worker.Send(job);
         const HANDLE process = JobProcessOf(input);
-        if (how == CallerLeaves) worker.Leave();
-        if (how == Break) GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, worker.Id());
-        if (how == Kill) TerminateProcess(worker.Process(), 1);
+        if (how == How::CallerLeaves) worker.Leave();
+        if (how == How::Break) GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, worker.Id());
+        if (how == How::Kill) TerminateProcess(worker.Process(), 1);
         EXPECT_TRUE(EndsSoon(process));
         EXPECT_NE(worker.Wait(), 9999u);
         CloseHandle(process);
-        if (how == Kill) continue;
+        if (how == How::Kill) continue;
         EXPECT_EQ(folder.Names(), (Names{L"in.obj", L"in.obj.process"}));
         const std::string said = worker.ReadOutput();
         EXPECT_TRUE(said.starts_with("P 10\nP 55\nR 1 ")) << said;

@@ -1,5 +1,6 @@
 #include "engine/modules/scan/written_scan.h"
 
+#include <cstdint>
 #include <set>
 
 #include "engine/modules/scan/brep_scan.h"
@@ -96,10 +97,11 @@ CornerList CornersOfBrep(string_view text) {
     if (!corners.IsEmpty() || meshes == string_view::npos) return corners;
     NumberReader reader(text.substr(meshes + kMeshes.size()));
     double count = 0, nodes = 0, triangles = 0, texture = 0, normals = 0, deflection = 0;
-    for (reader.Read(count); count > 0; --count) {
-        for (double* const number : {&nodes, &triangles, &texture, &normals, &deflection})
-            reader.Read(*number);
-        for (double node = 0; node < nodes && reader.Read(point); ++node) corners.Add(point);
+    reader.Read(count);
+    for (auto left = static_cast<std::int64_t>(count); left > 0 && reader.Read(nodes); --left) {
+        for (double* const number : {&triangles, &texture, &normals, &deflection}) reader.Read(*number);
+        for (auto node = static_cast<std::int64_t>(nodes); node > 0 && reader.Read(point); --node)
+            corners.Add(point);
         reader.Skip(nodes * (2 * texture + 3 * normals) + 3 * triangles);
     }
     return corners;

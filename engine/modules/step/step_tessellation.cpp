@@ -6,7 +6,6 @@
 #include <TopoDS_Face.hxx>
 #include <algorithm>
 #include <optional>
-#include <ranges>
 #include <set>
 #include <stdexcept>
 
@@ -188,7 +187,8 @@ std::set<StepId> ReadTessellation(JobContext& context, const StepScan& file) {
         const double unit = StepUnitOf(file, *representation);
         const std::vector<const StepInstance*> items = ItemsOf(file, *representation);
         std::map<StepId, Quantity_Color> coloured;
-        for (const StepInstance* const item : std::views::reverse(items)) {
+        for (auto last = items.rbegin(); last != items.rend(); ++last) {
+            const StepInstance* const item = *last;
             if (const auto own = colours.Of(item->id)) coloured.insert_or_assign(item->id, *own);
             const auto found = coloured.find(item->id);
             if (found == coloured.end() || Tessellation::IsMesh(*item)) continue;
