@@ -73,7 +73,7 @@ Measure MeasureShape(const TopoDS_Shape& shape) {
 
 Measure MeasureMesh(const TopoDS_Shape& shape, double linear, double angular) {
     Measure measure;
-    BRepMesh_IncrementalMesh(shape, linear, false, angular);
+    const BRepMesh_IncrementalMesh mesher(shape, linear, false, angular);
     Bnd_Box box;
     for (TopExp_Explorer each(shape, TopAbs_FACE); each.More(); each.Next()) {
         TopLoc_Location location;

@@ -241,6 +241,7 @@ class Rewriter {
     static std::vector<std::uint64_t> Renumbered(const std::vector<std::uint64_t>& points,
                                                  const std::vector<string_view>& numbers) {
         std::vector<std::uint64_t> renumbered;
+        renumbered.reserve(numbers.size());
         for (const string_view number : numbers) renumbered.push_back(At(points, number));
         return renumbered;
     }
@@ -257,9 +258,8 @@ class Rewriter {
                    string_view height) {
         const std::uint64_t at =
             Add("IFCAXIS2PLACEMENT2D(" + Ref(Add("IFCCARTESIANPOINT((" + centre + "))")) + ",$)");
-        const std::string split = profile;
         const std::uint64_t area =
-            Add(split.substr(0, split.find('@')) + Ref(at) + split.substr(split.find('@') + 1));
+            Add(profile.substr(0, profile.find('@')) + Ref(at) + profile.substr(profile.find('@') + 1));
         const std::uint64_t up = Add("IFCDIRECTION((0.,0.,1.))");
         Write(id, "IFCEXTRUDEDAREASOLID(" + Ref(area) + "," + std::string(place) + "," + Ref(up) + "," +
                       std::string(height) + ")");

@@ -15,7 +15,8 @@ std::array<double, 3> TableColour(int index) {
     if (index < 0 || index > 255) index = 7;
     if (index < 10) return kFirst[index];
     if (index >= 250) return {kGreys[index - 250], kGreys[index - 250], kGreys[index - 250]};
-    const double hue = (index / 10 - 1) * 15.0, full = kBrightness[index % 10 / 2];
+    const int turn = index / 10 - 1;  // of 15 degrees
+    const double hue = turn * 15.0, full = kBrightness[index % 10 / 2];
     std::array<double, 3> colour;
     for (std::size_t channel = 0; channel < 3; ++channel) {
         const double away = std::abs(std::remainder(hue - 120.0 * static_cast<double>(channel), 360));

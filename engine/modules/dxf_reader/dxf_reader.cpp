@@ -110,7 +110,7 @@ class DrawingBuilder {
     Handle(Poly_Triangulation) Triangles(const std::vector<const DxfMesh*>& meshes) const {
         std::size_t points = 0, corners = 0;
         for (const DxfMesh* mesh : meshes) points += mesh->points.size(), corners += mesh->corners.size();
-        const Handle(Poly_Triangulation) triangles =
+        Handle(Poly_Triangulation) triangles =
             new Poly_Triangulation(static_cast<int>(points), static_cast<int>(corners / 3), Standard_False);
         int node = 0, triangle = 0;
         for (const DxfMesh* mesh : meshes) {

@@ -82,7 +82,8 @@ void Convert(const char* from, std::size_t stride, std::size_t count, unsigned c
                 *to++ = largest > 0 ? std::max(static_cast<Value>(stored / largest), Value{-1})
                                     : static_cast<Value>(stored);
             } else {
-                *to++ = static_cast<Value>(stored);
+                // Negative where the file is wrong only; whoever reads indices holds them against a count.
+                *to++ = static_cast<Value>(stored);  // NOLINT(bugprone-signed-char-misuse)
             }
         }
     }

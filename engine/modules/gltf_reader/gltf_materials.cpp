@@ -69,7 +69,7 @@ Handle(XCAFDoc_VisMaterial) GltfMaterials::Make(const Json& material) {
     const bool blended = mode == "BLEND", masked = mode == "MASK";
     if (!blended) colour[3] = 1;
     surface.BaseColor = Colour(colour);
-    const Handle(XCAFDoc_VisMaterial) made = new XCAFDoc_VisMaterial();
+    Handle(XCAFDoc_VisMaterial) made = new XCAFDoc_VisMaterial();
     made->SetPbrMaterial(surface);
     made->SetAlphaMode(blended  ? Graphic3d_AlphaMode_Blend
                        : masked ? Graphic3d_AlphaMode_Mask
@@ -102,7 +102,7 @@ Handle(Image_Texture) GltfMaterials::Image(std::uint64_t number) {
     const std::string uri = Text(image, "uri"), id = Utf8(context_.file) + "#image" + std::to_string(number);
     const std::optional<std::string> data = GltfFile::DataUri(uri);
     if (!uri.empty() && !data) return TextureBeside(context_, GltfFile::FileName(uri));
-    const Handle(Image_Texture) texture =
+    Handle(Image_Texture) texture =
         TextureOf(data ? *data : file_.View(Whole(image, "bufferView").value_or(UINT64_MAX)), id);
     if (texture.IsNull()) context_.journal.Warn("A texture was left out: it is no image of a known kind");
     return texture;

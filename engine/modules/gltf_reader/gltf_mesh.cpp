@@ -59,7 +59,7 @@ Handle(Poly_Triangulation)
         if (numbers[corner] == 0) numbers[corner] = ++used;
     }
     const bool normals = vertices.normals.size() == all * 3, texture = vertices.texture.size() == all * 2;
-    const Handle(Poly_Triangulation) triangles = new Poly_Triangulation();
+    Handle(Poly_Triangulation) triangles = new Poly_Triangulation();
     triangles->SetDoublePrecision(false);
     triangles->ResizeNodes(used, false);
     triangles->ResizeTriangles(static_cast<int>(corners.size() / 3), false);

@@ -41,7 +41,7 @@ Handle(Poly_Triangulation) MakeTriangles(const ObjFile& file, const std::vector<
             used, [&](const ObjCorner& corner) { return corner.*member == ObjCorner::kNone; });
     };
     const bool normals = all(&ObjCorner::normal), texture = all(&ObjCorner::texture);
-    const Handle(Poly_Triangulation) triangles = new Poly_Triangulation(
+    Handle(Poly_Triangulation) triangles = new Poly_Triangulation(
         static_cast<int>(used.size()), static_cast<int>(nodes.size() / 3), texture, normals);
     for (std::size_t at = 0; at < used.size(); ++at) {
         const int node = static_cast<int>(at) + 1;

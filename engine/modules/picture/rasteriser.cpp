@@ -29,7 +29,7 @@ Colour4 Lit(const Colour4& colour, const Vector3& normal) {
 void Blend(std::array<std::uint8_t, 4>& under, const Colour4& over) {
     const auto mix = [&](std::uint8_t& value, float top) {
         const auto old = static_cast<float>(value);
-        value = static_cast<std::uint8_t>(old + (top * 255.f - old) * over.alpha + 0.5f);
+        value = static_cast<std::uint8_t>(std::lround(old + (top * 255.f - old) * over.alpha));
     };
     mix(under[0], over.red), mix(under[1], over.green), mix(under[2], over.blue);
 }
@@ -120,7 +120,7 @@ void Rasteriser::FinishLayer() {
             const bool edge =
                 (x > 0 && IsEdge(sample, At(x - 1, y))) || (x + 1 < width_ && IsEdge(sample, At(x + 1, y))) ||
                 (y > 0 && IsEdge(sample, At(x, y - 1))) || (y + 1 < height_ && IsEdge(sample, At(x, y + 1)));
-            if (edge) lines.push_back(static_cast<std::size_t>(y * width_ + x));
+            if (edge) lines.push_back(IndexOf(x, y));
         }
     }
     for (const std::size_t line : lines) Blend(samples_[line].colour, kLine);
@@ -129,14 +129,12 @@ void Rasteriser::FinishLayer() {
 
 std::vector<std::uint8_t> Rasteriser::Pixels() const {
     std::vector<std::uint8_t> bytes;
-    bytes.reserve(samples_.size() / (kSamples * kSamples) * 3);
+    bytes.reserve(samples_.size() / kSamples / kSamples * 3);
     for (int y = 0; y < height_; y += kSamples) {
         for (int x = 0; x < width_; x += kSamples) {
             int sum[3] = {};
             for (int at = 0; at < kSamples * kSamples; ++at) {
-                const auto& colour =
-                    samples_[static_cast<std::size_t>((y + at / kSamples) * width_ + x + at % kSamples)]
-                        .colour;
+                const auto& colour = samples_[IndexOf(x + at % kSamples, y + at / kSamples)].colour;
                 for (std::size_t channel = 0; channel < 3; ++channel) sum[channel] += colour[channel];
             }
             for (const int value : sum)

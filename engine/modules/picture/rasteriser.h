@@ -47,7 +47,10 @@ class Rasteriser {
         std::array<std::uint8_t, 4> colour;  // red, green, blue
     };
     bool IsEdge(const Sample& sample, const Sample& neighbour) const;
-    Sample& At(int x, int y) { return samples_[static_cast<std::size_t>(y * width_ + x)]; }
+    std::size_t IndexOf(int x, int y) const {
+        return static_cast<std::size_t>(y) * static_cast<std::size_t>(width_) + static_cast<std::size_t>(x);
+    }
+    Sample& At(int x, int y) { return samples_[IndexOf(x, y)]; }
 
     int width_, height_;  // in samples
     bool layerIsEmpty_ = true;

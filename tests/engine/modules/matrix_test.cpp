@@ -72,27 +72,27 @@ void ExpectSameContents(const std::string& input, const Facts& in, const std::st
 class Matrix : public testing::Test {
   protected:
     static void SetUpTestSuite() {
-        folder_ = new ScratchFolder;
-        WriteAssembly(*folder_ / "asm.step");
-        WriteColouredPlaces(*folder_ / "places.step");
+        scratch = new ScratchFolder;
+        WriteAssembly(*scratch / "asm.step");
+        WriteColouredPlaces(*scratch / "places.step");
         for (const char* suffix : {"igs", "stl", "obj", "gltf", "glb", "fbx"}) {
-            ASSERT_EQ(RunWorker({*folder_ / "asm.step", *folder_ / (std::string("asm.") + suffix)}).code, 0);
+            ASSERT_EQ(RunWorker({*scratch / "asm.step", *scratch / (std::string("asm.") + suffix)}).code, 0);
         }
-        WriteWhole(*folder_ / "box.fbx", FbxBox());
-        WriteWhole(*folder_ / "box.ifc", IfcBox());
-        WriteWhole(*folder_ / "box.dxf", DxfBox());
+        WriteWhole(*scratch / "box.fbx", FbxBox());
+        WriteWhole(*scratch / "box.ifc", IfcBox());
+        WriteWhole(*scratch / "box.dxf", DxfBox());
     }
-    static void TearDownTestSuite() { delete folder_; }
-    static inline ScratchFolder* folder_ = nullptr;
+    static void TearDownTestSuite() { delete scratch; }
+    static inline ScratchFolder* scratch = nullptr;
 };
 
 TEST_F(Matrix, EveryPair) {
     const std::string inputs[] = {
         Sample("step/screw.step"), Sample("iges/bearing.iges"), Sample("stl/shape.stl"),
-        *folder_ / "asm.step",     *folder_ / "asm.igs",        *folder_ / "asm.stl",
-        *folder_ / "asm.obj",      *folder_ / "asm.gltf",       *folder_ / "asm.glb",
-        *folder_ / "asm.fbx",      *folder_ / "box.fbx",        *folder_ / "box.ifc",
-        *folder_ / "box.dxf",      *folder_ / "places.step"};
+        *scratch / "asm.step",     *scratch / "asm.igs",        *scratch / "asm.stl",
+        *scratch / "asm.obj",      *scratch / "asm.gltf",       *scratch / "asm.glb",
+        *scratch / "asm.fbx",      *scratch / "box.fbx",        *scratch / "box.ifc",
+        *scratch / "box.dxf",      *scratch / "places.step"};
     Facts box;
     for (std::size_t axis = 0; axis < 3; ++axis)
         box.low[axis] = kBoxLow[axis], box.high[axis] = kBoxHigh[axis];

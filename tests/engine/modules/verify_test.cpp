@@ -26,7 +26,7 @@ class Verify : public testing::Test {
   protected:
     void SetUp() override {
         const TopoDS_Shape box = BRepPrimAPI_MakeBox(10, 20, 30).Shape();
-        BRepMesh_IncrementalMesh(box, 1);
+        const BRepMesh_IncrementalMesh mesher(box, 1);
         document_.AddPart(box, "box");
         request_.to = FindFormatByName("STL");
         settings_.asciiStl = true;

@@ -93,7 +93,7 @@ void WriteColouredPlaces(const std::string& stepPath) {
 
 void WriteMeshedCylinder(const std::string& brepPath) {
     const TopoDS_Shape cylinder = BRepPrimAPI_MakeCylinder(50, 10).Shape();
-    BRepMesh_IncrementalMesh(cylinder, 20, Standard_False, 1.5);
+    const BRepMesh_IncrementalMesh mesher(cylinder, 20, Standard_False, 1.5);
     ASSERT_TRUE(BRepTools::Write(cylinder, brepPath.c_str()));
 }
 
@@ -146,16 +146,7 @@ void WriteAssembly(const std::string& stepPath, bool apart) {
     WriteStep(document, stepPath);
 }
 
-std::string FbxBox() {
-    constexpr double kCentimetre = 10;
-    std::ostringstream points, corners;
-    for (const auto& [x, y, z] : BoxCorners(kCentimetre))
-        points << (points.tellp() ? "," : "") << x << "," << z << "," << -y;
-    for (const auto& side : kBoxSides) {
-        corners << (corners.tellp() ? "," : "") << side[0] << "," << side[1] << "," << side[2] << ","
-                << ~side[3];
-    }
-    return R"(; FBX 7.4.0 project file
+constexpr const char* kFbxBeforePoints = R"(; FBX 7.4.0 project file
 FBXHeaderExtension:  {
 	FBXHeaderVersion: 1003
 	FBXVersion: 7400
@@ -175,12 +166,9 @@ GlobalSettings:  {
 Objects:  {
 	Geometry: 10, "Geometry::box", "Mesh" {
 		Vertices: *24 {
-			a: )" +
-           points.str() + R"(
-		}
-		PolygonVertexIndex: *24 {
-			a: )" +
-           corners.str() + R"(
+			a: )";
+
+constexpr const char* kFbxAfterCorners = R"(
 		}
 		GeometryVersion: 124
 		LayerElementMaterial: 0 {
@@ -217,6 +205,21 @@ Connections:  {
 	C: "OO",30,20
 }
 )";
+
+std::string FbxBox() {
+    constexpr double kCentimetre = 10;
+    std::ostringstream points, corners;
+    for (const auto& [x, y, z] : BoxCorners(kCentimetre))
+        points << (points.tellp() ? "," : "") << x << "," << z << "," << -y;
+    for (const auto& side : kBoxSides) {
+        corners << (corners.tellp() ? "," : "") << side[0] << "," << side[1] << "," << side[2] << ","
+                << ~side[3];
+    }
+    return kFbxBeforePoints + points.str() + R"(
+		}
+		PolygonVertexIndex: *24 {
+			a: )" +
+           corners.str() + kFbxAfterCorners;
 }
 
 std::string IfcBox() {
