@@ -182,7 +182,7 @@ TEST(BatchRun, SettingsAndFormatsReachTheLibrary) {
 TEST(BatchRun, TwoIntoOneFolderKeepBothResults) {
     const BatchProgram program;
     const LibraryLog log;
-    const std::wstring slow = L"one{output,sleep=6000}", quick = L"two{output}";
+    const std::wstring slow = L"one{output,sleep=15000}", quick = L"two{output}";
     program.Make({slow + L"/a.stp", slow + L"/b.stp", quick + L"/a.stp", quick + L"/b.stp"});
     DWORD id = 0;
     const UniqueHandle first = program.Start(L"-j2 -t STL -o out --log l.tsv " + slow, id);
