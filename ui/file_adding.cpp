@@ -4,6 +4,7 @@
 #include <iterator>
 #include <utility>
 
+#include "convert/command_formats.h"
 #include "formats/input_formats.h"
 #include "res/resource.h"
 #include "res/string_ids.h"
@@ -20,6 +21,7 @@ constexpr wchar_t kAnyFile[] = L"ALL (*.*)";
 
 void FileAdding::Attach() {
     mailbox_.Open(state_.window, kFoundMessage);
+    TakeHandedFiles(state_.window);
 }
 
 void FileAdding::AddFiles() {
@@ -203,6 +205,23 @@ void FileAdding::AddDroppedFileHandle(HDROP drop) {
     if (!TakesDrops() || paths.empty()) return;
     if (state_.run == RunState::Finished) view_.EmptyList();
     AddPathsOrListFile(std::move(paths), false);
+}
+
+HandOver FileAdding::AddHandedFiles(const HandedFiles& files) {
+    if (state_.adding) return HandOver::NotYet;
+    const bool anew = files.alone || state_.list.Empty() || state_.run == RunState::Finished;
+    const bool belong = anew || std::ranges::all_of(files.paths, [this](const std::wstring& path) {
+                            return IsAcceptedFile(path, state_.Settings().formatIn.Get());
+                        });
+    if (!TakesDrops() || files.paths.empty() || !belong) return HandOver::Refused;
+    if (anew) {
+        view_.EmptyList();
+        const std::wstring format = InputFormatOf(state_.context.pairs, files.paths.front());
+        if (state_.context.pairs.OutputsOf(format))
+            formats_.Choose({format, state_.Settings().formatOut.Get()});
+    }
+    AddPathsOrListFile(files.paths, false);
+    return HandOver::Taken;
 }
 
 void FileAdding::AddPathsOrListFile(std::vector<std::wstring> paths, bool recursive) {

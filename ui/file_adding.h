@@ -7,6 +7,7 @@
 #include "ui/format_choice.h"
 #include "ui/window_state.h"
 #include "win/drop_target.h"
+#include "win/handed_files.h"
 #include "win/mailbox.h"
 
 namespace morvex {
@@ -44,6 +45,8 @@ class FileAdding {
     void AddDroppedPaths(bool replace, bool recursive);
     // Files that the shell's message brings instead: dropped beside the list.
     void AddDroppedFileHandle(HDROP drop);
+    // Files from another process. With an empty list, or alone, they bring their format with them.
+    HandOver AddHandedFiles(const HandedFiles& files);
 
   private:
     // Where files come from; it decides what is said when none was added.

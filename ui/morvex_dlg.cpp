@@ -178,6 +178,12 @@ bool CmorvexDlg::OnMessage(UINT message, WPARAM wParam, LPARAM lParam, INT_PTR& 
             DragFinish(drop);
             return true;
         }
+        case WM_COPYDATA: {
+            const HandOver answer =
+                adding_.AddHandedFiles(ReadHandedFiles(*reinterpret_cast<COPYDATASTRUCT*>(lParam)));
+            SetWindowLongPtrW(Handle(), DWLP_MSGRESULT, static_cast<LONG_PTR>(answer));
+            return true;
+        }
         case WM_TIMER:
             if (wParam == kRunNewsTimer) running_.OnNews();
             if (wParam == kRunClockTimer) running_.OnClock();

@@ -8,9 +8,10 @@ namespace morvex {
 // holder keeps it for very long, the work goes on without it.
 class SystemLock {
   public:
-    explicit SystemLock(const wchar_t* name) : mutex_(CreateMutexW(nullptr, FALSE, name)) {
-        constexpr DWORD kLongestWait = 10000;  // milliseconds; what it guards takes a few
-        const DWORD waited = mutex_ ? WaitForSingleObject(mutex_.get(), kLongestWait) : WAIT_FAILED;
+    // `longestWait`: milliseconds; what it guards mostly takes a few.
+    explicit SystemLock(const wchar_t* name, DWORD longestWait = 10000)
+        : mutex_(CreateMutexW(nullptr, FALSE, name)) {
+        const DWORD waited = mutex_ ? WaitForSingleObject(mutex_.get(), longestWait) : WAIT_FAILED;
         held_ = waited == WAIT_OBJECT_0 || waited == WAIT_ABANDONED;
     }
     SystemLock(const SystemLock&) = delete;
