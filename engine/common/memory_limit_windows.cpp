@@ -12,7 +12,10 @@ void AllowMemory(std::uint64_t bytes) {
                                       JobObjectName(GetCurrentProcessId()).c_str());
     if (job == nullptr) return;
     JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
-    if (QueryInformationJobObject(job, JobObjectExtendedLimitInformation, &limits, sizeof limits, nullptr)) {
+    // Wine tells of no limits, and what was set back from that would be none, the end with the worker
+    // included.
+    if (QueryInformationJobObject(job, JobObjectExtendedLimitInformation, &limits, sizeof limits, nullptr) &&
+        (limits.BasicLimitInformation.LimitFlags & JOB_OBJECT_LIMIT_PROCESS_MEMORY) != 0) {
         limits.ProcessMemoryLimit += bytes;
         SetInformationJobObject(job, JobObjectExtendedLimitInformation, &limits, sizeof limits);
     }

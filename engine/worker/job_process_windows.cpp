@@ -52,6 +52,13 @@ double ProcessorSeconds(const StartedJob& job) {
     return std::max(Seconds(GetProcessTimes, job.process.get()), Seconds(GetThreadTimes, job.thread.get()));
 }
 
+// The most memory that the process has held so far, in bytes. Wine knows it only while the process lives.
+std::int64_t PeakMemory(const StartedJob& job) {
+    PROCESS_MEMORY_COUNTERS memory{};
+    if (!GetProcessMemoryInfo(job.process.get(), &memory, sizeof memory)) return 0;
+    return static_cast<std::int64_t>(memory.PeakWorkingSetSize);
+}
+
 // Reads the journal's pipe without ever waiting in the read itself.
 class JournalReader {
   public:
@@ -104,8 +111,9 @@ bool TakeJournal(JournalReader& journal, const StartedJob& job, JobWatch& watch,
     return true;
 }
 
-// Follows the job until it has said its last word, or a reason has come up to end it.
-Cause Follow(const StartedJob& job, JobWatch& watch, JournalRecord& record) {
+// Follows the job until it has said its last word, or a reason has come up to end it. `peak`: of its memory,
+// as it was at its last word.
+Cause Follow(const StartedJob& job, JobWatch& watch, JournalRecord& record, std::int64_t& peak) {
     JournalReader journal(job.journal.get());
     const std::array<HANDLE, 3> events = {journal.Readable(), watch.endSignals.Get().requested,
                                           watch.caller ? WatchCaller() : nullptr};
@@ -123,6 +131,7 @@ Cause Follow(const StartedJob& job, JobWatch& watch, JournalRecord& record) {
         switch (WaitForMultipleObjects(watch.caller ? 3 : 2, events.data(), FALSE, wait)) {
             case WAIT_OBJECT_0:
                 if (!TakeJournal(journal, job, watch, record)) return Cause::ByItself;
+                peak = std::max(peak, PeakMemory(job));
                 break;
             case WAIT_OBJECT_0 + 1:
                 return Cause::EndRequested;
@@ -142,12 +151,9 @@ bool IsCrash(DWORD code) {
     return code == kAbort || code >= kErrorSeverity;
 }
 
-JobEnd WaitFor(const StartedJob& job, Cause cause) {
+JobEnd WaitFor(const StartedJob& job, Cause cause, std::int64_t peak) {
     WaitForSingleObject(job.process.get(), INFINITE);
-    JobEnd end{cause, {}, 0};
-    PROCESS_MEMORY_COUNTERS memory{};
-    if (GetProcessMemoryInfo(job.process.get(), &memory, sizeof memory))
-        end.peakMemory = static_cast<std::int64_t>(memory.PeakWorkingSetSize);
+    JobEnd end{cause, {}, std::max(peak, PeakMemory(job))};
     DWORD code = 0;
     if (cause == Cause::ByItself && GetExitCodeProcess(job.process.get(), &code) && code != EXIT_SUCCESS) {
         char text[32];
@@ -167,9 +173,10 @@ JobEnd RunJobProcess(const JobOrder& order, JobWatch watch, JournalRecord& recor
         return {Cause::NotStarted, std::system_category().message(static_cast<int>(job.error))};
     }
     record.Enter(Phase::Read);
-    const Cause cause = Follow(job, watch, record);
+    std::int64_t peak = 0;
+    const Cause cause = Follow(job, watch, record, peak);
     if (cause != Cause::ByItself) TerminateJobObject(job.jobObject.get(), EXIT_FAILURE);
-    return WaitFor(job, cause);
+    return WaitFor(job, cause, peak);
 }
 
 }  // namespace morvex

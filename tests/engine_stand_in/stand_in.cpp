@@ -2,12 +2,14 @@
 #include <windows.h>
 
 #include <fstream>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "engine/common/formats.h"
 #include "engine/common/job.h"
+#include "engine/common/memory_limit.h"
 #include "engine/common/paths.h"
 #include "engine/worker/modules.h"
 
@@ -43,6 +45,7 @@ Outcome Act(const std::string& command, const Job& job) {
     if (command == "killed") TerminateProcess(GetCurrentProcess(), 1);
     if (command == "throw") throw std::runtime_error("thrown");
     if (command == "eat") EatMemory();
+    if (command == "no memory") throw std::bad_alloc();
     if (command == "sleep") Sleep(INFINITE);
     for (volatile bool spin = command == "spin"; spin;) {
     }
@@ -62,6 +65,7 @@ Outcome RunJob(const Job& job) {
     std::getline(input, command);
     puts("a library's chatter");
     for (const int percent : {10, 10, 55}) job.journal.Progress(percent);
+    AllowMemory(1 << 20);  // as for a side file; what else the job object limits stays
     TellProcess(job.request);
     return Act(command.substr(std::min<std::size_t>(2, command.size())), job);
 }

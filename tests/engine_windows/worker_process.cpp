@@ -7,7 +7,7 @@
 namespace morvex::test {
 namespace {
 
-constexpr DWORD kLongestWait = 300'000;
+constexpr DWORD kLongestWait = 300'000, kLongestEnd = 60'000;  // milliseconds
 
 fs::path OwnFolder() {
     wchar_t path[MAX_PATH];
@@ -131,7 +131,9 @@ HANDLE JobProcessOf(const fs::path& input) {
 }
 
 bool EndsSoon(HANDLE process) {
-    return process != nullptr && WaitForSingleObject(process, kLongestWait) == WAIT_OBJECT_0;
+    const bool ended = process != nullptr && WaitForSingleObject(process, kLongestEnd) == WAIT_OBJECT_0;
+    if (process != nullptr && !ended) TerminateProcess(process, 1);
+    return ended;
 }
 
 }  // namespace morvex::test

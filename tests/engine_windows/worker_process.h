@@ -58,6 +58,7 @@ WorkerRun RunWorker(const std::vector<std::wstring>& arguments);
 
 // The job process that converts `input`, waited for until it has come up; null when it does not.
 HANDLE JobProcessOf(const fs::path& input);
+// Whether the process ends by itself; one that does not is ended.
 bool EndsSoon(HANDLE process);
 
 }  // namespace morvex::test

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "engine/common/formats.h"
+#include "engine/common/job_object_windows.h"
 #include "engine/common/paths.h"
 #include "engine/common/protocol.h"
 #include "engine/worker/full_path.h"
@@ -61,6 +62,7 @@ TEST(Worker, WhateverBecomesOfTheJobIsAResult) {
                  {"throw", {}, 1, "thrown"},
                  {"exit", {}, 1, "without a result"},
                  {"killed", {}, 1, "killed"},
+                 {"no memory", {}, 1, "memory limit"},
                  {"sleep", {L"--seconds", L"0.5"}, 1, "time limit"},
                  {"spin", {L"--patience", L"0.5"}, 5, "no progress"}};
     for (const auto& bad : cases) {
@@ -77,6 +79,36 @@ TEST(Worker, WhateverBecomesOfTheJobIsAResult) {
         for (const wchar_t* name : {L"out.obj-zel.xml", L"in.obj.process"}) fs::remove(folder / name);
         EXPECT_EQ(folder.Names(), (Names{L"in.obj", L"out.obj"}));
     }
+}
+
+TEST(Worker, MemoryIsTold) {
+    const ScratchFolder folder;
+    RunWorker({L"--seconds", L"1", folder.Input("sleep").native(), (folder / L"out.obj").native()});
+    const std::string report = ReadWhole(folder / L"out.obj-zel.xml"), before = "<memory peak=\"";
+    const std::size_t at = report.find(before);
+    ASSERT_NE(at, std::string::npos) << report;
+    EXPECT_GT(std::stoll(report.substr(at + before.size())), 1 << 20);
+}
+
+// The job process is in a job object that ends with its last handle and holds it to the memory it was given.
+TEST(Worker, TheJobObjectHasItsLimits) {
+    if (IsWine()) GTEST_SKIP() << "Wine does not tell the limits of a job object";
+    const ScratchFolder folder;
+    const fs::path input = folder.Input("sleep");
+    const Worker worker({L"--memory", L"200", input.native(), (folder / L"out.obj").native()});
+    const HANDLE process = JobProcessOf(input);
+    const HANDLE job = OpenJobObjectW(JOB_OBJECT_QUERY, FALSE, JobObjectName(GetProcessId(process)).c_str());
+    JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
+    EXPECT_TRUE(
+        QueryInformationJobObject(job, JobObjectExtendedLimitInformation, &limits, sizeof limits, nullptr));
+    const DWORD flags = limits.BasicLimitInformation.LimitFlags;
+    for (const DWORD flag : {JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE, JOB_OBJECT_LIMIT_JOB_MEMORY,
+                             JOB_OBJECT_LIMIT_PROCESS_MEMORY, JOB_OBJECT_LIMIT_DIE_ON_UNHANDLED_EXCEPTION})
+        EXPECT_TRUE(flags & flag) << flags;
+    EXPECT_EQ(limits.JobMemoryLimit, 200u << 20);
+    EXPECT_LE(limits.ProcessMemoryLimit, limits.JobMemoryLimit);
+    CloseHandle(job);
+    CloseHandle(process);
 }
 
 TEST(Worker, MemoryIsLimited) {
