@@ -109,7 +109,11 @@ class Child {
                                       DETACHED_PROCESS | CREATE_UNICODE_ENVIRONMENT | flags,
                                   environment.data(), nullptr, &startup.StartupInfo, &created) != FALSE;
         };
-        if (!attributes.Usable() || !start(EXTENDED_STARTUPINFO_PRESENT)) {
+        const auto startInJob = [&] { return start(EXTENDED_STARTUPINFO_PRESENT); };
+        // Wine now and then finds no place for a new process; the next try does.
+        const bool inJob =
+            attributes.Usable() && (startInJob() || (GetLastError() == ERROR_INTERNAL_ERROR && startInJob()));
+        if (!inJob) {
             startup.StartupInfo.cb = sizeof startup.StartupInfo;
             // Where the system denies the job, a child outside of it is better than none.
             if (!start(0)) return false;
