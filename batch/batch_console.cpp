@@ -38,6 +38,9 @@ std::wstring PlainLine(const JobRecord& record, FileState state) {
     std::wstring line = std::wstring(FileStateText(state)) + L": " + record.input;
     if (!record.output.empty() && state != FileState::Failed) line += L" -> " + record.output;
     if (!record.reason.empty()) line += L" (" + record.reason + L")";
+    // Under Wine a name may hold a line end.
+    std::ranges::replace_if(
+        line, [](wchar_t unit) { return unit < L' '; }, L'?');
     return line;
 }
 

@@ -53,7 +53,9 @@ std::string BeginningOf(const std::wstring& path) {
                                                   nullptr, OPEN_EXISTING, 0, nullptr));
     std::string bytes(kRecognisedBytes, '\0');
     DWORD read = 0;
-    if (!file || !ReadFile(file.get(), bytes.data(), kRecognisedBytes, &read, nullptr)) read = 0;
+    // A device ("aux" is one in every folder) is not read.
+    const bool readable = file && GetFileType(file.get()) == FILE_TYPE_DISK;
+    if (!readable || !ReadFile(file.get(), bytes.data(), kRecognisedBytes, &read, nullptr)) read = 0;
     bytes.resize(read);
     return bytes;
 }

@@ -5,6 +5,7 @@
 #include <functional>
 #include <span>
 
+#include "batch/typed_path.h"
 #include "win/paths.h"
 
 namespace morvex {
@@ -36,26 +37,28 @@ std::wstring Text(BatchOptions& options, const std::wstring& value) {
 template <std::wstring BatchOptions::*member>
 std::wstring Path(BatchOptions& options, const std::wstring& value) {
     if (value.empty()) return L"its value is empty";
-    options.*member = FullPath(value);
+    options.*member = TypedPath(value);
     return {};
 }
 
-// A whole number from `least` to a million.
-std::wstring ReadNumber(const std::wstring& text, unsigned least, unsigned& number) {
+constexpr unsigned kMostNumber = 999999;
+constexpr unsigned kMostChildren = 1000;  // each has a thread
+
+std::wstring ReadNumber(const std::wstring& text, unsigned least, unsigned& number,
+                        unsigned most = kMostNumber) {
     constexpr size_t kLongest = 6;
     const bool digits = !text.empty() && text.size() <= kLongest &&
                         std::ranges::all_of(text, [](wchar_t c) { return c >= L'0' && c <= L'9'; });
     number = digits ? static_cast<unsigned>(std::stoul(text)) : 0;
-    return digits && number >= least
+    return digits && number >= least && number <= most
                ? std::wstring()
-               : L"\"" + text + L"\" is no whole number from " + std::to_wstring(least) + L" to 999999";
+               : L"\"" + text + L"\" is no whole number from " + std::to_wstring(least) + L" to " +
+                     std::to_wstring(most);
 }
 
 std::wstring TakeOut(BatchOptions& options, const std::wstring& value) {
     if (value.empty()) return L"its value is empty";
-    options.out = FullPath(value);
-    while (options.out->size() > 1 && options.out->ends_with(L'\\') && !options.out->ends_with(L":\\"))
-        options.out->pop_back();
+    options.out = TypedPath(value);
     return {};
 }
 
@@ -98,6 +101,15 @@ std::wstring TakeRetryFailed(BatchOptions& options, const std::wstring& value) {
     return Path<&BatchOptions::resume>(options, value);
 }
 
+// It replaces the file: an input named here by mistake would be lost.
+std::wstring TakeReport(BatchOptions& options, const std::wstring& value) {
+    const std::wstring path = TypedPath(value);
+    if (!SameText(ExtensionOf(path), L"html") && !SameText(ExtensionOf(path), L"htm"))
+        return L"\"" + value + L"\" does not end in .html";
+    options.report = path;
+    return {};
+}
+
 std::wstring TakeFilesFrom(BatchOptions& options, const std::wstring& value) {
     if (value.empty()) return L"its value is empty";
     options.filesFrom = value;
@@ -126,7 +138,9 @@ constexpr Option kOptions[] = {
     {L"skip-existing", 0, false, Switch<&BatchOptions::skipExisting>},
     {L"overwrite", 0, true, TakeOverwrite},
     {L"jobs", L'j', true,
-     [](BatchOptions& options, const std::wstring& value) { return ReadNumber(value, 1, options.children); }},
+     [](BatchOptions& options, const std::wstring& value) {
+         return ReadNumber(value, 1, options.children, kMostChildren);
+     }},
     {L"config", 0, true, Path<&BatchOptions::config>},
     {L"set", 0, true, TakeSet},
     {L"seconds-per-file", 0, true, TakeSeconds},
@@ -141,7 +155,7 @@ constexpr Option kOptions[] = {
     {L"log", 0, true, Path<&BatchOptions::log>},
     {L"resume", 0, true, Path<&BatchOptions::resume>},
     {L"retry-failed", 0, true, TakeRetryFailed},
-    {L"report", 0, true, Path<&BatchOptions::report>},
+    {L"report", 0, true, TakeReport},
     {L"help", L'h', false, TakeHelp},
     {L"version", 0, false, TakeVersion},
 };
@@ -173,6 +187,8 @@ class Parser {
             ParseLetters(argument.substr(1));
         } else if (options.question == BatchOptions::Question::Help && argument == L"all") {
             options.question = BatchOptions::Question::HelpAll;
+        } else if (argument.empty()) {
+            error_ = L"A path is empty";
         } else {
             options.paths.push_back(argument);
         }

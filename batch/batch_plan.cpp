@@ -34,9 +34,18 @@ bool MakeFolders(const std::wstring& folder) {
 void LookAtInput(BatchTask& task) {
     const std::optional<FileFacts> facts = FactsOf(task.input);
     task.inputExists = facts.has_value();
-    if (!facts) return;
+    if (!facts) {
+        task.inputError = GetLastError();
+        return;
+    }
     task.inputBytes = facts->bytes;
     task.inputTime = facts->changed;
+}
+
+std::wstring ReasonOfNoInput(const BatchTask& task) {
+    const bool missing = task.inputError == ERROR_FILE_NOT_FOUND || task.inputError == ERROR_PATH_NOT_FOUND;
+    return missing ? L"There is no such file"
+                   : L"The file cannot be opened (system error " + std::to_wstring(task.inputError) + L")";
 }
 
 bool ReportedAsFailed(const std::wstring& output) {
@@ -78,25 +87,17 @@ bool BatchPlan::WaitUntilComplete(const std::function<bool()>& stop) {
 
 bool BatchPlan::Prepare(const SourceList::Entry& source, bool mine, const std::function<bool()>& stop,
                         BatchTask& task) {
+    task.key = names_.KeyOf(source.file.folder, source.file.name);
     task.input = JoinPath(source.file.folder, source.file.name);
     task.request = requests_.For(source.format, source.tree);
     const OutputName name = NameOutput(source.file, task.request);
-    const OutputNames::Key key = names_.KeyOf(source.file.folder, source.file.name);
-    std::optional<JobRecord> record;
-    if (history_) record = history_->Find(key);
-    // A log of other conversions says nothing.
-    if (record && !record->output.empty() && !record->output.ends_with(name.extension)) record.reset();
-
+    const std::optional<JobRecord> record = RecordOf(task.key, name);
     if (mine) LookAtInput(task);
     // Before its names are given away: other batches know the folder by its identity.
     if (task.inputExists && !options_.dryRun) MakeFolders(name.folder);
-    // What was done before keeps its name.
-    int number = 1;
-    if (const auto given = given_.find(key); given != given_.end())
-        task.output = given->second;
-    else if (!options_.resume.empty() && record)
-        task.output = WithLongPrefix(record->output);
+    task.output = EarlierOutput(task.key, record);
     const bool named = !task.output.empty();
+    int number = 1;
     if (!named) {
         const bool growing = options_.watch.empty() && !list_.IsComplete();
         if (growing &&
@@ -107,22 +108,44 @@ bool BatchPlan::Prepare(const SourceList::Entry& source, bool mine, const std::f
         task.output = name.Path(number);
     }
     if (!mine) return false;
-    if (const auto objection = Objection(task, record)) {
-        refused_(task, *objection);
-        return false;
+    const auto objection = Objection(task, record);
+    if (!objection && !options_.dryRun && !named) {
+        number = AvoidLinks(name, number);
+        while (!names_.Claim(name, number)) number = names_.TakeNext(name);
+        task.output = name.Path(number);
     }
-    if (options_.dryRun || named) return true;
-    number = AvoidLinks(name, number);
-    while (!names_.Claim(name, number)) number = names_.TakeNext(name);
-    task.output = name.Path(number);
-    if (!options_.watch.empty()) given_[key] = task.output;
-    return true;
+    if (!options_.watch.empty()) given_[task.key] = task.output;
+    if (objection) refused_(task, *objection);
+    return !objection;
+}
+
+std::optional<JobRecord> BatchPlan::RecordOf(OutputNames::Key input, const OutputName& name) {
+    if (!history_ || given_.contains(input)) return std::nullopt;
+    std::optional<JobRecord> record = history_->Find(input);
+    const bool ofOthers = record && !record->output.empty() &&
+                          (!record->output.ends_with(name.extension) ||
+                           (options_.out && !IsBelow(record->output, *options_.out)));
+    return ofOthers ? std::nullopt : record;
+}
+
+bool BatchPlan::IsBelow(const std::wstring& path, const std::wstring& folder) {
+    const OutputNames::Key wanted = names_.KeyOf(folder, {});
+    std::wstring_view above = FolderOf(path);
+    while (!above.empty() && names_.KeyOf(std::wstring(above), {}) != wanted) above = FolderOf(above);
+    return !above.empty();
+}
+
+std::wstring BatchPlan::EarlierOutput(OutputNames::Key input, const std::optional<JobRecord>& record) const {
+    if (const auto given = given_.find(input); given != given_.end()) return given->second;
+    return record && !options_.resume.empty() ? WithLongPrefix(record->output) : std::wstring();
 }
 
 std::optional<RefusedTask> BatchPlan::Objection(const BatchTask& task,
                                                 const std::optional<JobRecord>& record) const {
-    if (!task.inputExists) return RefusedTask{Refusal::Failed, kResultNoFile, L"There is no such file", {}};
-    if (!options_.resume.empty() && record && LogTime(task.inputTime) <= record->start) {
+    if (!task.inputExists) return RefusedTask{Refusal::Failed, kResultNoFile, ReasonOfNoInput(task), {}};
+    const bool known =
+        record && LogTime(task.inputTime) <= record->start && task.inputBytes == record->inputBytes;
+    if (!options_.resume.empty() && known) {
         if (record->result != kResultOk && !options_.retryFailed)
             return RefusedTask{Refusal::FailedBefore, record->result, record->reason, record};
         // A result that a power cut took is made again.

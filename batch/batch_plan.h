@@ -21,8 +21,10 @@ namespace morvex {
 
 // A file of the batch with all that its conversion needs.
 struct BatchTask {
+    OutputNames::Key key = 0;  // the input's
     std::wstring input, output;
     bool inputExists = false;
+    DWORD inputError = 0;  // of the system, when it was looked at
     std::uint64_t inputBytes = 0;
     FILETIME inputTime{};
     ConversionRequest request;
@@ -71,6 +73,12 @@ class BatchPlan {
     // Makes the task of a file; false when it is not to be converted, or not by this part.
     bool Prepare(const SourceList::Entry& source, bool mine, const std::function<bool()>& stop,
                  BatchTask& task);
+    // What the log says of an input, unless it tells of other conversions: to another format, or to another
+    // folder than that of --out.
+    std::optional<JobRecord> RecordOf(OutputNames::Key input, const OutputName& name);
+    bool IsBelow(const std::wstring& path, const std::wstring& folder);
+    // What was done before keeps its name; empty when it was not.
+    std::wstring EarlierOutput(OutputNames::Key input, const std::optional<JobRecord>& record) const;
     std::optional<RefusedTask> Objection(const BatchTask& task, const std::optional<JobRecord>& record) const;
     std::optional<RefusedTask> ObjectionToOverwrite(const BatchTask& task,
                                                     const std::optional<JobRecord>& record) const;
@@ -90,8 +98,8 @@ class BatchPlan {
     std::atomic<size_t> shareSize_ = 0;
     size_t identified_ = 0;  // inputs whose identity is known
     std::set<FileId> identities_;
-    std::unordered_map<OutputNames::Key, std::wstring>
-        given_;  // of a hot folder's files, which may come again
+    // Outputs of a hot folder's files, which may come again: they are others then than the log has known.
+    std::unordered_map<OutputNames::Key, std::wstring> given_;
 };
 
 }  // namespace morvex

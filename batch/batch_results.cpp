@@ -111,10 +111,18 @@ BatchCounts BatchResults::Counts() const {
     return counts_;
 }
 
+void BatchResults::ShowProgress(const BatchCounts& counts) {
+    console_.ShowProgress(counts);
+    const std::lock_guard lock(mutex_);
+    log_.FlushWhenDue();
+}
+
 void BatchResults::Close(const BatchCounts& counts, size_t leftAside, const std::wstring& stopped) {
     if (report_ && !report_->Finish(BatchSummary(counts)))
         BatchConsole::Complain(L"The report cannot be written: " + options_.report);
     console_.TellEnd(counts, leftAside, stopped);
+    const std::lock_guard lock(mutex_);
+    log_.Flush();
 }
 
 }  // namespace morvex

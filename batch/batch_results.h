@@ -29,7 +29,8 @@ class BatchResults {
     // The log cannot be written any more: nothing more is to be begun, since nobody would learn of it.
     bool Broken() const;
     BatchCounts Counts() const;
-    void ShowProgress(const BatchCounts& counts) { console_.ShowProgress(counts); }
+    // To be called every moment.
+    void ShowProgress(const BatchCounts& counts);
     void Close(const BatchCounts& counts, size_t leftAside, const std::wstring& stopped);
 
   private:

@@ -45,12 +45,14 @@ class Batch {
           results_(options),
           finder_(options, formats, names_, list_,
                   [this](const std::wstring& path, const std::wstring& reason) {
-                      results_.CannotList(path, reason);
+                      // Every shard finds it; one tells it.
+                      if (options_.shard == 1) results_.CannotList(path, reason);
                   }),
           hotFolder_(options, formats, names_, list_),
           plan_(options, list_, requests_, names_, &history_,
                 [this](const BatchTask& task, const RefusedTask& refused) {
                     results_.Refused(task, refused);
+                    hotFolder_.Ended(task.key);
                 }) {}
 
     int Run() {
@@ -80,6 +82,8 @@ class Batch {
         if (std::wstring wrong = requests_.Obstacle(); !wrong.empty()) return wrong;
         if (!options_.watch.empty() && !FolderExists(options_.watch))
             return L"There is no folder " + options_.watch;
+        if (options_.retryFailed && !PathExists(options_.resume))
+            return L"There is no log " + options_.resume;
         if (!options_.resume.empty()) {
             if (std::wstring wrong = history_.Read(options_.resume, JobHistory::Outputs::Keep);
                 !wrong.empty())
@@ -113,7 +117,8 @@ class Batch {
                 if (options_.dryRun)
                     results_.Planned(*task);
                 else
-                    Convert(std::move(*task));
+                    Convert(*task);
+                hotFolder_.Ended(task->key);
             }
         } catch (const std::exception& failure) {
             Abandon(FromUtf8(failure.what()));
@@ -123,14 +128,14 @@ class Batch {
         idle_.notify_all();
     }
 
-    void Convert(BatchTask task) {
+    void Convert(const BatchTask& task) {
         JobRecord record;
         record.start = LogTimeNow();
         record.inputBytes = task.inputBytes;
         record.input = task.input;
         record.output = WithoutLongPrefix(task.output);
         const Clock::time_point start = Clock::now();
-        const ConversionJob job{std::move(task.request),
+        const ConversionJob job{task.request,
                                 {{std::wstring(FolderOf(task.input)), std::wstring(FileNameOf(task.input))}},
                                 task.output};
         FileObserver observer;

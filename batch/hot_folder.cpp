@@ -19,7 +19,7 @@ using UniqueNotification = UniqueResource<HANDLE, ::FindCloseChangeNotification>
 bool IsOpenForWriting(const std::wstring& path) {
     const UniqueHandle file = OwnFile(CreateFileW(WithLongPrefix(path).c_str(), GENERIC_READ, FILE_SHARE_READ,
                                                   nullptr, OPEN_EXISTING, 0, nullptr));
-    return !file;
+    return !file && GetLastError() == ERROR_SHARING_VIOLATION;
 }
 
 }  // namespace
@@ -69,20 +69,32 @@ bool HotFolder::LookAt(const std::wstring& folder, const std::wstring& name) {
     const std::wstring path = JoinPath(folder, name);
     const auto format = ofBatch ? std::nullopt : formats_.OfFolderFile(path);
     if (!format) return true;
-    Sight& sight = sights_[key];
     const FileStamp stamp = StampOf(path);
+    if (!stamp) return true;  // it has gone
+    Sight& sight = sights_[key];
     const ULONGLONG now = GetTickCount64();
     if (stamp != sight.stamp) {
         sight = {stamp, now, false};
         return false;
     }
     if (sight.listed) return true;
-    if (now - sight.since < kSettleMilliseconds || IsOpenForWriting(path)) return false;
+    if (now - sight.since < kSettleMilliseconds || IsOpenForWriting(path) || !Begin(key)) return false;
     sight.listed = true;
     names_.Keep(key);
     const size_t root = options_.watch.size() + !options_.watch.ends_with(L'\\');
     list_.Append({{folder, name}, folder.size() > root ? folder.substr(root) : std::wstring(), *format});
     return true;
+}
+
+// No file is converted twice at once: one that comes again meanwhile waits.
+bool HotFolder::Begin(OutputNames::Key file) {
+    const std::lock_guard lock(mutex_);
+    return underWay_.insert(file).second;
+}
+
+void HotFolder::Ended(OutputNames::Key file) {
+    const std::lock_guard lock(mutex_);
+    underWay_.erase(file);
 }
 
 }  // namespace morvex

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <functional>
+#include <mutex>
 #include <stop_token>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "batch/source_finder.h"
 #include "win/file_identity.h"
@@ -21,6 +23,9 @@ class HotFolder {
     // Lists files until `stop` is requested. Returns what is wrong; empty when nothing is.
     std::wstring Watch(const std::stop_token& stop);
 
+    // A file that was listed is done with: it may be listed again. Any thread.
+    void Ended(OutputNames::Key file);
+
   private:
     struct Sight {
         FileStamp stamp;
@@ -30,12 +35,16 @@ class HotFolder {
 
     bool LookAround(const std::stop_token& stop);
     bool LookAt(const std::wstring& folder, const std::wstring& name);
+    bool Begin(OutputNames::Key file);
 
     const BatchOptions& options_;
     BatchFormats& formats_;
     OutputNames& names_;
     SourceList& list_;
     std::unordered_map<OutputNames::Key, Sight> sights_;
+
+    std::mutex mutex_;  // guards what follows
+    std::unordered_set<OutputNames::Key> underWay_;
 };
 
 }  // namespace morvex

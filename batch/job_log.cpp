@@ -15,6 +15,7 @@ namespace {
 
 constexpr size_t kFields = 8;
 constexpr ULONGLONG kFlushMilliseconds = 1000;
+constexpr std::uint64_t kBeginning = 1 << 16;  // bytes in which a log shows itself
 constexpr std::pair<wchar_t, std::wstring_view> kEscapes[] = {
     {L'%', L"%25"}, {L'\t', L"%09"}, {L'\n', L"%0A"}, {L'\r', L"%0D"}};
 
@@ -50,11 +51,18 @@ std::vector<std::wstring_view> SplitAtTabs(std::wstring_view line) {
     return fields;
 }
 
+constexpr std::wstring_view kTimeShape = L"0000-00-00T00:00:00.000Z";
+
+// Whether the text is a time, or as much of one as it is long.
+bool BeginsTime(std::wstring_view text) {
+    return text.size() <= kTimeShape.size() &&
+           std::ranges::equal(text, kTimeShape.substr(0, text.size()), [](wchar_t unit, wchar_t shape) {
+               return shape == L'0' ? unit >= L'0' && unit <= L'9' : unit == shape;
+           });
+}
+
 bool IsTime(std::wstring_view text) {
-    constexpr std::wstring_view kShape = L"0000-00-00T00:00:00.000Z";
-    return std::ranges::equal(text, kShape, [](wchar_t unit, wchar_t shape) {
-        return shape == L'0' ? unit >= L'0' && unit <= L'9' : unit == shape;
-    });
+    return text.size() == kTimeShape.size() && BeginsTime(text);
 }
 
 UniqueHandle OpenForReading(const std::wstring& path) {
@@ -105,10 +113,25 @@ std::optional<JobRecord> ParseJobRecord(std::wstring_view line) {
 std::wstring JobLog::Open(const std::wstring& path) {
     file_ = OwnFile(CreateFileW(WithLongPrefix(path).c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ,
                                 nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (file_ && !IsLog()) {
+        file_.reset();
+        return L"It is no log, so nothing is appended to it: " + path;
+    }
     if (file_) return CutIncompleteLine() ? L"" : L"The log cannot be read: " + path;
     return (GetLastError() == ERROR_SHARING_VIOLATION ? L"The log belongs to another batch that is running: "
                                                       : L"The log cannot be written: ") +
            path;
+}
+
+// Told by its first lines, since some of them may be damaged. Of an only line not even the time may be whole.
+bool JobLog::IsLog() {
+    LineReader reader(file_.get());
+    bool empty = true;
+    for (std::wstring line; reader.Next(line) && reader.Offset() < kBeginning; empty = false) {
+        if (IsTime(std::wstring_view(line).substr(0, kTimeShape.size()))) return true;
+        if (empty && !reader.Whole()) return BeginsTime(line);
+    }
+    return empty;
 }
 
 bool JobLog::CutIncompleteLine() {
@@ -128,7 +151,8 @@ bool JobLog::CutIncompleteLine() {
             break;
         }
     }
-    return MoveTo(file_.get(), end) && SetEndOfFile(file_.get());
+    return MoveTo(file_.get(), end) &&
+           (end == static_cast<std::uint64_t>(size.QuadPart) || SetEndOfFile(file_.get()));
 }
 
 bool JobLog::Append(const JobRecord& record) {
@@ -142,11 +166,16 @@ bool JobLog::Append(const JobRecord& record) {
         if (MoveTo(file_.get(), static_cast<std::uint64_t>(before.QuadPart))) SetEndOfFile(file_.get());
         return false;
     }
-    if (const ULONGLONG now = GetTickCount64(); now - flushed_ >= kFlushMilliseconds) {
-        FlushFileBuffers(file_.get());
-        flushed_ = now;
-    }
+    if (std::exchange(flushed_, false)) flushAt_ = GetTickCount64() + kFlushMilliseconds;
     return true;
+}
+
+void JobLog::Flush() {
+    if (!std::exchange(flushed_, true)) FlushFileBuffers(file_.get());
+}
+
+void JobLog::FlushWhenDue() {
+    if (GetTickCount64() >= flushAt_) Flush();
 }
 
 OutputNames::Key JobHistory::KeyOf(const std::wstring& path) {
@@ -173,6 +202,7 @@ std::optional<JobRecord> JobHistory::Find(OutputNames::Key input) {
 }
 
 std::optional<JobRecord> JobHistory::RecordAt(std::uint64_t offset) {
+    const std::lock_guard lock(mutex_);
     std::wstring line;
     if (!MoveTo(file_.get(), offset) || !LineReader(file_.get()).Next(line)) return std::nullopt;
     return ParseJobRecord(line);

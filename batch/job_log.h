@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -31,21 +32,27 @@ std::wstring LogTime(const FILETIME& time);
 std::string FormatJobRecord(const JobRecord& record);             // with its line end
 std::optional<JobRecord> ParseJobRecord(std::wstring_view line);  // nothing for a line that is cut or damaged
 
-// Appends to a log. One batch a log: a second one that wants the same is refused.
+// Appends to a log. One batch a log: a second one that wants the same is refused. One thread at a time.
 class JobLog {
   public:
-    // An incomplete line at the log's end is cut off. Returns what is wrong; empty when nothing is.
+    // An incomplete line at the log's end is cut off. A file that is no log is refused, and left as it is.
+    // Returns what is wrong; empty when nothing is.
     std::wstring Open(const std::wstring& path);
 
-    // Appends one line as a whole: false, and the log as it was, when it cannot be written. Any thread, one
-    // at a time. Lines reach the disk within a second or so.
+    // Appends one line as a whole: false, and the log as it was, when it cannot be written.
     bool Append(const JobRecord& record);
 
+    // Brings what was appended to the disk; FlushWhenDue, to be called every moment, a second after it was.
+    void Flush();
+    void FlushWhenDue();
+
   private:
+    bool IsLog();
     bool CutIncompleteLine();
 
     UniqueHandle file_;
-    ULONGLONG flushed_ = 0;
+    bool flushed_ = true;
+    ULONGLONG flushAt_ = 0;  // milliseconds
 };
 
 // What a log says of each input, its last line counting. Holds a few bytes a line and reads the rest again
@@ -60,7 +67,7 @@ class JobHistory {
     // Returns what is wrong; empty when nothing is. A log that does not exist is an empty one.
     std::wstring Read(const std::wstring& path, Outputs outputs);
 
-    // The last record of the input with that key. One thread at a time.
+    // The last record of the input with that key. Any thread, as the next.
     std::optional<JobRecord> Find(OutputNames::Key input);
     // The inputs that failed last, in the log's order.
     void ForEachFailed(const std::function<void(const JobRecord&)>& take);
@@ -70,6 +77,7 @@ class JobHistory {
     OutputNames::Key KeyOf(const std::wstring& path);
 
     OutputNames& names_;
+    std::mutex mutex_;  // guards the place in the file
     UniqueHandle file_;
     std::unordered_map<OutputNames::Key, std::uint64_t> lastLines_;  // offsets
 };

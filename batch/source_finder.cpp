@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "batch/typed_path.h"
 #include "list/folder_scan.h"
 #include "win/paths.h"
 #include "win/unique_handle.h"
@@ -18,34 +19,32 @@ UniqueHandle OpenText(const std::wstring& path) {
                                FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
 }
 
-// Reads the header of a window's list file; false when the text is none.
-bool ReadListHeader(LineReader& reader, ListFormats& formats) {
+// Reads the header of a window's list file; false when the file is none.
+bool ReadListHeader(HANDLE file, LineReader& reader, ListFormats& formats) {
     std::wstring line;
-    return reader.Next(line) && line == kListHeader && reader.Next(formats.input) &&
-           reader.Next(formats.output);
-}
-
-// The full path of one that somebody has written; "." before it says nothing.
-std::wstring FullPathOf(std::wstring path) {
-    while (path.starts_with(L".\\") || path.starts_with(L"./")) path.erase(0, 2);
-    return FullPath(path == L"." ? std::wstring() : path);
+    // "con.stp" may be the console: whoever reads from it waits.
+    return GetFileType(file) == FILE_TYPE_DISK && reader.Next(line) && line == kListHeader &&
+           reader.Next(formats.input) && reader.Next(formats.output);
 }
 
 }  // namespace
 
 ListFormats FormatsOfListFile(const std::wstring& path) {
     ListFormats formats;
-    const UniqueHandle file = OpenText(FullPath(path));
+    const UniqueHandle file = OpenText(TypedPath(path));
     if (!file) return {};
     LineReader reader(file.get());
-    return ReadListHeader(reader, formats) ? formats : ListFormats();
+    return ReadListHeader(file.get(), reader, formats) ? formats : ListFormats();
 }
 
 void SourceFinder::FindAll(const std::stop_token& stop) {
-    for (const std::wstring& path : options_.paths) AddNamed(FullPathOf(path), stop);
+    for (const std::wstring& path : options_.paths) {
+        if (stop.stop_requested()) return;
+        AddNamed(TypedPath(path), stop);
+    }
     if (!options_.filesFrom) return;
     const bool standardInput = *options_.filesFrom == L"-";
-    const std::wstring path = standardInput ? *options_.filesFrom : FullPath(*options_.filesFrom);
+    const std::wstring path = standardInput ? *options_.filesFrom : TypedPath(*options_.filesFrom);
     const UniqueHandle file = standardInput ? nullptr : OpenText(path);
     if (!standardInput && !file) return failed_(path, L"The list of files cannot be read");
     LineReader reader(standardInput ? GetStdHandle(STD_INPUT_HANDLE) : file.get(),
@@ -54,10 +53,12 @@ void SourceFinder::FindAll(const std::stop_token& stop) {
 }
 
 void SourceFinder::AddNamed(const std::wstring& path, const std::stop_token& stop) {
-    if (stop.stop_requested()) return;
+    const bool wildcard = FileNameOf(path).find_first_of(L"*?") != std::wstring::npos && !PathExists(path);
+    wildcard ? AddWildcard(path, stop) : AddOne(path, stop);
+}
+
+void SourceFinder::AddOne(const std::wstring& path, const std::stop_token& stop) {
     if (FolderExists(path)) return AddFolder(path, stop);
-    if (FileNameOf(path).find_first_of(L"*?") != std::wstring::npos && !PathExists(path))
-        return AddWildcard(path, stop);
     if (!AddListFile(path, stop)) AddFile(path);
 }
 
@@ -69,8 +70,9 @@ void SourceFinder::AddWildcard(const std::wstring& pattern, const std::stop_toke
     const std::wstring folder(FolderOf(pattern));
     do {
         const std::wstring_view name = entry.cFileName;
-        if (name != L"." && name != L"..") AddNamed(JoinPath(folder, name), stop);
-    } while (FindNextFileW(find.get(), &entry));
+        // Under Wine a name may hold a "*": it stands for itself.
+        if (name != L"." && name != L"..") AddOne(JoinPath(folder, name), stop);
+    } while (!stop.stop_requested() && FindNextFileW(find.get(), &entry));
 }
 
 bool SourceFinder::AddListFile(const std::wstring& path, const std::stop_token& stop) {
@@ -78,7 +80,7 @@ bool SourceFinder::AddListFile(const std::wstring& path, const std::stop_token& 
     if (!file) return false;
     LineReader reader(file.get());
     ListFormats formats;
-    if (!ReadListHeader(reader, formats)) return false;
+    if (!ReadListHeader(file.get(), reader, formats)) return false;
     AddLines(reader, stop);
     return true;
 }
@@ -87,7 +89,7 @@ void SourceFinder::AddLines(LineReader& reader, const std::stop_token& stop) {
     for (std::wstring line; !stop.stop_requested() && reader.Next(line);) {
         // Editors leave blanks at the ends of lines; no path ends in one.
         if (!options_.zeroSeparated) line.erase(line.find_last_not_of(L" \t") + 1);
-        if (!line.empty()) AddFile(FullPathOf(line));
+        if (!line.empty()) AddFile(TypedPath(line));
     }
 }
 

@@ -46,6 +46,7 @@ class SourceFinder {
 
   private:
     void AddNamed(const std::wstring& path, const std::stop_token& stop);
+    void AddOne(const std::wstring& path, const std::stop_token& stop);
     void AddWildcard(const std::wstring& pattern, const std::stop_token& stop);
     bool AddListFile(const std::wstring& path, const std::stop_token& stop);
     void AddLines(LineReader& reader, const std::stop_token& stop);

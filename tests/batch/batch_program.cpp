@@ -81,15 +81,15 @@ UniqueHandle BatchProgram::Start(const std::wstring& arguments, DWORD& id) const
     return Launch(arguments, startup, CREATE_NEW_CONSOLE, id);
 }
 
-void BatchProgram::Make(const std::vector<std::wstring>& names, const std::string& content) const {
+void BatchProgram::Make(const Names& names, const std::string& content) const {
     for (const std::wstring& name : names) {
         fs::create_directories(fs::path(In(name)).parent_path());
         WriteFileBytes(In(name), content);
     }
 }
 
-std::vector<std::wstring> BatchProgram::Files() const {
-    std::vector<std::wstring> names;
+Names BatchProgram::Files() const {
+    Names names;
     for (const auto& entry : fs::recursive_directory_iterator(inputs_.Path())) {
         if (!entry.is_regular_file()) continue;
         std::wstring name = entry.path().wstring().substr(inputs_.Path().size() + 1);

@@ -12,6 +12,8 @@
 
 namespace morvex::test {
 
+using Names = std::vector<std::wstring>;
+
 struct BatchEnd {
     DWORD exitCode = 0;
     std::string output, errors;  // UTF-8
@@ -30,9 +32,9 @@ class BatchProgram {
     UniqueHandle Start(const std::wstring& arguments, DWORD& id) const;
 
     // Makes files of that content below the folder of inputs, with the folders that they need.
-    void Make(const std::vector<std::wstring>& names, const std::string& content = "part") const;
+    void Make(const Names& names, const std::string& content = "part") const;
     // All files below the folder of inputs, sorted, by their paths below it with "/".
-    std::vector<std::wstring> Files() const;
+    Names Files() const;
     std::wstring In(const std::wstring& name) const { return inputs_ / name; }
     std::string Read(const std::wstring& name) const { return ReadFileBytes(In(name)); }
 

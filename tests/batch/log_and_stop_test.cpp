@@ -1,8 +1,10 @@
 #include <chrono>
+#include <cstring>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <set>
+#include <sstream>
 #include <thread>
 
 #include "tests/batch/batch_program.h"
@@ -14,9 +16,9 @@ namespace {
 using test::BatchEnd;
 using test::BatchProgram;
 using test::LibraryLog;
+using test::Names;
 using testing::HasSubstr;
 using testing::UnorderedElementsAre;
-using Names = std::vector<std::wstring>;
 
 size_t LinesOf(const std::string& text) {
     return static_cast<size_t>(std::ranges::count(text, '\n'));
@@ -111,7 +113,16 @@ TEST(BatchLog, ResumeDoesWhatIsLeftAndRetryWhatFailed) {
     called = CalledFor(log);
     EXPECT_EQ(called.size(), 9u);
     EXPECT_EQ(called.back(), L"c{result=-5}.stp");
-    // The input is another file now.
+    // Another folder's results say nothing, however the folder is spelled.
+    const std::wstring into = command + L" --retry-failed l.tsv --out ";
+    EXPECT_THAT(program.Run(into + L"new -n").output, HasSubstr("5 to convert"));
+    EXPECT_THAT(program.Run(into + L"new\\..\\. -n").output, HasSubstr("4 done before, 1 to convert"));
+    // The input is another file, of a newer or an older time.
+    program.Make({L"d.stp"}, "other part");
+    std::filesystem::last_write_time(program.In(L"d.stp"),
+                                     std::filesystem::file_time_type::clock::now() - std::chrono::hours(9));
+    program.Run(command + L" --resume l.tsv");
+    EXPECT_EQ(CalledFor(log).back(), L"d.stp");
     std::filesystem::last_write_time(program.In(L"a.stp"),
                                      std::filesystem::file_time_type::clock::now() + std::chrono::hours(1));
     program.Run(command + L" --resume l.tsv");
@@ -134,6 +145,29 @@ TEST(BatchLog, ALongLogWithDamageIsRead) {
     EXPECT_EQ(end.exitCode, 0u) << end.errors;
     EXPECT_EQ(CalledFor(log), Names{L"b.stp"});
     EXPECT_EQ(LinesOf(program.Read(L"l.tsv")), LinesOf(lines) + 1);
+}
+
+// The log is read for the list and for the plan at once.
+TEST(BatchLog, RetriesManyEachUnderItsName) {
+    const BatchProgram program;
+    constexpr int kFiles = 20000;
+    std::ostringstream records;
+    for (int i = 0; i < kFiles; ++i)
+        records << "2026-01-01T00:00:00.000Z\t1\t-5\tbad\t4\t0\tC:\\in\\" << i << ".stp\tC:\\out\\" << i
+                << "x.stl\n";
+    program.Make({L"l.tsv"}, records.str());
+    const BatchEnd end = program.Run(L"-t STL --dry-run --json --retry-failed l.tsv");
+    EXPECT_EQ(end.exitCode, 100u);
+    int lines = 0, wrong = 0;
+    std::istringstream told(end.output);
+    for (std::string line; std::getline(told, line); ++lines) {
+        const auto numberAfter = [&](const char* text) {
+            return std::stoi(line.substr(line.find(text) + std::strlen(text)));
+        };
+        wrong += numberAfter("C:\\\\in\\\\") != numberAfter("C:\\\\out\\\\");
+    }
+    EXPECT_EQ(lines, kFiles);
+    EXPECT_EQ(wrong, 0);
 }
 
 TEST(BatchRun, RetriesCrashesAndTimeOutsOnly) {
@@ -258,6 +292,23 @@ TEST(BatchRun, HotFolderTakesFilesThatHaveComeWhole) {
     TerminateProcess(process.get(), 1);
     WaitForSingleObject(process.get(), INFINITE);
     EXPECT_EQ(CalledFor(log), (Names{L"first.stp", L"second.stp", L"third.stp"}));
+}
+
+TEST(BatchRun, HotFolderConvertsNoFileTwiceAtOnce) {
+    const BatchProgram program;
+    const LibraryLog log(L"sleep=4000,output");
+    program.Make({L"hot/a.stp"});
+    DWORD id = 0;
+    const UniqueHandle process = program.Start(L"-j2 -t STL --watch hot --log l.tsv", id);
+    EXPECT_TRUE(Comes([&] { return std::filesystem::exists(program.In(L"hot\\a.stl")); }));
+    program.Make({L"hot/a.stp"}, "changed meanwhile");
+    EXPECT_TRUE(Comes([&] { return LinesOf(program.Read(L"l.tsv")) == 2; }));
+    TerminateProcess(process.get(), 1);
+    WaitForSingleObject(process.get(), INFINITE);
+    const auto calls = log.Calls();
+    ASSERT_EQ(calls.size(), 2u);
+    EXPECT_GE(calls[1].startMs, calls[0].endMs);
+    EXPECT_EQ(calls[1].output, calls[0].output);
 }
 
 }  // namespace

@@ -12,9 +12,9 @@ namespace {
 using test::BatchEnd;
 using test::BatchProgram;
 using test::LibraryLog;
+using test::Names;
 using testing::HasSubstr;
 using testing::UnorderedElementsAreArray;
-using Names = std::vector<std::wstring>;
 
 TEST(Batch, SaysWhatIsWrongWithACommandLine) {
     const BatchProgram program;
@@ -40,6 +40,12 @@ TEST(Batch, SaysWhatIsWrongWithACommandLine) {
         {L"-t STL -0 a.stp", "-0 needs --files-from"},
         {L"-t STL --watch .", "--watch needs --log"},
         {L"-t STL --config none.zel a.stp", "There is no configuration file"},
+        {L"-t STL \"\"", "A path is empty"},
+        {L"-t STL -j 1001 a.stp", "whole number from 1 to 1000"},
+        {L"-t STL --retry-failed none.tsv", "There is no log"},
+        {L"-t STL --log a.stp", "Name the files or folders"},
+        {L"-t STL --log a.stp a.stp", "It is no log"},
+        {L"-t STL --report a.stp a.stp", "does not end in .html"},
         {L"-t STL --log no\\folder\\l.log a.stp", "The log cannot be written"},
         {L"-t STL --report no\\folder\\r.html a.stp", "The report cannot be written"},
     };
@@ -49,6 +55,7 @@ TEST(Batch, SaysWhatIsWrongWithACommandLine) {
         EXPECT_THAT(end.errors, HasSubstr(test.error));
     }
     EXPECT_EQ(program.Files(), Names{L"a.stp"});
+    EXPECT_EQ(program.Read(L"a.stp"), "part");
     EXPECT_THAT(program.Run(L"--help").output, HasSubstr("--help all"));
     EXPECT_THAT(program.Run(L"--help all").output, HasSubstr("%25"));
 }
@@ -77,6 +84,7 @@ TEST(Batch, FindsWhatIsNamed) {
         {L"list.csv", "", {L"a.stl", L"sub/d.stl"}},
         {L"-t STL unnamed", "", {L"unnamed-zel.stl"}},
         {L"-t STL -- -r.stp", "", {L"-r.stl"}},
+        {L"-t STL sub\\..\\.\\a.stp --out sub/..\\\\sub\\new\\..\\", "", {L"sub/a.stl"}},
         {L"-t STL gone.stp a.stp note.txt --files-from none.txt", "", {L"a.stl"}, 3},
         {L"-t STL *.none b.stp", "", {L"b.stl"}, 1},
     };
@@ -124,6 +132,22 @@ TEST(Batch, PutsResultsWhereTheyBelong) {
         EXPECT_THAT(program.Files(), UnorderedElementsAreArray(expected));
         for (const std::wstring& input : test.inputs) EXPECT_EQ(program.Read(input), "part");
     }
+}
+
+// The system takes ".." out of short paths only.
+TEST(Batch, FollowsLongPathsUp) {
+    const LibraryLog script(L"output");
+    const BatchProgram program;
+    std::wstring deep = L"deep";
+    for (int i = 0; i < 5; ++i) deep += L"\\" + std::wstring(60, L'x');
+    std::filesystem::create_directories(L"\\\\?\\" + program.In(deep));
+    program.Make({L"a.stp"});
+    const BatchEnd end =
+        program.Run(L"-t STL --out " + deep + L"\\..\\out " + deep + L"\\..\\..\\..\\..\\..\\..\\a.stp");
+    EXPECT_EQ(end.exitCode, 0u) << end.output << end.errors;
+    const std::wstring made =
+        L"\\\\?\\" + program.In(deep).substr(0, program.In(deep).rfind(L'\\')) + L"\\out\\a.stl";
+    EXPECT_TRUE(std::filesystem::exists(made));
 }
 
 TEST(Batch, LeavesExistingResultsAsTheOptionsSay) {
@@ -187,6 +211,10 @@ TEST(Batch, DealsTheSameSharesEverywhere) {
     for (const std::wstring& name : program.Files())
         withLargest += name.starts_with(L"out" + std::wstring(1, static_cast<wchar_t>(largest)));
     EXPECT_LE(withLargest, 2u);
+    // What no share has is told by one of them.
+    EXPECT_EQ(
+        program.Run(L"-t STL --shard 1/2 none").exitCode + program.Run(L"-t STL --shard 2/2 none").exitCode,
+        1u);
 }
 
 }  // namespace
