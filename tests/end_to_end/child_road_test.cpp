@@ -30,6 +30,7 @@ TEST(ChildRoad, ExitsWithTheLibrarysResult) {
 TEST(ChildRoad, SurvivesAFaultingLibraryAndLogsIt) {
     const Program program;
     const LibraryLog log;
+    constexpr DWORD kQuiet = SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX;
     WriteTextFile(program.Settings(), L"[General]\nWriteLogFileIfCrash=1\n");
     for (const wchar_t* fault : {L"read", L"overflow=300", L"throw", L"raise"}) {
         const std::wstring input = std::wstring(L"C:\\in\\{") + fault + L"}.stp";
@@ -43,6 +44,8 @@ TEST(ChildRoad, SurvivesAFaultingLibraryAndLogsIt) {
     for (const wchar_t* end : {L"abort", L"fastfail"}) {
         EXPECT_NE(program.Run(Quoted(std::wstring(L"C:\\in\\{") + end + L"}.stp")).exitCode, 0u);
     }
+    // Nor does the system show one for what it meets in the library.
+    EXPECT_EQ(program.Run(Quoted(L"C:\\in\\{errormode}.stp")).exitCode & kQuiet, kQuiet);
     WriteTextFile(program.Settings(), L"[General]\nDisableTryCatch=1\n");
     EXPECT_NE(program.Run(Quoted(L"C:\\in\\{read}.stp")).exitCode, 0u);
 }

@@ -8,6 +8,7 @@
 //
 // clang-format off
 //   result=N                     the result (default 0)
+//   errormode, company           results: the process's error mode; -2 where it is told of no company
 //   sleep=N                      milliseconds before the end, after output and report
 //   progress                     reports -3, 50 and 150 percent
 //   spew=N, stdio=N              writes N kilobytes to standard output, through the C runtime
@@ -263,6 +264,8 @@ __declspec(dllexport) int _zelConvert(int inputFormat, int outputFormat, const w
     if (!returns) WriteLog(line + number(start) + L"\n");
     Play(script, output, progress);
     if (returns) WriteLog(line + number(Milliseconds()) + L"\n");
+    if (script.Has(L"errormode")) return static_cast<int>(GetErrorMode());
+    if (script.Has(L"company") && Environment(L"MORVEX_SIDE_BY_SIDE").empty()) return -2;
     return script.Number(L"result", 0);
 }
 
