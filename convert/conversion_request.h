@@ -30,7 +30,7 @@ struct ConversionRequest {
     std::wstring crashLog;    // empty: none is kept
     bool guarded = true;      // library faults are caught
     bool developerMode = false;
-    bool pictures = false;  // reports hold a picture of the model, if the library draws one; children only
+    bool pictures = false;          // reports hold a picture of the model, if the library draws one
     bool multiprocess = false;      // each file in a child process, as many at once as there are processors
     bool lowPriority = false;       // children leave the processors to whoever else wants them
     unsigned secondsPerFile = 0;    // a child that takes longer is ended; 0: none is

@@ -49,7 +49,10 @@ class Run {
           count_(job.files.size()),
           log_(request_.crashLog),
           states_(count_, RowState::Idle) {
-        if (request_.multiprocess) children_ = std::make_unique<ChildRunner>(request_);
+        if (request_.multiprocess)
+            children_ = std::make_unique<ChildRunner>(request_);
+        else if (request_.pictures)
+            SetEnvironmentVariableW(kPictureVariable, L"1");  // where a library in this process looks for it
         if (!job.output) plan_ = std::make_unique<OutputPlan>(job.files, request_, job.kept);
     }
 

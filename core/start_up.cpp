@@ -10,6 +10,17 @@ bool IsProfile(const std::wstring& section) {
     return section != L"General" && section != L"Options";
 }
 
+// A list of names without the blanks around its commas, which are no part of them.
+std::wstring NamesOnly(const std::wstring& list) {
+    std::wstring names;
+    for (const wchar_t c : list) {
+        if (c == L' ' && names.ends_with(L',')) continue;
+        if (c == L',') names.resize(names.find_last_not_of(L' ') + 1);
+        names += c;
+    }
+    return names;
+}
+
 void RegisterProfiles(AppContext& context) {
     constexpr unsigned kLongestList = 4096;
     const std::wstring& file = context.folders.installationSettings;
@@ -18,9 +29,10 @@ void RegisterProfiles(AppContext& context) {
         const auto value = [&](const wchar_t* key) {
             return profile::ReadText(file, section.c_str(), key, L"", kLongestList);
         };
-        context.pairs.RegisterProfile(value(L"ZEL_INPUT_FORMAT"), value(L"ZEL_OUTPUT_FORMAT"),
+        const std::wstring inputs = NamesOnly(value(L"ZEL_INPUT_FORMAT"));
+        context.pairs.RegisterProfile(inputs, NamesOnly(value(L"ZEL_OUTPUT_FORMAT")),
                                       value(L"ZEL_CONFIG_FILE"));
-        context.pairs.ExceptExtensions(value(L"ZEL_INPUT_FORMAT"), value(L"ZEL_INPUT_EXCEPT"));
+        context.pairs.ExceptExtensions(inputs, NamesOnly(value(L"ZEL_INPUT_EXCEPT")));
     }
 }
 

@@ -4,6 +4,8 @@
 
 #include <commdlg.h>
 
+#include <utility>
+
 #include "convert/conversion_library.h"
 #include "core/conversion_config.h"
 #include "res/resource.h"
@@ -95,6 +97,7 @@ bool ConfigDialog::SaveValues(const std::wstring& file) {
 }
 
 void ConfigDialog::OnOk() {
+    if (RefusesTypedNumber()) return;
     const std::wstring file = GetConfigFilePath(context_);
     if (SaveValues(file)) {
         Close(IDOK);
@@ -106,7 +109,10 @@ void ConfigDialog::OnOk() {
 
 bool ConfigDialog::OnCommand(int id, int notification, HWND control) {
     if (control && notification == EN_SETFOCUS) balloon_.Hide();
-    if (control && notification == EN_KILLFOCUS) CorrectNumber(id);
+    if (control && notification == EN_KILLFOCUS) {
+        CorrectNumber(id);
+        if (GetFocus() != Item(IDOK)) refused_ = 0;  // it has been said, and OK is another decision
+    }
     if (id == IDC_CFG_LOAD)
         LoadOtherFile();
     else if (id == IDC_CFG_DEFAULT)
@@ -117,14 +123,29 @@ bool ConfigDialog::OnCommand(int id, int notification, HWND control) {
 }
 
 void ConfigDialog::CorrectNumber(int id) {
+    const Edit edit(Item(id));
     for (const ConfigBinding* binding : table_.bindings) {
         if (binding->controls[0].id != id) continue;
         const auto usable = Correction(*binding, Handle());
         if (!usable) return balloon_.Hide();
-        Control(Item(id)).SetText(*usable);
-        balloon_.Show(Item(id), Format(context_.text(IDS_NUMBER_WANTED).c_str(), usable->c_str()));
-        return;
+        if (edit.Send(EM_GETMODIFY)) refused_ = id;
+        edit.SetText(*usable);
+        return ShowRemark(id);
     }
+}
+
+bool ConfigDialog::RefusesTypedNumber() {
+    if (GetFocus() != Item(IDOK)) CorrectNumber(GetDlgCtrlID(GetFocus()));  // Enter, in an edit
+    const int id = std::exchange(refused_, 0);
+    if (!id) return false;
+    SendMessageW(Handle(), WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(Item(id)), TRUE);
+    ShowRemark(id);
+    return true;
+}
+
+void ConfigDialog::ShowRemark(int id) {
+    const std::wstring usable = Control(Item(id)).Text();
+    balloon_.Show(Item(id), Format(context_.text(IDS_NUMBER_WANTED).c_str(), usable.c_str()));
 }
 
 void ConfigDialog::LoadOtherFile() {

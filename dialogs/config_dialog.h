@@ -47,6 +47,9 @@ class ConfigDialog : public ModalDialog {
     // The focus has left the control: a number that cannot be used gives way to one that can, and a balloon
     // says so.
     void CorrectNumber(int id);
+    // True when OK came right after a number that gave way: the edit has the focus then, to be looked at.
+    bool RefusesTypedNumber();
+    void ShowRemark(int id);
     bool SaveValues(const std::wstring& file);
     void LoadOtherFile();
     void UseDefaultFile();
@@ -56,6 +59,7 @@ class ConfigDialog : public ModalDialog {
     Prompts prompts_;
     Tooltip tooltip_;
     Balloon balloon_;
+    int refused_ = 0;  // edit whose typed number gave way just before OK; 0 for none
 };
 
 }  // namespace morvex

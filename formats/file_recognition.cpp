@@ -135,4 +135,16 @@ bool IsFileOfInputFormat(std::wstring_view path, std::wstring_view inputFilterTe
     return rule == std::end(kRules) || Accepts(*rule, path);
 }
 
+bool NamesExtension(std::wstring_view inputFilterText, std::wstring_view path) {
+    std::wstring_view patterns =
+        inputFilterText.substr(std::min(inputFilterText.find(L"(*.") + 1, inputFilterText.size()));
+    const std::wstring_view extension = AfterLast(path, L'.');
+    while (patterns.starts_with(L"*.")) {
+        const size_t end = std::min(patterns.find_first_of(L";,)"), patterns.size());
+        if (EqualNoCase(patterns.substr(2, end - 2), extension)) return true;
+        patterns.remove_prefix(std::min(end + 1, patterns.size()));
+    }
+    return false;
+}
+
 }  // namespace morvex

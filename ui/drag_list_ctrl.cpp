@@ -131,11 +131,12 @@ void CDragListCtrl::SetColumnWidths(const std::array<int, kListColumns>& pixels)
     fitting_ = false;
 }
 
-// The last column, or the one before it when that is dragged itself, takes what a dragged divider leaves.
+// The folder takes what a dragged divider leaves, or gives what it needs; its own divider moves the status.
 void CDragListCtrl::OnDivider(int column) {
     if (fitting_) return;
     const auto moved = static_cast<size_t>(column);
-    const size_t taker = moved + 1 < kListColumns ? kListColumns - 1 : moved - 1;
+    const auto folder = static_cast<size_t>(ListColumn::Folder);
+    const size_t taker = moved == folder ? static_cast<size_t>(ListColumn::Status) : folder;
     const int least = Scaled(kLeastColumn);
     std::array<int, kListColumns> pixels{};
     int rest = RoomOfColumns();

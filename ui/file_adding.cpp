@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "convert/command_formats.h"
+#include "formats/file_recognition.h"
 #include "formats/input_formats.h"
 #include "res/resource.h"
 #include "res/string_ids.h"
@@ -137,8 +138,8 @@ std::wstring FileAdding::OtherFormat() const {
     std::wstring other;
     for (const auto& [format, outputs] : state_.context.pairs.All()) {
         const bool takesAll = std::ranges::all_of(
-            refused_, [&format = format](const std::wstring& path) { return IsAcceptedFile(path, format); });
-        if (refused_.empty() || format == kAnyFile || !takesAll) continue;
+            refused_, [&format = format](const std::wstring& path) { return NamesExtension(format, path); });
+        if (refused_.empty() || !takesAll) continue;
         if (!other.empty()) return {};
         other = format;
     }

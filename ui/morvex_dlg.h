@@ -79,6 +79,7 @@ class CmorvexDlg : public ModelessDialog, private WindowView {
     // Commands: morvex_dlg_commands.cpp
     // True when the id is one of a command, which is refused while the window is busy.
     bool Execute(int id);
+    bool StartsRun(int id) const;
     // What the button in the status line does now.
     enum class Action { None, Stop, ChangeFormat, Undo, ConvertRest, ConvertAgain };
     Action CurrentAction() const;

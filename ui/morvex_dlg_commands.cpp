@@ -78,10 +78,17 @@ bool CmorvexDlg::Execute(int id) {
     }
     const Command* const command = FindCommand(id);
     if (!command || !command->AllowedIn(state_)) return command != nullptr;
-    // An access key comes here before the message that leaving the folder's edit posted.
-    const bool wrongFolder = folder_.CheckIfLeft();
-    if (!wrongFolder || id != IDS_RUN_CONVERSION) command->execute(*this);
+    // A key comes here before the message that leaving the folder's edit posted.
+    if (StartsRun(id) && !folder_.ReadyForRun()) return true;
+    folder_.CheckIfLeft();
+    command->execute(*this);
     return true;
+}
+
+bool CmorvexDlg::StartsRun(int id) const {
+    if (id != IDC_ACTION) return id == IDS_RUN_CONVERSION;
+    const Action action = CurrentAction();
+    return action == Action::ConvertRest || action == Action::ConvertAgain;
 }
 
 void CmorvexDlg::AddFilesOrDrop() {
@@ -153,7 +160,6 @@ void CmorvexDlg::DoAction() {
             return rows_.Undo();
         case Action::ConvertRest:
         case Action::ConvertAgain:
-            folder_.Commit();
             return running_.Start(UnconvertedRows());
     }
 }

@@ -93,6 +93,14 @@ bool OutputFolderField::CheckIfLeft() {
     return wrong;
 }
 
+bool OutputFolderField::ReadyForRun() {
+    if (edit_.Modified()) {
+        Commit();
+        left_ = state_.Settings().UseOutputFolder() && !FolderExists(state_.Settings().outputFolder.Get());
+    }
+    return !CheckIfLeft();
+}
+
 bool OutputFolderField::WarnIfMissing() const {
     const bool missing =
         state_.run != RunState::Running && !FolderExists(state_.Settings().outputFolder.Get());

@@ -25,6 +25,8 @@ class OutputFolderField {
     // Answers the message that OnLeft posted, or comes before it: says when the folder that was typed does
     // not exist, once. True when it said so.
     bool CheckIfLeft();
+    // A key starts a run: what is typed counts. False, and said, when it is new and does not exist.
+    bool ReadyForRun();
     // Turns "Write into input folder" off, for formats that may not be written there; true when it was on.
     bool ForbidInputFolder();
     // Turns it on again if it was turned off for the formats' sake and the user has chosen no folder since.

@@ -8,6 +8,9 @@
 
 namespace morvex {
 
+// What becomes of what the input hides. Where the output's format cannot hide it, what is kept is shown.
+constexpr int kHiddenLeftOut = -1, kHiddenKept = 0, kHiddenShown = 1;
+
 struct Settings {
     // Tessellation. A tolerance that is switched off takes the engine's own: 1/1000 of the model's diagonal,
     // 0.5 rad.
@@ -26,9 +29,8 @@ struct Settings {
     bool colours = true;
     bool constructSolids = true;
     bool sew = false;
-    int partVisibility =
-        -1;  // -1: hidden ones are left out, or stay hidden where the output can say so; else shown
-    int assemblyVisibility = -1;
+    int partVisibility = kHiddenLeftOut;  // of hidden parts
+    int assemblyVisibility = kHiddenLeftOut;
     bool toNurbs = false;
     bool keepAssembly = true;
 

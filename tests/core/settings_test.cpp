@@ -131,7 +131,7 @@ TEST(Settings, LastForTheProcessWhenTheirFileTakesNoChange) {
 TEST(StartUp, RegistersProfilesAndRepairsTheSavedPair) {
     Places places;
     const std::wstring profiles =
-        L"[Mesh]\nZEL_INPUT_FORMAT=STEP,IGES 3D\nZEL_OUTPUT_FORMAT=ALL_MESH,OCC\nZEL_CONFIG_FILE=mesh.zel\n"
+        L"[Mesh]\nZEL_INPUT_FORMAT=STEP , IGES 3D\nZEL_OUTPUT_FORMAT=ALL_MESH,OCC\nZEL_CONFIG_FILE=mesh.zel\n"
         L"[Options]\nZEL_INPUT_FORMAT=JT\nZEL_OUTPUT_FORMAT=STEP\n";
     places.Installation(L"[General]\nZEL_INPUT_FORMAT=JT\nZEL_OUTPUT_FORMAT=STEP\n" + profiles);
     places.User(

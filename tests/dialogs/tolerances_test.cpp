@@ -117,6 +117,31 @@ TEST_F(TolerancesTest, WhatCannotBeUsedGivesWay) {
     });
 }
 
+// OK, pressed by Enter in the edit or by a click on the button, does not take a number that it would change.
+TEST_F(TolerancesTest, OkComesBackToATypedNumberThatGivesWay) {
+    Set(L"USE_TESSEL", L"0");
+    Set(L"LINEAR_DIS", L"0");
+    for (const bool byEnter : {true, false}) {
+        Show<CfgNoHealingSTLDlg>([&](const ShownDialog& dialog) {
+            const auto ok = [&] {
+                if (byEnter)
+                    SendMessageW(dialog.Window(), WM_COMMAND, IDOK, 0);
+                else
+                    dialog.Click(IDOK);
+            };
+            SetFocus(dialog.Item(kLinear));
+            SendMessageW(dialog.Item(kLinear), EM_SETSEL, 0, -1);
+            for (const wchar_t c : std::wstring(L"-2")) SendMessageW(dialog.Item(kLinear), WM_CHAR, c, 0);
+            ok();
+            ASSERT_TRUE(dialog.Open());
+            EXPECT_EQ(GetFocus(), dialog.Item(kLinear));
+            EXPECT_EQ(dialog.Text(kLinear), L"0.10000");
+            ok();
+            EXPECT_FALSE(dialog.Open());
+        });
+    }
+}
+
 TEST_F(TolerancesTest, AreEnabledByTheirSwitches) {
     Set(L"ANGULAR_TOL", L"0.6108652");  // 35 degrees
     Show<CfgNoHealingSTLDlg>([](const ShownDialog& dialog) {

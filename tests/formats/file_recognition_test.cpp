@@ -116,5 +116,22 @@ TEST(FileRecognition, NamesThatNeedMoreThanTheExtension) {
     }
 }
 
+TEST(FileRecognition, AFilterTextNamesItsExtensions) {
+    const struct {
+        std::wstring filterText, path;
+        bool named;
+    } cases[] = {
+        {L"STEP (*.step;*.stp)", L"C:\\a.STP", true},
+        {L"STEP (*.step;*.stp)", L"C:\\a.ste", false},
+        {L"STL (*.stl)", L"C:\\a.step", false},
+        {L"Inventor 3D (*.ipt,*.iam)", L"C:\\a.iam", true},
+        {L"ALL (*.*)", L"C:\\a.step", false},
+        {L"Odd", L"C:\\a.Odd", false},
+        {L"", L"C:\\a", false},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(NamesExtension(c.filterText, c.path), c.named) << testing::PrintToString(c.filterText);
+}
+
 }  // namespace
 }  // namespace morvex

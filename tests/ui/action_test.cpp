@@ -113,6 +113,8 @@ TEST_F(ActionTest, ChangesToTheFormatThatTheFilesHave) {
     MakeFile(L"b.igs");
     MakeFile(L"c.iges");
     chosenFolder_ = parts_;
+    Install(L"D", L"ZEL_INPUT_FORMAT", L"STL,IFC");  // which accept every file
+    Install(L"D", L"ZEL_OUTPUT_FORMAT", L"OBJ");
     Open();
     Command(IDS_ADD_FOLDER);
     ASSERT_TRUE(WaitForAdded());

@@ -106,23 +106,32 @@ TEST_F(KeyboardTest, EnterStartsARunOnlyFromItsButton) {
     EXPECT_EQ(log.Calls().size(), 1u);
 }
 
-TEST_F(KeyboardTest, AnAccessKeyThatLeavesAWrongFolderWarnsAndStartsNoRun) {
+// The access key takes the focus from the edit, F5 leaves it there.
+TEST_F(KeyboardTest, AKeyThatStartsARunIntoAWrongFolderWarnsInstead) {
     const LibraryLog log;
     Choose(L"SameFolderAsInput", L"0");
     Choose(L"Output_folder", parts_.c_str());
     OpenInFront();
     AddFiles({L"a.stp"});
-    SetFocus(Item(IDC_OUTPUT_FOLDER));
-    PressKeys({VK_END});
-    PressKeys({'Q'});
-    ASSERT_TRUE(WaitFor([&] { return Text(IDC_OUTPUT_FOLDER).size() == parts_.size() + 1; }));
     const std::wstring run = Text(IDS_RUN_CONVERSION);
-    const wchar_t key = run[run.find(L'&') + 1];
-    PressKeys({VK_MENU, static_cast<WORD>(towupper(key))});
-    ASSERT_TRUE(WaitFor([&] { return !messages_.empty(); }));
-    LetItWork();
-    EXPECT_EQ(messages_, Texts{L"Output folder is not valid!"});
-    EXPECT_NE(window_->State(), RunState::Running);
+    const auto accessKey = static_cast<WORD>(towupper(run[run.find(L'&') + 1]));
+    const std::function<void()> keys[] = {[&] {
+                                              PressKeys({VK_MENU, accessKey});
+                                          },
+                                          [] { PressKeys({VK_F5}); }};
+    for (const auto& start : keys) {
+        messages_.clear();
+        const size_t before = Text(IDC_OUTPUT_FOLDER).size();
+        SetFocus(Item(IDC_OUTPUT_FOLDER));
+        PressKeys({VK_END});
+        PressKeys({'Q'});
+        ASSERT_TRUE(WaitFor([&] { return Text(IDC_OUTPUT_FOLDER).size() == before + 1; }));
+        start();
+        ASSERT_TRUE(WaitFor([&] { return !messages_.empty(); }));
+        LetItWork();
+        EXPECT_EQ(messages_, Texts{L"Output folder is not valid!"});
+        EXPECT_EQ(window_->State(), RunState::Idle);
+    }
     EXPECT_TRUE(log.Calls().empty());
 }
 

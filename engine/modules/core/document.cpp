@@ -145,6 +145,14 @@ bool Document::ColourOf(const TDF_Label& label, Quantity_ColorRGBA& colour) cons
            colours_->GetColor(label, XCAFDoc_ColorGen, colour);
 }
 
+bool Document::Hides(const XCAFPrs_DocumentExplorer& node) const {
+    for (int depth = 0; depth <= node.CurrentDepth(); ++depth) {
+        const XCAFPrs_DocumentNode& above = node.Current(depth);
+        if (!colours_->IsVisible(above.Label) || !colours_->IsVisible(above.RefLabel)) return true;
+    }
+    return false;
+}
+
 TDF_LabelSequence Document::Roots() const {
     TDF_LabelSequence roots;
     shapes_->GetFreeShapes(roots);

@@ -8,6 +8,7 @@
 #include <TopoDS_Shape.hxx>
 #include <XCAFDoc_ColorTool.hxx>
 #include <XCAFDoc_ShapeTool.hxx>
+#include <XCAFPrs_DocumentExplorer.hxx>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -39,6 +40,9 @@ class Document {
 
     // The colour that the label itself has; false when it has none.
     bool ColourOf(const TDF_Label& label, Quantity_ColorRGBA& colour) const;
+
+    // Whether the explorer's node, or an assembly above it, is hidden.
+    bool Hides(const XCAFPrs_DocumentExplorer& node) const;
 
     TDF_LabelSequence Roots() const;
     // The labels that hold geometry of their own, each once.

@@ -18,14 +18,15 @@ void Remove(const Document& document, const TDF_Label& label);
 // Removes assemblies that have lost their last component.
 void RemoveEmptyAssemblies(const Document& document);
 
-// Leaves out what is hidden, or shows it, as the two visibility settings say.
+// Leaves out what is hidden, keeps it hidden where the output's format can, or shows it, as the two
+// visibility settings say.
 void ApplyVisibility(JobContext& context);
 // Leaves out edges, wires and points that bound no face.
 void DropWireframe(Document& document);
 // Makes the colours of materials (which mesh formats have) plain colours, which every writer knows.
 void MaterialsToColours(Document& document);
 void DropColours(Document& document);
-// One part in place of the assembly tree. Colours stay.
+// One part in place of the assembly tree, and another for what is hidden. Colours stay.
 void Flatten(Document& document, const std::string& name);
 // Every surface and curve as a B-spline.
 Outcome ToNurbs(JobContext& context);

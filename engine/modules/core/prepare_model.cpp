@@ -1,6 +1,7 @@
 // The settings that change the model itself.
 #include <BRepBuilderAPI_NurbsConvert.hxx>
 #include <BRepClass3d_SolidClassifier.hxx>
+#include <BRepTools_ReShape.hxx>
 #include <BRep_Builder.hxx>
 #include <BRep_Tool.hxx>
 #include <Precision.hxx>
@@ -86,6 +87,39 @@ TopoDS_Shape WithSolids(const TopoDS_Shape& shape) {
     return solid;
 }
 
+// Takes what the label stands for out of the document. A face stays: it belongs to the body that it bounds.
+bool LeaveOut(const Document& document, const TDF_Label& label) {
+    if (!XCAFDoc_ShapeTool::IsSubShape(label)) {
+        Remove(document, label);
+        return true;
+    }
+    const TopoDS_Shape body = XCAFDoc_ShapeTool::GetShape(label);
+    if (body.ShapeType() > TopAbs_SHELL) return false;
+    const TDF_Label part = label.Father();
+    BRepTools_ReShape without;
+    without.Remove(body);
+    const TopoDS_Shape rest = without.Apply(XCAFDoc_ShapeTool::GetShape(part));
+    label.ForgetAllAttributes();
+    if (rest.IsNull() || rest.NbChildren() == 0)
+        Remove(document, part);
+    else
+        document.Shapes()->SetShape(part, rest);
+    return true;
+}
+
+// Makes a hidden body of a part a hidden part: writers know no hidden bodies. False where that cannot be.
+bool SplitOff(Document& document, const TDF_Label& label) {
+    const TopoDS_Shape body = XCAFDoc_ShapeTool::GetShape(label);
+    if (body.ShapeType() > TopAbs_SHELL || !XCAFDoc_ShapeTool::IsFree(label.Father())) return false;
+    Quantity_ColorRGBA colour;
+    const bool coloured = document.ColourOf(label, colour);
+    LeaveOut(document, label);
+    const TDF_Label part = document.AddPart(body, "hidden");
+    document.Colours()->SetVisibility(part, Standard_False);
+    if (coloured) document.Colours()->SetColor(part, colour, XCAFDoc_ColorSurf);
+    return true;
+}
+
 }  // namespace
 
 void Remove(const Document& document, const TDF_Label& label) {
@@ -115,21 +149,27 @@ void RemoveEmptyAssemblies(const Document& document) {
 }
 
 void ApplyVisibility(JobContext& context) {
-    const Document& document = context.document;
-    const bool outputSaysHidden = context.request.to->id == FormatId::Step;
-    std::int64_t left = 0;
+    Document& document = context.document;
+    const FormatId output = context.request.to->id;
+    const bool canHide = output == FormatId::Step || output == FormatId::Iges;
+    std::int64_t left = 0, shown = 0;
     for (const TDF_Label& label : StyledLabels(document)) {
         if (document.Colours()->IsVisible(label)) continue;
         TDF_Label shape = label;
         XCAFDoc_ShapeTool::GetReferredShape(label, shape);
         const bool assembly = XCAFDoc_ShapeTool::IsAssembly(shape);
-        if ((assembly ? context.settings.assemblyVisibility : context.settings.partVisibility) >= 0) {
+        const int wanted = assembly ? context.settings.assemblyVisibility : context.settings.partVisibility;
+        if (wanted == kHiddenLeftOut) {
+            left += LeaveOut(document, label);
+        } else if (wanted == kHiddenShown || !canHide ||
+                   (XCAFDoc_ShapeTool::IsSubShape(label) && !SplitOff(document, label))) {
             document.Colours()->SetVisibility(label, Standard_True);
-        } else if (!outputSaysHidden && !XCAFDoc_ShapeTool::IsSubShape(label)) {
-            Remove(document, label);
-            ++left;
+            shown += wanted == kHiddenKept;
         }
     }
+    if (shown > 0)
+        context.journal.Warn(std::to_string(shown) +
+                             " hidden parts or assemblies are visible: the format cannot hide them");
     if (left == 0) return;
     RemoveEmptyAssemblies(document);
     context.journal.Warn(std::to_string(left) + " hidden parts or assemblies were left out");
@@ -168,41 +208,42 @@ void DropColours(Document& document) {
 }
 
 void Flatten(Document& document, const std::string& name) {
-    struct Leaf {
-        TopoDS_Shape shape;
-        XCAFPrs_Style style;
-    };
-    std::vector<Leaf> leaves;
-    TopoDS_Compound whole;
+    struct Whole {
+        TopoDS_Compound shape;
+        std::vector<std::pair<TopoDS_Shape, Quantity_ColorRGBA>> coloured;
+    } inSight, hidden;
     const BRep_Builder builder;
-    builder.MakeCompound(whole);
+    builder.MakeCompound(inSight.shape);
+    builder.MakeCompound(hidden.shape);
     for (XCAFPrs_DocumentExplorer node(document.Data(), XCAFPrs_DocumentExplorerFlags_OnlyLeafNodes);
          node.More(); node.Next()) {
+        Whole& whole = document.Hides(node) ? hidden : inSight;
         const auto& current = node.Current();
-        const TopoDS_Shape shape = XCAFDoc_ShapeTool::GetShape(current.RefLabel);
-        const TopoDS_Shape placed = shape.Located(current.Location * shape.Location());
-        builder.Add(whole, placed);
-        leaves.push_back({placed, current.Style});
+        const auto placed = [&](const TDF_Label& label) {
+            const TopoDS_Shape shape = XCAFDoc_ShapeTool::GetShape(label);
+            return shape.Located(current.Location * shape.Location());
+        };
+        builder.Add(whole.shape, placed(current.RefLabel));
+        if (current.Style.IsSetColorSurf())
+            whole.coloured.emplace_back(placed(current.RefLabel), current.Style.GetColorSurfRGBA());
         TDF_LabelSequence below;
         XCAFDoc_ShapeTool::GetSubShapes(current.RefLabel, below);
         for (const TDF_Label& label : below) {
             Quantity_ColorRGBA colour;
-            if (!document.ColourOf(label, colour)) continue;
-            const TopoDS_Shape face = XCAFDoc_ShapeTool::GetShape(label);
-            XCAFPrs_Style style;
-            style.SetColorSurf(colour);
-            leaves.push_back({face.Located(current.Location * face.Location()), style});
+            if (document.ColourOf(label, colour)) whole.coloured.emplace_back(placed(label), colour);
         }
     }
-    if (leaves.empty()) return;
-    document = Document();
-    const TDF_Label part = document.AddPart(whole, name);
-    for (const Leaf& leaf : leaves) {
-        if (!leaf.style.IsSetColorSurf()) continue;
-        const TDF_Label label = document.Shapes()->AddSubShape(part, leaf.shape);
-        if (!label.IsNull())
-            document.Colours()->SetColor(label, leaf.style.GetColorSurfRGBA(), XCAFDoc_ColorSurf);
+    Document flat;
+    for (const Whole* whole : {&inSight, &hidden}) {
+        if (whole->shape.NbChildren() == 0) continue;
+        const TDF_Label part = flat.AddPart(whole->shape, name);
+        flat.Colours()->SetVisibility(part, whole == &inSight);
+        for (const auto& [shape, colour] : whole->coloured) {
+            const TDF_Label label = flat.Shapes()->AddSubShape(part, shape);
+            if (!label.IsNull()) flat.Colours()->SetColor(label, colour, XCAFDoc_ColorSurf);
+        }
     }
+    if (!flat.Roots().IsEmpty()) document = flat;
 }
 
 Outcome ToNurbs(JobContext& context) {

@@ -15,6 +15,7 @@
 #include <unordered_set>
 
 #include "engine/modules/core/exchange_file.h"
+#include "engine/modules/iges/iges_blanking.h"
 
 namespace morvex {
 namespace {
@@ -65,11 +66,9 @@ class IgesAccount {
 
     // What is blanked by itself, and all that hangs on it, is none of the account.
     void PassOverHidden() {
-        constexpr int kPhysicallyDependent = 1;  // shown or hidden with the entity that it is a piece of
         for (int number = 1; number <= model_->NbEntities(); ++number) {
             const Handle(IGESData_IGESEntity) entity = model_->Entity(number);
-            if (entity->BlankStatus() == 1 && (entity->SubordinateStatus() & kPhysicallyDependent) == 0)
-                Hide(entity);
+            if (IsBlanked(entity)) Hide(entity);
         }
     }
 

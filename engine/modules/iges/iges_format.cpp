@@ -11,6 +11,7 @@
 #include "engine/modules/core/exchange_file.h"
 #include "engine/modules/core/input_bytes.h"
 #include "engine/modules/iges/iges_account.h"
+#include "engine/modules/iges/iges_blanking.h"
 #include "engine/modules/scan/iges_scan.h"
 
 namespace morvex {
@@ -25,11 +26,14 @@ extern "C" Outcome ReadIges(JobContext& context) {
     const auto model = Handle(IGESData_IGESModel)::DownCast(reader.WS()->Model());
     const IGESData_GlobalSection& global = model->GlobalSection();
     context.TellUnit(IGESData_BasicEditor::UnitFlagValue(global.UnitFlag()));
-    const bool leaveOutHidden = context.settings.partVisibility == -1;
+    const bool leaveOutHidden = context.settings.partVisibility == kHiddenLeftOut;
     reader.SetReadVisible(leaveOutHidden);
     Handle(TDocStd_Document) document = context.document.Data();
     const bool transferred = reader.Transfer(document, context.progress);
+    if (!transferred && leaveOutHidden && HoldsBlanked(reader.WS()))
+        return Outcome::Fail(ZEL_EMPTY, "All that the file holds is hidden");
     if (!transferred) return Damaged("The contents of the file could not be read");
+    HideWhatIsBlanked(context.document, reader.WS());
     const InputBytes file(context.file);
     AccountForIges(context, IgesScan(file.View()), reader.WS(), leaveOutHidden);
     return Outcome::Ok();
@@ -42,6 +46,7 @@ extern "C" Outcome WriteIges(JobContext& context) {
     IGESCAFControl_Writer writer;
     KeepAttributes(writer);
     if (!writer.Transfer(context.document.Data(), context.progress)) return NotTransferred(context);
+    BlankWhatIsHidden(context.document, writer.TransferProcess());
     return Written(writer.Write(Utf8(context.file).c_str()));
 }
 

@@ -198,17 +198,31 @@ TEST_F(Fidelity, SettingsThatChangeTheModel) {
 TEST_F(Fidelity, HiddenPartsAndCurves) {
     const std::string input = folder_ / "hidden.step";
     WriteHiddenAndWire(input);
-    const auto width = [](const Facts& facts) { return facts.high[0]; };
-    EXPECT_NEAR(width(ReadBack(Convert(input, "seen.stl"))), 10, 1e-3);
-    EXPECT_NEAR(width(ReadBack(Convert(input, "all.stl", {"MODIFICATION D'ATTRIBUT/VISIBILITY=0"}))), 110,
-                1e-3);
-    EXPECT_EQ(CountOf(ReadWhole(Convert(input, "kept.stp")), "INVISIBILITY("), 1u);
-    EXPECT_EQ(CountOf(ReadWhole(Convert(input, "shown.stp", {"MODIFICATION D'ATTRIBUT/VISIBILITY=0"})),
-                      "INVISIBILITY("),
-              0u);
+    const std::string keepHidden = "MODIFICATION D'ATTRIBUT/VISIBILITY=0";
+    struct {
+        const char* setting;
+        double width;  // of both boxes, or of the one in sight
+        std::size_t hidden;
+    } const cases[] = {{"MODIFICATION D'ATTRIBUT/VISIBILITY=-1", 10, 0},
+                       {keepHidden.c_str(), 110, 1},
+                       {"MODIFICATION D'ATTRIBUT/VISIBILITY=1", 110, 0}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.setting);
+        EXPECT_NEAR(ReadBack(Convert(input, "a.stl", {c.setting})).high[0], c.width, 1e-3);
+        EXPECT_EQ(CountOf(Report("a.stl"), "format cannot hide them"), c.hidden);
+        const std::string flat = "TRANSFORMATION ENTITES/KEEP_ASSEMBLY=0";
+        for (const std::vector<std::string>& settings :
+             {std::vector<std::string>{c.setting}, {c.setting, flat}}) {
+            const std::string step = Convert(input, "a.stp", settings);
+            EXPECT_NEAR(ReadBack(step).high[0], c.width, 1e-3);
+            EXPECT_EQ(CountOf(ReadWhole(step), "INVISIBILITY("), c.hidden);
+            const std::string back = Convert(Convert(input, "a.igs", settings), "back.stp", {keepHidden});
+            EXPECT_NEAR(ReadBack(back).high[0], c.width, 1e-3);
+            EXPECT_EQ(CountOf(ReadWhole(back), "INVISIBILITY("), c.hidden);
+        }
+    }
 
-    EXPECT_NE(Report("kept.stp").find("free-edges=\"1\""), std::string::npos);
-    EXPECT_EQ(CountOf(Report("kept.stp"), "free-edges=\"1\""), 1u) << "read, but not written";
+    EXPECT_EQ(CountOf(Report("a.stp"), "free-edges=\"1\""), 1u) << "read, but not written";
     Convert(input, "wire.stp", {"FILTRAGE DE DOMAINE/FILAIRE=1"});
     EXPECT_EQ(CountOf(Report("wire.stp"), "free-edges=\"1\""), 2u);
     const std::string curves = Sample("occ/edge.brep"), keep = "FILTRAGE DE DOMAINE/FILAIRE=1";

@@ -196,6 +196,11 @@ TEST_F(StepLoss, HiddenEntitiesOfIges) {
                   .code,
               0);
     EXPECT_NE(ReadWhole(folder / "out.stl-zel.xml").find("solids=\"4\" faces=\"18\""), std::string::npos);
+
+    ASSERT_EQ(RunWorker({Sample("step/screw.step"), folder / "one.igs"}).code, 0);
+    iges = ReadWhole(folder / "one.igs");
+    WriteWhole(folder / "none.igs", iges.replace(iges.find("\n     186 ") + 65, 2, "01"));
+    EXPECT_EQ(RunWorker({folder / "none.igs", folder / "none.stl"}).code, 32) << "nothing is in sight";
 }
 
 // What is left of a damaged mesh is converted on request only.
