@@ -17,10 +17,11 @@ constexpr wchar_t kHead[] =
     LR"(<!DOCTYPE html>
 <html lang="en"><head><meta charset="utf-8"><title>%s</title>
 <style>
-body { font: 14px sans-serif; margin: 2em; color: #222 }
+body { font: 14px sans-serif; margin: 1em; color: #222 }
 table { border-collapse: collapse }
 th, td { padding: .3em .8em; text-align: left; border-bottom: 1px solid #ddd; vertical-align: top }
 th { cursor: pointer; background: #2b3d4f; color: #fff; position: sticky; top: 0 }
+td.p { overflow-wrap: anywhere; min-width: 14em }
 td.n { text-align: right; font-variant-numeric: tabular-nums }
 tr.failed td { background: #fdecea }
 img { max-width: 160px; max-height: 120px }
@@ -77,6 +78,10 @@ std::wstring Cell(std::wstring_view text) {
     return L"<td>" + Escaped(text) + L"</td>";
 }
 
+std::wstring PathCell(std::wstring_view path) {
+    return L"<td class=\"p\">" + Escaped(path) + L"</td>";
+}
+
 std::wstring NumberCell(const std::wstring& number) {
     return L"<td class=\"n\">" + Escaped(number) + L"</td>";
 }
@@ -84,7 +89,8 @@ std::wstring NumberCell(const std::wstring& number) {
 constexpr struct {
     int text;
     bool number;  // sorted as such
-} kColumns[] = {{IDS_FILENAME, false},
+} kColumns[] = {{IDS_PREVIEW, false},
+                {IDS_FILENAME, false},
                 {IDS_STATUS, false},
                 {IDS_INFORMATION, false},
                 {IDS_FACT_TIME, true},
@@ -95,8 +101,7 @@ constexpr struct {
                 {IDS_FACT_SOLIDS, true},
                 {IDS_FACT_FACES, true},
                 {IDS_FACT_TRIANGLES, true},
-                {IDS_REPORT_OUTPUT, false},
-                {IDS_PREVIEW, false}};
+                {IDS_REPORT_OUTPUT, false}};
 
 // Why a file failed, or what a conversion lost and warns of.
 std::wstring Remarks(const ReportEntry& entry, const ConversionReport& report) {
@@ -129,19 +134,18 @@ bool HtmlReport::Begin(std::wstring_view title) {
 bool HtmlReport::Add(const ReportEntry& entry) {
     ConversionReport report;
     if (!entry.output.empty()) report = ReadConversionReport(entry.output).value_or(ConversionReport{});
-    std::wstring row = entry.failed ? L"<tr class=\"failed\">" : L"<tr>";
-    row += Cell(entry.input) + Cell(entry.status) + Remarks(entry, report) +
+    std::wstring row = entry.failed ? L"<tr class=\"failed\"><td>" : L"<tr><td>";
+    if (!report.picture.empty() && pictures_ < kMostPictures) {
+        ++pictures_;
+        row += L"<img alt=\"\" src=\"data:image/png;base64," + Base64(report.picture) + L"\">";
+    }
+    row += L"</td>" + PathCell(entry.input) + Cell(entry.status) + Remarks(entry, report) +
            NumberCell(entry.seconds > 0 ? Format(L"%.3f", entry.seconds) : report.seconds) +
            NumberCell(std::to_wstring(entry.inputBytes)) + NumberCell(std::to_wstring(entry.outputBytes)) +
            Cell(report.Dimensions());
     for (const wchar_t* fact : {L"parts", L"solids", L"faces", L"triangles"})
         row += NumberCell(report.Fact(fact));
-    row += Cell(entry.output) + L"<td>";
-    if (!report.picture.empty() && pictures_ < kMostPictures) {
-        ++pictures_;
-        row += L"<img alt=\"\" src=\"data:image/png;base64," + Base64(report.picture) + L"\">";
-    }
-    return Write(row + L"</td></tr>\n");
+    return Write(row + PathCell(entry.output) + L"</tr>\n");
 }
 
 bool HtmlReport::Finish(std::wstring_view summary) {
