@@ -4,7 +4,8 @@
  * UTF-8, each ended by a NUL, the job ended by an empty text. It then leaves that pipe open for as long as it
  * wants the conversion: the worker takes the end of the pipe for the death of its caller, stops and cleans
  * up. The worker answers on its standard output in lines: "P <percent>" whenever the whole percentage has
- * grown, and at last "R <result> <reason>", a number of result.h. */
+ * grown, and at last "R <result> <reason>", a number of result.h. A job may say the result with which the
+ * library refuses it, for what only its side can see: the worker then converts nothing but reports it. */
 #pragma once
 
 #define MORVEX_WORKER_NAME "morvex-engine"
@@ -18,6 +19,7 @@
 #define MORVEX_JOB_PARALLEL "parallel="
 #define MORVEX_JOB_PICTURE "picture="
 #define MORVEX_JOB_TRACE "trace="
+#define MORVEX_JOB_REFUSED "refused="
 
 #define MORVEX_LINE_PROGRESS 'P'
 #define MORVEX_LINE_RESULT 'R'

@@ -18,6 +18,7 @@ struct Request {
     const Format* from = nullptr;
     const Format* to = nullptr;
     bool parallel = false;  // other conversions run at the same time: keep to one processor
+    int refused = 0;        // the result with which the caller's system refuses the job; 0: it does not
     bool trace = false;     // let the libraries' own messages reach standard error
 };
 

@@ -53,7 +53,8 @@ static void AppendNumber(struct Text* job, const char* key, int number) {
     AppendField(job, key, start);
 }
 
-/* Locks of other programs are known to this side only: the worker of a Wine process does not see them. */
+/* Locks of other programs and the system's attributes are known to this side only: the worker of a Wine
+ * process does not see them. */
 static int CheckLocks(const WCHAR* inputPath, const WCHAR* outputPath) {
     const DWORD share = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
     HANDLE file = CreateFileW(inputPath, GENERIC_READ, share, NULL, OPEN_EXISTING, 0, NULL);
@@ -65,6 +66,9 @@ static int CheckLocks(const WCHAR* inputPath, const WCHAR* outputPath) {
                              error == ERROR_INVALID_NAME || error == ERROR_BAD_NETPATH;
         return missing ? ZEL_NO_FILE : ZEL_CANNOT_OPEN_INPUT;
     }
+    const DWORD attributes = GetFileAttributesW(outputPath);
+    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY))
+        return ZEL_CANNOT_WRITE;
     file = CreateFileW(outputPath, GENERIC_WRITE | DELETE, share, NULL, OPEN_EXISTING, 0, NULL);
     if (file != INVALID_HANDLE_VALUE) {
         CloseHandle(file);
@@ -159,14 +163,16 @@ int __cdecl _zelConvert(int inputFormat, int outputFormat, const WCHAR* inputPat
     (void)schemaFolder, (void)reserved, (void)option, (void)reserved2,
         (void)runSize; /* of no use to this engine */
     if (inputPath == NULL || outputPath == NULL || *inputPath == 0 || *outputPath == 0) return ZEL_FAILED;
-    result = CheckLocks(inputPath, outputPath);
-    if (result == ZEL_OK) result = ComposeJob(&job, inputPath, outputPath, configFile);
+    const int refused = CheckLocks(inputPath, outputPath);
+    if (refused == ZEL_NO_FILE) return refused;
+    result = ComposeJob(&job, inputPath, outputPath, configFile);
     if (result == ZEL_OK) {
         AppendNumber(&job, MORVEX_JOB_INPUT_FORMAT, inputFormat);
         AppendNumber(&job, MORVEX_JOB_OUTPUT_FORMAT, outputFormat);
         AppendNumber(&job, MORVEX_JOB_PARALLEL, parallel || RunsBesideOthers());
         AppendNumber(&job, MORVEX_JOB_PICTURE, IsSetTo1("MORVEX_PREVIEW"));
         AppendNumber(&job, MORVEX_JOB_TRACE, traceLevel);
+        AppendNumber(&job, MORVEX_JOB_REFUSED, refused);
         Append(&job, "", 1);
         result = job.failed ? ZEL_FAILED : RunWorker(&job, traceLevel < 0, progress);
     }

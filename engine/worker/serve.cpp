@@ -58,6 +58,7 @@ Outcome Convert(const std::string& job) {
     request.parallel = Field(job, MORVEX_JOB_PARALLEL) == "1";
     if (Field(job, MORVEX_JOB_PICTURE) == "1") request.settings.emplace_back(kPictureSetting);
     request.trace = std::atoi(Field(job, MORVEX_JOB_TRACE).c_str()) < 0;
+    request.refused = std::atoi(Field(job, MORVEX_JOB_REFUSED).c_str());
     request.from = FindInputFormat(std::atoi(Field(job, MORVEX_JOB_INPUT_FORMAT).c_str()), request.input);
     request.to = FindOutputFormat(std::atoi(Field(job, MORVEX_JOB_OUTPUT_FORMAT).c_str()), request.output);
     if (request.input.empty() || request.output.empty())

@@ -28,6 +28,13 @@ Outcome Failed(const std::string& why) {
     return Outcome::Fail(ZEL_FAILED, why);
 }
 
+// The caller's system knows of locks and attributes that this one does not.
+Outcome Refused(int result) {
+    return Outcome::Fail(result, result == ZEL_CANNOT_WRITE
+                                     ? "The output is in use by another program, or it is read-only"
+                                     : "The input is in use by another program");
+}
+
 // What falls over or hangs while it reads does so over its input.
 Outcome Broken(Phase phase, const std::string& why) {
     return Outcome::Fail(phase == Phase::Read ? ZEL_CORRUPTED : ZEL_FAILED, why);
@@ -98,6 +105,7 @@ Outcome Supervise(const Request& request, const SupervisorOptions& options) {
     JobEnd end;
     Outcome outcome = CheckInput(request);
     if (outcome.IsOk()) outcome = staging.Open(request);
+    if (outcome.IsOk() && request.refused != ZEL_OK) outcome = Refused(request.refused);
     if (outcome.IsOk()) {
         const std::uint64_t inputSize = SizeOf(request.input);
         const std::uint64_t memory =
