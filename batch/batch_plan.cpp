@@ -181,7 +181,7 @@ std::optional<RefusedTask> BatchPlan::ObjectionToOverwrite(const BatchTask& task
 int BatchPlan::AvoidLinks(const OutputName& name, int number) {
     std::optional<FileId> identity = IdentityOf(name.Path(number));
     if (identity) Identify();
-    while (identity && !identities_.insert(*identity).second) {
+    while (identity && !identities_.Insert(*identity)) {
         number = names_.TakeNext(name);
         identity = IdentityOf(name.Path(number));
     }
@@ -192,7 +192,7 @@ void BatchPlan::Identify() {
     for (const size_t count = list_.Count(); identified_ < count; ++identified_) {
         const SourceList::Entry entry = list_.At(identified_);
         if (const auto identity = IdentityOf(JoinPath(entry.file.folder, entry.file.name)))
-            identities_.insert(*identity);
+            identities_.Insert(*identity);
     }
 }
 

@@ -5,7 +5,6 @@
 #include <functional>
 #include <mutex>
 #include <optional>
-#include <set>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -97,7 +96,7 @@ class BatchPlan {
     std::vector<bool> share_;  // of the files, those of this shard
     std::atomic<size_t> shareSize_ = 0;
     size_t identified_ = 0;  // inputs whose identity is known
-    std::set<FileId> identities_;
+    FileSet identities_;
     // Outputs of a hot folder's files, which may come again: they are others then than the log has known.
     std::unordered_map<OutputNames::Key, std::wstring> given_;
 };

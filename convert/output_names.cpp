@@ -11,11 +11,19 @@
 namespace morvex {
 namespace {
 
-// Upper case as the file system folds it, so that equal keys mean one file.
+// Upper case and composed letters, so that equal keys mean one file: file systems fold the one, some of them
+// the other too.
 std::wstring Folded(std::wstring_view text) {
-    std::wstring key(text.size(), L'\0');
     const int length = static_cast<int>(text.size());
-    LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_UPPERCASE, text.data(), length, key.data(), length, nullptr,
+    std::wstring composed(text.size(), L'\0');
+    const int room = FoldStringW(MAP_PRECOMPOSED, text.data(), length, composed.data(), length);
+    if (room > 0)
+        composed.resize(static_cast<size_t>(room));
+    else
+        composed = text;
+    std::wstring key(composed.size(), L'\0');
+    const int size = static_cast<int>(composed.size());
+    LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_UPPERCASE, composed.data(), size, key.data(), size, nullptr,
                   nullptr, 0);
     return key;
 }
@@ -93,7 +101,7 @@ const std::wstring& OutputNames::FolderKey(const std::wstring& folder) {
     const std::optional<FileId> identity = IdentityOf(JoinPath(folder, L""));
     // Without the volume, which may be known under two drive letters with two serial numbers: at worst two
     // folders pass for one, and a file gets a number that it does not need.
-    return key = identity ? std::to_wstring(identity->second) + L"\\" : FullText(folder);
+    return key = identity ? std::to_wstring(identity->number) + L"\\" : FullText(folder);
 }
 
 }  // namespace morvex

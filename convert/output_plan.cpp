@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <new>
 #include <optional>
-#include <set>
 
 #include "win/file_identity.h"
 #include "win/paths.h"
@@ -45,24 +44,28 @@ OutputPlan::OutputPlan(const std::vector<SourceFile>& sources, const ConversionR
         row.name = NameOutput(source, request);
         row.number = names_.Take(row.name);
     }
-    AvoidLinks(sources);
+    AvoidLinks(sources, kept);
 }
 
-// An output that exists may be a link to an input or to another row's output, or an input a link to it.
-void OutputPlan::AvoidLinks(const std::vector<SourceFile>& sources) {
+// An output that exists may be a link to an input, to a file to be kept or to another row's output, or one of
+// these a link to it.
+void OutputPlan::AvoidLinks(const std::vector<SourceFile>& sources, const std::vector<std::wstring>& kept) {
     const auto outputs = IdentitiesOf(rows_.size(), [&](size_t i) { return rows_[i].Path(); });
     if (std::none_of(outputs.begin(), outputs.end(),
                      [](const auto& identity) { return identity.has_value(); }))
         return;
-    std::set<FileId> used;
-    for (const auto& identity : IdentitiesOf(
-             sources.size(), [&](size_t i) { return JoinPath(sources[i].folder, sources[i].name); })) {
-        if (identity) used.insert(*identity);
-    }
+    FileSet used;
+    const auto use = [&](const std::vector<std::optional<FileId>>& identities) {
+        for (const auto& identity : identities) {
+            if (identity) used.Insert(*identity);
+        }
+    };
+    use(IdentitiesOf(sources.size(), [&](size_t i) { return JoinPath(sources[i].folder, sources[i].name); }));
+    use(IdentitiesOf(kept.size(), [&](size_t i) { return kept[i]; }));
     for (size_t i = 0; i < rows_.size(); ++i) {
         Row& row = rows_[i];
         std::optional<FileId> identity = outputs[i];
-        while (identity && !used.insert(*identity).second) {
+        while (identity && !used.Insert(*identity)) {
             row.number = names_.TakeNext(row.name);
             identity = IdentityOf(row.Path());
         }

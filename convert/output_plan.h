@@ -13,8 +13,8 @@ namespace morvex {
 // too. Where the rules give a name that is taken, " (2)", " (3)"... goes before the extension, in list order.
 class OutputPlan {
   public:
-    // No output has a path of `kept`. Asks the file system for each folder once and for each output; the
-    // inputs too if an output exists.
+    // No output is a file of `kept`. Asks the file system for each folder once and for each output; for the
+    // inputs and the kept files too if an output exists.
     OutputPlan(const std::vector<SourceFile>& sources, const ConversionRequest& request,
                const std::vector<std::wstring>& kept = {});
 
@@ -35,7 +35,7 @@ class OutputPlan {
         std::wstring Path() const { return name.Path(number); }
     };
 
-    void AvoidLinks(const std::vector<SourceFile>& sources);
+    void AvoidLinks(const std::vector<SourceFile>& sources, const std::vector<std::wstring>& kept);
 
     std::vector<Row> rows_;
     OutputNames names_;

@@ -3,7 +3,6 @@
 #include <windows.h>
 
 #include <optional>
-#include <set>
 #include <utility>
 
 #include "win/file_identity.h"
@@ -85,7 +84,7 @@ class FolderScan {
              above = FolderOf(above)) {
             if (IdOf(above) == target) return false;
         }
-        return linked_.insert(*target).second;
+        return linked_.Insert(*target);
     }
 
     void Report(const std::wstring& folder) {
@@ -99,7 +98,7 @@ class FolderScan {
     const ScanReceiver& receive_;
     const std::function<void(const std::wstring&)>& refuse_;
     std::vector<OpenFolder> open_;
-    std::set<FileId> linked_;
+    FileSet linked_;
     std::vector<ListRow> rows_;
     ULONGLONG reported_ = GetTickCount64();
 };

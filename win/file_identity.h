@@ -1,20 +1,46 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <utility>
 
 namespace morvex {
 
-// Volume and file number: the same for every path that leads to a file or folder, links followed.
-using FileId = std::pair<std::uint32_t, std::uint64_t>;
+// What tells an existing file or folder from every other one, links followed. One volume may be known under
+// two drive letters by two numbers: then size and time of the last change decide.
+struct FileId {
+    std::uint64_t number = 0;  // on its volume
+    std::uint32_t volume = 0;
+    std::uint64_t size = 0, changed = 0;
+
+    bool operator==(const FileId& other) const {
+        return number == other.number &&
+               (volume == other.volume || (size == other.size && changed == other.changed));
+    }
+};
 
 // The identity of an existing file or folder; nothing when there is none or it cannot be opened.
 std::optional<FileId> IdentityOf(const std::wstring& path);
 
 // True when both paths lead to one existing file, however they are spelled.
 bool SameFile(const std::wstring& a, const std::wstring& b);
+
+class FileSet {
+  public:
+    // False when the file is in the set already.
+    bool Insert(const FileId& file) {
+        const auto [first, last] = files_.equal_range(file.number);
+        if (std::any_of(first, last, [&](const auto& known) { return known.second == file; })) return false;
+        files_.emplace(file.number, file);
+        return true;
+    }
+
+  private:
+    std::unordered_multimap<std::uint64_t, FileId> files_;
+};
 
 // Size and time of a file's last change; nothing when there is none. Unequal when it was written between.
 using FileStamp = std::optional<std::pair<std::uint64_t, std::uint64_t>>;

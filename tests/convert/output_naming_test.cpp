@@ -97,6 +97,9 @@ TEST(OutputNaming, KeepsOutputsOfOneRunApart) {
     // Another row's input is not written either.
     EXPECT_EQ(plan({{L"C:\\in", L"a.stp"}, {L"C:\\in", L"a.igs"}}, To(L".igs", 1, 6)),
               (Paths{L"C:\\in\\a (2).igs", L"C:\\in\\a-zel.igs"}));
+    // One letter in two spellings is one name to some file systems.
+    EXPECT_EQ(plan({{L"C:\\1", L"\u00E9.stp"}, {L"C:\\2", L"E\u0301.stp"}}, Into(To(L".stl"))),
+              (Paths{L"D:\\out\\\u00E9.stl", L"D:\\out\\E\u0301 (2).stl"}));
     // The same row twice is converted twice.
     EXPECT_EQ(plan({{L"C:\\in", L"a.stp"}, {L"C:\\in", L"a.stp"}}, To(L".igs", 1, 6)),
               (Paths{L"C:\\in\\a.igs", L"C:\\in\\a (2).igs"}));
@@ -127,6 +130,15 @@ TEST(OutputNaming, ComparesFilesAndNotTexts) {
         EXPECT_EQ(FileNameOf(plan.Path(0)), L"a (2).stp") << testing::PrintToString(spelled);
         EXPECT_EQ(FileNameOf(plan.Path(1)), L"a (3).stp");
     }
+    // The short name of a source among the rows, its long one that of another row's output.
+    test::WriteFileBytes(in + L"\\a long name.stp", "precious");
+    wchar_t brief[MAX_PATH];
+    ASSERT_GT(GetShortPathNameW((in + L"\\a long name.stp").c_str(), brief, MAX_PATH), 0u);
+    ASSERT_NE(FileNameOf(brief), L"a long name.stp");
+    const OutputPlan briefly({{in, std::wstring(FileNameOf(brief))}, {in, L"a long name.step"}},
+                             Into(To(L".stp", 4, 4), std::wstring(FolderOf(brief))));
+    EXPECT_EQ(FileNameOf(briefly.Path(1)), L"a long name (2).stp");
+
     // An output that is a link to a row's input, and one that is a link to another output.
     ASSERT_TRUE(CreateHardLinkW((out + L"\\a.stl").c_str(), (in + L"\\a.stp").c_str(), nullptr));
     test::WriteFileBytes(out + L"\\b.stl", "old");
@@ -141,6 +153,15 @@ TEST(OutputNaming, LeavesFilesAloneThatAreToBeKept) {
     const OutputPlan plan({{L"C:\\in", L"a.step"}}, Into(To(L".stl")),
                           {L"C:\\in\\a.stp", L"D:\\OUT\\A.stl", L"D:\\out\\a (2).stl"});
     EXPECT_EQ(plan.Path(0), L"D:\\out\\a (3).stl");
+
+    // By another of its names: the first output is a link to such a file.
+    const test::TempFolder folder;
+    test::WriteFileBytes(folder / L"source of another row.igs", "precious");
+    ASSERT_TRUE(CreateHardLinkW((folder / L"b.stl").c_str(), (folder / L"source of another row.igs").c_str(),
+                                nullptr));
+    const OutputPlan linked({{L"C:\\in", L"b.stp"}}, Into(To(L".stl"), folder.Path()),
+                            {folder / L"source of another row.igs"});
+    EXPECT_EQ(linked.Path(0), folder / L"b (2).stl");
 }
 
 TEST(OutputNaming, GivesANameToOneRunAtATime) {
