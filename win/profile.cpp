@@ -2,6 +2,9 @@
 
 #include <windows.h>
 
+#include <algorithm>
+#include <cstdint>
+
 #include "win/paths.h"
 #include "win/system_lock.h"
 
@@ -14,8 +17,26 @@ std::wstring TemporaryFor(const std::wstring& file) {
     return file + L"." + std::to_wstring(GetCurrentProcessId()) + L".tmp";
 }
 
-bool WriteEntry(const std::wstring& file, const wchar_t* section, const wchar_t* key, const wchar_t* value) {
-    return WritePrivateProfileStringW(section, key, value, file.c_str()) != FALSE;
+// The system's functions say nothing of a disk that is full, and leave a cut file: so its room is looked at
+// first. A new file of ours takes a few kilobytes.
+bool HasRoomFor(const std::wstring& file) {
+    constexpr std::uint64_t kFewKilobytes = 32 << 10;
+    ULARGE_INTEGER room{};
+    return !GetDiskFreeSpaceExW(JoinPath(FolderOf(file), L"").c_str(), &room, nullptr, nullptr) ||
+           room.QuadPart >= 2 * FileSizeOf(file).value_or(0) + kFewKilobytes;
+}
+
+// A copy of the file, or a new one when there is none, with these entries in it; false, and nothing left,
+// when that cannot be made.
+bool MakeTemporary(const std::wstring& temporary, const std::wstring& file, std::span<const Entry> entries) {
+    DeleteFileW(temporary.c_str());  // a process that died may have left it
+    const bool made =
+        HasRoomFor(file) && (!PathExists(file) || CopyFileW(file.c_str(), temporary.c_str(), TRUE)) &&
+        std::ranges::all_of(entries, [&](const Entry& entry) {
+            return WritePrivateProfileStringW(entry.section, entry.key, entry.value, temporary.c_str());
+        });
+    if (!made) DeleteFileW(temporary.c_str());
+    return made;
 }
 
 // Gives the finished file its name. Readers that are not this program's may keep the old one open for a
@@ -54,22 +75,16 @@ bool WriteText(const std::wstring& file, const wchar_t* section, const wchar_t* 
     const bool exists = attributes != INVALID_FILE_ATTRIBUTES;
     if (exists && attributes & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY)) return false;
     const std::wstring temporary = TemporaryFor(file);
-    if (exists && !CopyFileW(file.c_str(), temporary.c_str(), FALSE)) return false;
-    if (!WriteEntry(temporary, section, key, value.c_str())) {
-        DeleteFileW(temporary.c_str());
-        return false;
-    }
-    return PutInPlace(temporary, file, MOVEFILE_REPLACE_EXISTING);
+    const Entry entry = {section, key, value.c_str()};
+    return MakeTemporary(temporary, file, {&entry, 1}) &&
+           PutInPlace(temporary, file, MOVEFILE_REPLACE_EXISTING);
 }
 
 bool Create(const std::wstring& file, std::span<const Entry> entries) {
     const SystemLock turn(kWritersTurn);
     if (PathExists(file)) return false;
     const std::wstring temporary = TemporaryFor(file);
-    for (const Entry& entry : entries) {
-        if (!WriteEntry(temporary, entry.section, entry.key, entry.value)) return false;
-    }
-    return PutInPlace(temporary, file, 0);
+    return MakeTemporary(temporary, file, entries) && PutInPlace(temporary, file, 0);
 }
 
 std::vector<std::wstring> SectionNames(const std::wstring& file) {
