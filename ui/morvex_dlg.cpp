@@ -185,8 +185,7 @@ bool CmorvexDlg::OnMessage(UINT message, WPARAM wParam, LPARAM lParam, INT_PTR& 
             return true;
         }
         case WM_TIMER:
-            if (wParam == kRunNewsTimer) running_.OnNews();
-            if (wParam == kRunClockTimer) running_.OnClock();
+            if (wParam == kRunNewsTimer || wParam == kRunClockTimer) running_.OnNews();
             if (wParam == kFlashTimer) formats_.OnFlashTimer();
             return true;
         default:

@@ -1,5 +1,7 @@
 #include "ui/run_worker.h"
 
+#include <pthread.h>
+
 namespace morvex {
 
 RunWorker::~RunWorker() {
@@ -13,9 +15,17 @@ void RunWorker::Start(ConversionJob job) {
 }
 
 RunNews RunWorker::Take() {
+    const bool ended = ThreadEnded();  // asked first: then the box holds all that it had to tell
     RunNews news = mailbox_.Take();
+    if (ended && !news.outcome)
+        news.outcome = RunOutcome{
+            .lastResult = kResultFailed, .abandoned = true, .message = L"The run has ended unexpectedly."};
     if (news.outcome) thread_.join();
     return news;
+}
+
+bool RunWorker::ThreadEnded() {
+    return Active() && WaitForSingleObject(pthread_gethandle(thread_.native_handle()), 0) == WAIT_OBJECT_0;
 }
 
 void RunWorker::Run(const ConversionJob& job) {

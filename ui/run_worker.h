@@ -37,9 +37,12 @@ class RunWorker : private RunObserver {
     bool Active() const { return thread_.joinable(); }
     // The run begins no file any more and ends the children that run.
     void Stop() { stop_ = true; }
+    // Everything told since the last time. Where the run's thread has ended without a word, the outcome is an
+    // abandoned run.
     RunNews Take();
 
   private:
+    bool ThreadEnded();
     void OnStatus(size_t row, const RowStatus& status) override;
     void OnProgress(size_t row, int percent) override;
     bool StopRequested() override { return stop_; }

@@ -143,6 +143,11 @@ void Running::ShowProgress() {
 }
 
 void Running::OnEnded(const RunOutcome& outcome) {
+    // A run that has come to grief may not have told what becomes of its rows.
+    for (const size_t row : rows_) {
+        if (!state_.list.Row(row).status.Final())
+            state_.list.SetStatus(row, StatusOfState(RowState::NotConverted, state_.context.text));
+    }
     progress_.reset();
     KillTimer(state_.window, kRunClockTimer);
     state_.run = RunState::Finished;

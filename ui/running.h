@@ -25,9 +25,8 @@ class Running {
     // The thread of a run is still there.
     bool Active() const { return worker_.Active(); }
     void OnNewsPosted();
+    // On the tick of kRunClockTimer too: the time is shown, and a run that cannot tell its end is noticed.
     void OnNews();
-    // On the tick of kRunClockTimer.
-    void OnClock() { ShowProgress(); }
     // The user has seen how the last run ended: its mark leaves the taskbar.
     void OnNoticed() {
         if (taskbar_.Shown() && !Active()) taskbar_.Clear();
