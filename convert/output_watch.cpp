@@ -11,21 +11,22 @@ namespace morvex {
 
 OutputWatch::OutputWatch(std::wstring output)
     : output_(std::move(output)),
+      report_(output_ + kReportSuffix),
       before_(StampOf(output_)),
-      reportBefore_(StampOf(output_ + kReportSuffix)) {}
+      reportBefore_(StampOf(report_)) {}
 
 void OutputWatch::RemoveHalfWritten() const {
     const FileStamp now = StampOf(output_);
     if (now && now != before_) DeleteFileW(WithLongPrefix(output_).c_str());
+    if (ReadReason().empty()) DeleteFileW(WithLongPrefix(report_).c_str());
 }
 
 void OutputWatch::RemoveStaleReport() const {
-    const std::wstring report = output_ + kReportSuffix;
-    if (reportBefore_ && StampOf(report) == reportBefore_) DeleteFileW(WithLongPrefix(report).c_str());
+    if (reportBefore_ && StampOf(report_) == reportBefore_) DeleteFileW(WithLongPrefix(report_).c_str());
 }
 
 std::wstring OutputWatch::ReadReason() const {
-    const FileStamp now = StampOf(output_ + kReportSuffix);
+    const FileStamp now = StampOf(report_);
     if (!now || now == reportBefore_) return {};
     const auto report = ReadConversionReport(output_);
     return report ? report->reason : std::wstring();

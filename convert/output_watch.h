@@ -12,7 +12,8 @@ class OutputWatch {
   public:
     explicit OutputWatch(std::wstring output);
 
-    // The conversion did not come to its end: what it has written goes. A file that it has not touched stays.
+    // The conversion did not come to its end: what it has written goes, but for a report that says why. An
+    // output that it has not touched stays.
     void RemoveHalfWritten() const;
     // The conversion failed: the report of an earlier one goes. One that it has left itself stays.
     void RemoveStaleReport() const;
@@ -20,7 +21,7 @@ class OutputWatch {
     std::wstring ReadReason() const;
 
   private:
-    std::wstring output_;
+    std::wstring output_, report_;
     FileStamp before_;
     FileStamp reportBefore_;
 };

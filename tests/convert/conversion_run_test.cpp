@@ -186,7 +186,7 @@ TEST(ConversionRun, OldFilesOutliveTheFaultsOfTheLibrary) {
         std::wstring script, output;
         std::string left;
     } cases[] = {
-        {L"read", L"a.stl", "old"}, {L"output,read", L"a.stl", ""}, {L"output", L".\\a.stp", "input"}};
+        {L"read", L"a.stl", "old"}, {L"output,praise,read", L"a.stl", ""}, {L"output", L".\\a.stp", "input"}};
     for (const auto& [script, output, left] : cases) {
         SetEnvironmentVariableW(L"MORVEX_TEST_SCRIPT", script.c_str());
         if (output == L"a.stl") test::WriteFileBytes(folder / output, "old");
@@ -194,6 +194,7 @@ TEST(ConversionRun, OldFilesOutliveTheFaultsOfTheLibrary) {
         RunConversions(job, recorder);
         EXPECT_EQ(recorder.last[0].state, RowState::Failed);
         EXPECT_EQ(PathExists(*job.output), !left.empty());
+        EXPECT_FALSE(PathExists(*job.output + L"-zel.xml"));
         EXPECT_EQ(test::ReadFileBytes(*job.output), left);
     }
     EXPECT_EQ(recorder.Last(0), L"Cannot write Output File");
