@@ -2,8 +2,10 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
+#include <iterator>
 #include <map>
 #include <optional>
 #include <psapi.h>
@@ -20,6 +22,8 @@ namespace {
 constexpr DWORD kPollMilliseconds = 5;
 constexpr ULONGLONG kMemoryPollMilliseconds = 200;
 constexpr DWORD kDeathMilliseconds = 10000;  // no process takes that long to die
+constexpr int kTries = 50;                   // to start a child, while what hinders it may pass
+constexpr DWORD kBetweenTriesMilliseconds = 100;
 
 // Backslashes right before the closing quote would escape it.
 std::wstring Quoted(const std::wstring& text) {
@@ -33,6 +37,24 @@ bool StillRunning(HANDLE process) {
     DWORD exitCode = 0;
     return GetExitCodeProcess(process, &exitCode) && exitCode == STILL_ACTIVE &&
            WaitForSingleObject(process, 0) == WAIT_TIMEOUT;
+}
+
+// Want of memory or of a place for a new process (Wine's internal error), or a program file that somebody
+// looks through: another moment may be better.
+bool MayPass(DWORD error) {
+    constexpr DWORD kPassing[] = {ERROR_INTERNAL_ERROR,   ERROR_NOT_ENOUGH_MEMORY,
+                                  ERROR_OUTOFMEMORY,      ERROR_NO_SYSTEM_RESOURCES,
+                                  ERROR_COMMITMENT_LIMIT, ERROR_SHARING_VIOLATION};
+    return std::ranges::find(kPassing, error) != std::end(kPassing);
+}
+
+template <class Start>
+bool StartPatiently(Start start) {
+    for (int tries = 1; !start(); ++tries) {
+        if (tries == kTries || !MayPass(GetLastError())) return false;
+        Sleep(kBetweenTriesMilliseconds);
+    }
+    return true;
 }
 
 std::uint64_t MostMemoryOfChild(unsigned megabytes) {
@@ -109,11 +131,7 @@ class Child {
                                       DETACHED_PROCESS | CREATE_UNICODE_ENVIRONMENT | flags,
                                   environment.data(), nullptr, &startup.StartupInfo, &created) != FALSE;
         };
-        const auto startInJob = [&] { return start(EXTENDED_STARTUPINFO_PRESENT); };
-        // Wine now and then finds no place for a new process; the next try does.
-        const bool inJob =
-            attributes.Usable() && (startInJob() || (GetLastError() == ERROR_INTERNAL_ERROR && startInJob()));
-        if (!inJob) {
+        if (!attributes.Usable() || !StartPatiently([&] { return start(EXTENDED_STARTUPINFO_PRESENT); })) {
             startup.StartupInfo.cb = sizeof startup.StartupInfo;
             // Where the system denies the job, a child outside of it is better than none.
             if (!start(0)) return false;

@@ -11,6 +11,7 @@
 #include <mutex>
 #include <omp.h>
 #include <set>
+#include <thread>
 
 #include "convert/conversion_run.h"
 #include "tests/support/library_log.h"
@@ -137,6 +138,28 @@ TEST(ChildProcess, ExitCodesAndDeathsBecomeTheRowsText) {
     EXPECT_EQ(status.texts[0], L"OK");
     EXPECT_TRUE(outcome.abandoned);
     EXPECT_EQ(outcome.message, L"A component is missing : C:\\no such program.exe");
+}
+
+// Somebody looks through the program's file for a moment, a virus scanner say.
+TEST(ChildProcess, WaitsForAProgramThatIsInUse) {
+    const LibraryLog log;
+    LastStatus status;
+    ConversionJob job = Job({L"{result=-32}.stp"});
+    const test::TempFolder folder;
+    job.request.program = folder / L"in use.exe";
+    CreateDirectoryW((folder / L"recording").c_str(), nullptr);
+    ASSERT_TRUE(CopyFileW(ModulePath().c_str(), job.request.program.c_str(), TRUE));
+    ASSERT_TRUE(CopyFileW(LibraryLog::LibraryPath().c_str(),
+                          (folder / L"recording\\Polyvane_x64.dll").c_str(), TRUE));
+    UniqueHandle held = OwnFile(
+        CreateFileW(job.request.program.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    ASSERT_TRUE(held);
+    const std::jthread release([&] {
+        Sleep(300);
+        held.reset();
+    });
+    RunConversions(job, status);
+    EXPECT_EQ(status.texts[0], L"Empty File");
 }
 
 TEST(ChildProcess, TellsItsProgress) {
