@@ -18,7 +18,7 @@ struct FaultCase {
 constexpr FaultCase kFaults[] = {
     {L"{output,read}", L"KO"},
     {L"{output}first", L"OK"},
-    {L"{output,write}", L"KO"},
+    {L"{output,praise,write}", L"KO"},
     {L"{output,overflow=40}", L"KO"},
     {L"{output,overflow=300}", L"KO"},
     {L"{output,overflow=900}", L"KO"},
@@ -36,7 +36,7 @@ constexpr FaultCase kFaults[] = {
     {L"{output,hoard}", L"KO", true},
     {L"{stdio=200,spew=200,output}", L"OK"},
     {L"{result=-32}", L"Empty File"},
-    {L"{output,smash}", L"KO", true},
+    {L"{output,praise,smash}", L"KO", true},
     {L"{output,abort}", L"KO", true},
     {L"{output,fastfail}", L"KO", true},
     {L"{output,kill}", L"KO", true},
@@ -99,7 +99,7 @@ TEST(Faults, LeaveTheOldOutput) {
 
 // Each has all the time of the machine: they run at once.
 TEST(Faults, LateChildrenAreEnded) {
-    const std::vector<std::wstring> names = {L"{spew=1,output,sleep=600000}.stp", L"{output,loop}.stp",
+    const std::vector<std::wstring> names = {L"{spew=1,output,praise,sleep=600000}.stp", L"{output,loop}.stp",
                                              L"{attach}.stp", L"{output}.stp"};
     const ListedFiles files(names, L"Multiprocess=1\nSecondsPerFile=10\n");
     const LibraryLog log;
@@ -112,6 +112,20 @@ TEST(Faults, LateChildrenAreEnded) {
               (std::vector<std::wstring>{L"Took too long", L"Took too long", L"Took too long", L"OK"}));
     EXPECT_EQ(files.FilesBeside(), std::set<std::wstring>{files.Output(names.back())});
     ExpectGone(log.Calls());
+}
+
+// The run itself is gone with its thread: it is ended with an error, and the window can be used again.
+TEST(Faults, ARunThatVanishesIsNoticed) {
+    const std::vector<std::wstring> names = {L"first.stp", L"{lonely}.stp", L"last.stp"};
+    const ListedFiles files(names);
+    const LibraryLog log;
+    const OpenWindow window(files.InProgram());
+    ASSERT_TRUE(test::Eventually([&] { return window.Rows() == names.size() && !window.Converting(); }));
+    ASSERT_TRUE(window.Convert());
+    EXPECT_EQ(window.Statuses(), (std::vector<std::wstring>{L"OK", L"Not converted", L"Not converted"}));
+    ASSERT_TRUE(test::Eventually([&] { return window.Message() != nullptr; }));
+    PostMessageW(window.Message(), WM_COMMAND, IDOK, 0);
+    EXPECT_TRUE(test::Eventually([&] { return IsWindowEnabled(window.Handle()) && !window.Message(); }));
 }
 
 TEST(Faults, AFaultInTheVersionQueryLeavesTheWindow) {

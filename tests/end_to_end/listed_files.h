@@ -42,6 +42,9 @@ class ListedFiles {
         WriteTextFile(program_.UserFolder() + L"\\zel_last_state.ini", list);
     }
 
+    // The test has taken or changed this source itself.
+    void Forget(const std::wstring& name) { files_.erase(name); }
+
     const Program& InProgram() const { return program_; }
     std::wstring Folder() const { return program_.Folder() + L"\\in"; }
     std::wstring Input(const std::wstring& name) const { return Folder() + L"\\" + name; }

@@ -1,5 +1,6 @@
 #include "tests/end_to_end/program.h"
 
+#include <cstdlib>
 #include <gtest/gtest.h>
 
 #include "convert/child_process.h"
@@ -89,6 +90,17 @@ UniqueHandle Program::Start(const std::wstring& arguments, DWORD& id, HANDLE out
     CloseHandle(created.hThread);
     id = created.dwProcessId;
     return UniqueHandle(created.hProcess);
+}
+
+EngineBehind::EngineBehind() {
+    const char* const program = std::getenv("MORVEX_PROGRAM_FOLDER");
+    if (!program) return;
+    const std::string engine = std::string("Z:") + program + "/Plugins/Polyvane_x64.dll";
+    found_ = SetEnvironmentVariableA("MORVEX_TEST_LIBRARY", engine.c_str()) != FALSE;
+}
+
+EngineBehind::~EngineBehind() {
+    SetEnvironmentVariableA("MORVEX_TEST_LIBRARY", nullptr);
 }
 
 }  // namespace morvex::test

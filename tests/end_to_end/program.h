@@ -49,4 +49,19 @@ class Program {
     std::wstring program_ = folder_ / L"Morvex.exe";
 };
 
+// Makes the recording library pass calls without commands on to the real engine, until the object goes.
+class EngineBehind {
+  public:
+    EngineBehind();
+    ~EngineBehind();
+    EngineBehind(const EngineBehind&) = delete;
+    EngineBehind& operator=(const EngineBehind&) = delete;
+
+    // False where MORVEX_PROGRAM_FOLDER names no program folder that has one.
+    bool Found() const { return found_; }
+
+  private:
+    bool found_ = false;
+};
+
 }  // namespace morvex::test

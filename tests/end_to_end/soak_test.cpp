@@ -67,10 +67,8 @@ std::pair<size_t, size_t> Watch(const OpenWindow& window, const ListedFiles& fil
 }
 
 TEST(Soak, ALongRunStaysTrueAndSmall) {
-    const char* const program = std::getenv("MORVEX_PROGRAM_FOLDER");
-    if (!program) GTEST_SKIP() << "MORVEX_PROGRAM_FOLDER names no program folder with an engine";
-    const std::string engine = std::string("Z:") + program + "/Plugins/Polyvane_x64.dll";
-    SetEnvironmentVariableA("MORVEX_TEST_LIBRARY", engine.c_str());
+    const test::EngineBehind engine;
+    if (!engine.Found()) GTEST_SKIP() << "MORVEX_PROGRAM_FOLDER names no program folder with an engine";
     const std::string whole = test::ReadFileBytes(kPart);
     ASSERT_FALSE(whole.empty());
     const size_t count = FileCount();
@@ -85,7 +83,6 @@ TEST(Soak, ALongRunStaysTrueAndSmall) {
     const ListedFiles files(std::move(bytes), L"Multiprocess=1\n", names);
     const LibraryLog log;
     const OpenWindow window(files.InProgram());
-    SetEnvironmentVariableA("MORVEX_TEST_LIBRARY", nullptr);
     ASSERT_TRUE(test::Eventually([&] { return window.Rows() == count && !window.Converting(); }));
     window.Begin();
     const auto [early, late] = Watch(window, files, count);

@@ -1,38 +1,16 @@
 // Outputs that meet a source or each other, in the real program.
-#include <functional>
-
+#include "tests/end_to_end/host.h"
 #include "tests/end_to_end/listed_files.h"
 #include "win/profile.h"
 
 namespace morvex {
 namespace {
 
+using test::HostPath;
 using test::LibraryLog;
 using test::ListedFiles;
+using test::OnHost;
 using test::OpenWindow;
-
-// The host's name of a path, where the program runs on Wine; nothing on Windows.
-std::string HostPath(const std::wstring& path) {
-    using Function = char* (*)(const wchar_t*);
-    const auto hostPath = reinterpret_cast<Function>(
-        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32"), "wine_get_unix_file_name")));
-    return hostPath ? hostPath(path.c_str()) : "";
-}
-
-std::wstring Wide(const std::string& ascii) {
-    return {ascii.begin(), ascii.end()};
-}
-
-// Runs a program of the host's, since Wine has no calls for links, until it has done what is wanted of it.
-void OnHost(const std::wstring& program, const std::wstring& arguments, const std::function<bool()>& done) {
-    std::wstring line = program + L" " + arguments;
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION created{};
-    CreateProcessW((L"Z:\\bin\\" + program).c_str(), line.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                   nullptr, &startup, &created);
-    EXPECT_TRUE(test::Eventually(done)) << testing::PrintToString(line);
-}
 
 // STEP to STEP into the folder of the sources, however it is spelled: both keep their bytes, both get a
 // result.
@@ -46,12 +24,11 @@ TEST(Sources, KeepTheirBytesHoweverTheOutputFolderIsSpelled) {
     std::replace(slashes.begin(), slashes.end(), L'\\', L'/');
     std::vector<std::wstring> spellings = {
         in, slashes, root + L"\\\\in", in + L"\\.", root + L"\\user\\..\\IN", L"\\\\?\\" + in, in + L". "};
-    const std::string host = HostPath(in);
-    const std::wstring link = root + L"\\link", hostLink = Wide(HostPath(root)) + L"/link";
+    const std::wstring host = HostPath(in);
+    const std::wstring link = root + L"\\link", hostLink = HostPath(root) + L"/link";
     if (!host.empty()) {
-        spellings.push_back(L"Z:" + Wide(host));
-        OnHost(L"ln", L"-sfn \"" + Wide(host) + L"\" \"" + hostLink + L"\"",
-               [&] { return FolderExists(link); });
+        spellings.push_back(L"Z:" + host);
+        OnHost(L"ln", L"-sfn \"" + host + L"\" \"" + hostLink + L"\"", [&] { return FolderExists(link); });
         spellings.push_back(link);
     }
     files.List(names, L"STEP (*.stp)");
@@ -69,6 +46,46 @@ TEST(Sources, KeepTheirBytesHoweverTheOutputFolderIsSpelled) {
         for (const std::wstring& result : results) DeleteFileW(result.c_str());
     }
     if (!host.empty()) OnHost(L"rm", L"-f \"" + hostLink + L"\"", [&] { return !PathExists(link); });
+}
+
+// Links among the outputs of earlier runs, by any drive letter: what they lead to keeps its bytes.
+TEST(Sources, KeepTheirBytesThroughLinks) {
+    const std::vector<std::wstring> names = {L"{output}a.step", L"{output}b.step", L"{output}c.step"};
+    const ListedFiles files(names);
+    const LibraryLog log;
+    const std::wstring settings = files.InProgram().UserFolder() + L"\\zel_morvex.ini";
+    const test::TempFolder made;
+    std::vector<std::wstring> folders = {made.Path()};
+    const std::wstring host = HostPath(L"C:\\");
+    // Beside the folder that is the drive C:.
+    if (!host.empty())
+        folders.push_back(L"Z:" + host + L"/../links-" + std::to_wstring(GetCurrentProcessId()));
+    for (const std::wstring& folder : folders) {
+        std::filesystem::create_directories(folder);
+        ASSERT_TRUE(
+            CreateHardLinkW((folder + L"/{output}a.stl").c_str(), files.Input(names[1]).c_str(), nullptr));
+        ASSERT_TRUE(
+            CreateHardLinkW((folder + L"/{output}b.stl").c_str(), files.Input(names[1]).c_str(), nullptr));
+        const std::wstring symbolic = folder + L"/{output}c.stl";
+        if (!host.empty())
+            OnHost(L"ln", L"-s \"" + HostPath(files.Input(names[0])) + L"\" \"" + HostPath(symbolic) + L"\"",
+                   [&] { return PathExists(symbolic); });
+        profile::WriteText(settings, L"General", L"SameFolderAsInput", L"0");
+        profile::WriteText(settings, L"General", L"Output_folder", folder);
+        {
+            const OpenWindow window(files.InProgram());
+            ASSERT_TRUE(test::Eventually([&] { return window.Rows() == 3 && !window.Converting(); }));
+            ASSERT_TRUE(window.Convert());
+            EXPECT_EQ(window.Statuses(), std::vector<std::wstring>(3, L"OK"));
+        }
+        EXPECT_TRUE(files.FilesBeside().empty());
+        for (const wchar_t* name : {L"a (2)", L"b (2)", L"c (2)"})
+            EXPECT_EQ(test::ReadFileBytes(folder + L"/{output}" + name + L".stl"), "written");
+        // Wine would remove what the link leads to.
+        if (!host.empty())
+            OnHost(L"rm", L"\"" + HostPath(symbolic) + L"\"", [&] { return !PathExists(symbolic); });
+        std::filesystem::remove_all(folder);
+    }
 }
 
 // The names of devices are no files: what is written there is lost.

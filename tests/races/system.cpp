@@ -48,6 +48,9 @@ int LCMapStringEx(const wchar_t*, DWORD, const wchar_t* from, int length, wchar_
     });
     return length;
 }
+int FoldStringW(DWORD, const wchar_t*, int, wchar_t*, int) {
+    return 0;
+}
 DWORD GetFullPathNameW(const wchar_t* path, DWORD room, wchar_t* full, wchar_t**) {
     const size_t length = std::wcslen(path);
     if (room <= length) return static_cast<DWORD>(length + 1);
@@ -74,6 +77,13 @@ BOOL PostMessageW(HWND window, UINT, WPARAM, LPARAM) {
 }
 BOOL IsWindow(HWND) {
     return TRUE;
+}
+// As if each thread were still at its end.
+HANDLE pthread_gethandle(unsigned long) {
+    return nullptr;
+}
+DWORD WaitForSingleObject(HANDLE, DWORD) {
+    return WAIT_TIMEOUT;
 }
 void Sleep(DWORD milliseconds) {
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));

@@ -12,14 +12,14 @@
 //   sleep=N                      milliseconds before the end, after output and report
 //   progress                     reports -3, 50 and 150 percent
 //   spew=N, stdio=N              writes N kilobytes to standard output, through the C runtime
-//   output, report               writes an output file, a report of a failure beside it
+//   output, report, praise       writes an output file, a report of a failure, of a success beside it
 //   read, write, smash           null read, null write, a stack pointer that leads nowhere
 //   overflow=N                   stack overflow by frames of N bytes
 //   throw, raise                 a C++ exception, one of another compiler
 //   abort, fastfail, exit=N      ends of the process
 //   kill, exitthread             the process ended from outside with code 0, the thread ended
 //   loop, hoard                  an endless loop, one that takes memory
-//   otherthread                  a fault on a thread of the library's own
+//   otherthread, lonely          a fault on a thread of its own; ends all threads but the first and its own
 //   unload, handles              takes itself, or everybody's handles, away
 //   disturb, divide              changes what belongs to the process; divides by zero
 //   version                      in MORVEX_TEST_SCRIPT: the version query reads from null
@@ -37,6 +37,8 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <tlhelp32.h>
+#include <utility>
 
 namespace {
 
@@ -155,6 +157,19 @@ void Hoard() {
     }
 }
 
+void EndOtherThreads() {
+    const HANDLE threads = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
+    THREADENTRY32 entry{};
+    entry.dwSize = sizeof entry;
+    bool first = true;
+    for (BOOL more = Thread32First(threads, &entry); more; more = Thread32Next(threads, &entry)) {
+        if (entry.th32OwnerProcessID != GetCurrentProcessId()) continue;
+        if (!std::exchange(first, false) && entry.th32ThreadID != GetCurrentThreadId())
+            TerminateThread(OpenThread(THREAD_TERMINATE, FALSE, entry.th32ThreadID), 0);
+    }
+    CloseHandle(threads);
+}
+
 // Without a trace on its way out: the code that called is gone.
 void Unload() {
     const HMODULE self = Self(GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT);
@@ -171,6 +186,7 @@ void Misbehave(const Script& script) {
     }
     if (script.Has(L"hoard")) Hoard();
     if (script.Has(L"unload")) Unload();
+    if (script.Has(L"lonely")) EndOtherThreads();
     if (script.Has(L"otherthread")) {
         std::thread([] {
             const volatile int* volatile nowhere = nullptr;
@@ -206,6 +222,7 @@ void Play(const Script& script, const wchar_t* output, ProgressCallback progress
     if (script.Has(L"output")) WriteBytes(output, "written");
     if (script.Has(L"report"))
         WriteBytes(std::wstring(output) + L"-zel.xml", "<reason>1 &lt; 2 &amp;amp;</reason>");
+    if (script.Has(L"praise")) WriteBytes(std::wstring(output) + L"-zel.xml", "<written solids=\"1\"/>");
     if (const int sleep = script.Number(L"sleep", 0)) Sleep(static_cast<DWORD>(sleep));
     if (const int kilobytes = script.Number(L"spew", 0)) Spew(kilobytes);
     for (int i = script.Number(L"stdio", 0); i > 0; --i) std::printf("%01024d", i);
