@@ -1,5 +1,6 @@
-# What limits the harm of a fault that a damaged file finds, and symbols kept apart from the program.
-add_link_options(-Wl,--high-entropy-va -Wl,--dynamicbase -Wl,--nxcompat)
+# What limits the harm of a fault that a damaged file finds, and symbols kept apart from the program. No time of linking:
+# equal sources make equal programs.
+add_link_options(-Wl,--high-entropy-va -Wl,--dynamicbase -Wl,--nxcompat -Wl,--no-insert-timestamp)
 
 # harden(target): guards on its stack frames, checked copies, checked indices into containers; and what a backtrace
 # with lines needs.
@@ -10,12 +11,14 @@ function(harden target)
   target_link_libraries(${target} PUBLIC morvex_stack_guard)
 endfunction()
 
-# split_symbols(target): moves its symbols into a file beside it, where debuggers look for them.
+# split_symbols(target): moves its symbols into a file beside it, where debuggers look for them. The tools would write
+# the time into both.
 function(split_symbols target)
   set(file "$<TARGET_FILE:${target}>")
+  set(timeless ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0)
   add_custom_command(TARGET ${target} POST_BUILD
-    COMMAND ${CMAKE_OBJCOPY} --only-keep-debug "${file}" "${file}.debug"
-    COMMAND ${CMAKE_STRIP} --strip-all "${file}"
-    COMMAND ${CMAKE_OBJCOPY} "--add-gnu-debuglink=${file}.debug" "${file}"
+    COMMAND ${timeless} ${CMAKE_OBJCOPY} --only-keep-debug "${file}" "${file}.debug"
+    COMMAND ${timeless} ${CMAKE_STRIP} --strip-all "${file}"
+    COMMAND ${timeless} ${CMAKE_OBJCOPY} "--add-gnu-debuglink=${file}.debug" "${file}"
     VERBATIM)
 endfunction()

@@ -1,5 +1,6 @@
 ; The installer for Windows: for the current user, without elevation. Silent with /S; /D=FOLDER comes last.
-; A 64-bit program as Morvex is, which 64-bit Wine runs too. VERSION, FOLDER (what to install) and OUTPUT come from the command line.
+; A 64-bit program as Morvex is, which 64-bit Wine runs too. VERSION, FOLDER (what to install), ENTRIES (a folder with the
+; suffixes of the Explorer's menu) and OUTPUT come from the command line.
 Target amd64-unicode
 ManifestDPIAware true
 SetCompressor /SOLID lzma
@@ -9,6 +10,7 @@ OutFile "${OUTPUT}"
 InstallDir "$LOCALAPPDATA\Programs\Morvex"
 InstallDirRegKey HKCU "Software\Norwend\Morvex Setup" "Folder"
 !define UNINSTALL "Software\Microsoft\Windows\CurrentVersion\Uninstall\Morvex"
+!define VERBS "Software\Classes\SystemFileAssociations"
 
 !include "MUI2.nsh"
 !define MUI_ICON "${__FILEDIR__}\..\res\morvex.ico"
@@ -21,10 +23,24 @@ InstallDirRegKey HKCU "Software\Norwend\Morvex Setup" "Folder"
 !insertmacro MUI_UNPAGE_INSTFILES
 !insertmacro MUI_LANGUAGE "English"
 
+; Explorer starts the program once for each selected file: up to a hundred, where a verb without a model has fifteen.
+!macro AddToExplorer SUFFIX
+  WriteRegStr HKCU "${VERBS}\${SUFFIX}\shell\Morvex" "" "Convert with Morvex"
+  WriteRegStr HKCU "${VERBS}\${SUFFIX}\shell\Morvex" "Icon" "$INSTDIR\Morvex.exe"
+  WriteRegStr HKCU "${VERBS}\${SUFFIX}\shell\Morvex" "MultiSelectModel" "Player"
+  WriteRegStr HKCU "${VERBS}\${SUFFIX}\shell\Morvex\command" "" '"$INSTDIR\morvex-add.exe" "%1"'
+!macroend
+!macro RemoveFromExplorer SUFFIX
+  DeleteRegKey HKCU "${VERBS}\${SUFFIX}\shell\Morvex"
+  DeleteRegKey /ifempty HKCU "${VERBS}\${SUFFIX}\shell"
+  DeleteRegKey /ifempty HKCU "${VERBS}\${SUFFIX}"
+!macroend
+
 Section
   SetOutPath "$INSTDIR"
   File /r "${FOLDER}/*"
   CreateShortcut "$SMPROGRAMS\Morvex.lnk" "$INSTDIR\Morvex.exe"
+  !include "${ENTRIES}/add_to_explorer.nsh"
   WriteUninstaller "$INSTDIR\Uninstall.exe"
   WriteRegStr HKCU "Software\Norwend\Morvex Setup" "Folder" "$INSTDIR"
   WriteRegStr HKCU "${UNINSTALL}" "DisplayName" "Morvex ${VERSION}"
@@ -40,6 +56,7 @@ SectionEnd
 ; Only what was installed goes: the user's settings are elsewhere, and what he has put into the folder stays.
 Section "Uninstall"
   Delete "$SMPROGRAMS\Morvex.lnk"
+  !include "${ENTRIES}/remove_from_explorer.nsh"
   RMDir /r "$INSTDIR\Licences"
   Delete "$INSTDIR\Plugins\Polyvane_x64.dll"
   Delete "$INSTDIR\Plugins\morvex-engine.exe"
@@ -47,6 +64,8 @@ Section "Uninstall"
   Delete "$INSTDIR\schema\README.txt"
   RMDir "$INSTDIR\schema"
   Delete "$INSTDIR\Morvex.exe"
+  Delete "$INSTDIR\morvex-batch.exe"
+  Delete "$INSTDIR\morvex-add.exe"
   Delete "$INSTDIR\norwend_morvex.ini"
   Delete "$INSTDIR\README.txt"
   Delete "$INSTDIR\Uninstall.exe"

@@ -60,7 +60,7 @@ need_wine() {
 # every program has to start it, nor meets it while it ends.
 need_prefix() {
   if [ ! -e "$WINEPREFIX/system.reg" ]; then
-    mkdir -p "$build"
+    mkdir -p "$WINEPREFIX"
     say "Preparing Wine"
     wineboot --init >/dev/null 2>&1
     link_fonts >/dev/null 2>&1

@@ -101,10 +101,9 @@ TEST(Worker, TheJobObjectHasItsLimits) {
     JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
     EXPECT_TRUE(
         QueryInformationJobObject(job, JobObjectExtendedLimitInformation, &limits, sizeof limits, nullptr));
-    const DWORD flags = limits.BasicLimitInformation.LimitFlags;
-    for (const DWORD flag : {JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE, JOB_OBJECT_LIMIT_JOB_MEMORY,
-                             JOB_OBJECT_LIMIT_PROCESS_MEMORY, JOB_OBJECT_LIMIT_DIE_ON_UNHANDLED_EXCEPTION})
-        EXPECT_TRUE(flags & flag) << flags;
+    constexpr DWORD kFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE | JOB_OBJECT_LIMIT_JOB_MEMORY |
+                             JOB_OBJECT_LIMIT_PROCESS_MEMORY | JOB_OBJECT_LIMIT_DIE_ON_UNHANDLED_EXCEPTION;
+    EXPECT_EQ(limits.BasicLimitInformation.LimitFlags, kFlags);
     EXPECT_EQ(limits.JobMemoryLimit, 200u << 20);
     EXPECT_LE(limits.ProcessMemoryLimit, limits.JobMemoryLimit);
     CloseHandle(job);
