@@ -1,16 +1,21 @@
 #!/usr/bin/env python3
 """Compares what two engines have made of the same inputs: byte for byte, else what their reports say of the model and
-of the written file (counts exactly; box, area, volume and centre of gravity to a millionth).
+what one of the engines finds when it reads both files (counts exactly; box, area, volume and centre of gravity to a
+millionth).
 
-compare_outputs.py FOLDER FOLDER      exit code 0 only if all is equal
+compare_outputs.py ENGINE FOLDER FOLDER      exit code 0 only if all is equal
 """
 import math
 import pathlib
 import re
+import subprocess
 import sys
+import tempfile
 import xml.etree.ElementTree as ElementTree
 
 REPORT = "-zel.xml"
+# Outputs that have a part of themselves in a second file, and its suffix.
+BESIDE = {".gltf": ".bin", ".obj": ".mtl"}
 # What these formats say of the time and place at which they were written.
 OF_THE_MOMENT = re.compile(rb"\d{4}-\d\d-\d\dT[\d:]+|\d{8}\.\d{6}|\d{6}\.\d{6}")
 
@@ -29,6 +34,14 @@ def facts(report):
     return found
 
 
+def read_back(engine, output):
+    """What the engine finds in a file; nothing when it cannot read it."""
+    with tempfile.TemporaryDirectory() as folder:
+        mesh = pathlib.Path(folder) / "read.stl"
+        read = subprocess.run([engine, output, mesh], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=False)
+        return facts(pathlib.Path(f"{mesh}{REPORT}")) if read.returncode == 0 else None
+
+
 def same_value(a, b):
     if a == b:
         return True
@@ -39,13 +52,21 @@ def same_value(a, b):
     return len(left) == len(right) and all(math.isclose(x, y, rel_tol=1e-6, abs_tol=1e-6) for x, y in zip(left, right))
 
 
-def differences(left, right):
-    a, b = facts(left), facts(right)
+def differences(engine, left, right):
+    """A line for each fact that the two files or their reports do not share."""
+    reports = (facts(pathlib.Path(f"{output}{REPORT}")) for output in (left, right))
+    contents = [read_back(engine, output) for output in (left, right)]
+    if None in contents:
+        return ["cannot be read again"]
+    return unlike_facts(*reports) + unlike_facts(*contents)
+
+
+def unlike_facts(a, b):
     return [f"{tag} {name}: {a.get((tag, name))} and {b.get((tag, name))}" for tag, name in sorted(a.keys() | b.keys())
             if not same_value(a.get((tag, name)), b.get((tag, name)))]
 
 
-def main(left, right):
+def main(engine, left, right):
     names = {path.name for path in left.iterdir()}
     missing = sorted(names ^ {path.name for path in right.iterdir()})
     for name in missing:
@@ -54,10 +75,11 @@ def main(left, right):
     for name in sorted(names - set(missing)):
         if name.endswith(REPORT) or not (left / (name + REPORT)).exists():
             continue
-        if same_bytes(left / name, right / name):
+        beside = pathlib.Path(name).stem + BESIDE.get(pathlib.Path(name).suffix, "")
+        if all(same_bytes(left / file, right / file) for file in {name, beside} & names - set(missing)):
             equal += 1
             continue
-        found = differences(left / (name + REPORT), right / (name + REPORT))
+        found = differences(engine, left / name, right / name)
         for line in found:
             print(f"{name}: {line}")
         if found:
@@ -70,4 +92,4 @@ def main(left, right):
 
 
 if __name__ == "__main__":
-    sys.exit(main(*map(pathlib.Path, sys.argv[1:3])))
+    sys.exit(main(*map(pathlib.Path, sys.argv[1:4])))
