@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstddef>
 #include <iterator>
 #include <map>
@@ -64,6 +65,12 @@ std::uint64_t MostMemoryOfChild(unsigned megabytes) {
     return GlobalMemoryStatusEx(&machine) ? machine.ullTotalPhys / 4 * 3 : UINT64_MAX;
 }
 
+std::wstring NameOfRun() {
+    static std::atomic<unsigned> runs = 0;
+    return std::to_wstring(GetCurrentProcessId()) + L'-' + std::to_wstring(GetTickCount64()) + L'-' +
+           std::to_wstring(++runs);
+}
+
 // What a child inherits and where it belongs: it gets no other handles, and is born into a job. Put in
 // afterwards, it could start something outside of the job first, or, held back until then, stay behind asleep
 // if this process died in between.
@@ -106,12 +113,14 @@ class Child {
         SetInformationJobObject(job_.get(), JobObjectExtendedLimitInformation, &limits, sizeof limits);
     }
 
-    bool Start(const ConversionRequest& request, const ChildArguments& arguments, HANDLE output) {
+    bool Start(const ConversionRequest& request, const std::wstring& run, const ChildArguments& arguments,
+               HANDLE output) {
         std::wstring line = ChildCommandLine(request.program, arguments);
         std::map<std::wstring, std::wstring> variables = {
             {kFormatInVariable, request.formats.input},
             {kFormatOutVariable, request.formats.output},
             {kSideBySideVariable, L"1"},
+            {kRunVariable, run},
             {kResultChannelVariable, channel_.Name()},
         };
         if (request.pictures) variables[kPictureVariable] = L"1";
@@ -186,7 +195,7 @@ std::wstring ChildCommandLine(const std::wstring& program, const ChildArguments&
 }
 
 ChildRunner::ChildRunner(const ConversionRequest& request)
-    : request_(request), mostMemory_(MostMemoryOfChild(request.megabytesPerFile)) {
+    : request_(request), name_(NameOfRun()), mostMemory_(MostMemoryOfChild(request.megabytesPerFile)) {
     SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
     nowhere_ = OwnFile(CreateFileW(L"NUL", GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited,
                                    OPEN_EXISTING, 0, nullptr));
@@ -196,7 +205,8 @@ ChildEnd ChildRunner::Run(const ChildArguments& arguments, const std::function<b
                           const std::function<void(int percent)>& progress) const {
     Child child;
     // That such a file counts as converted is this program's long-standing rule, which scripts rely on.
-    if (!child.Start(request_, arguments, nowhere_.get())) return {ChildEnd::Kind::NotStarted, kResultOk, {}};
+    if (!child.Start(request_, name_, arguments, nowhere_.get()))
+        return {ChildEnd::Kind::NotStarted, kResultOk, {}};
     const ULONGLONG started = GetTickCount64();
     const ULONGLONG limit = request_.secondsPerFile * 1000ULL;
     int shown = 0;

@@ -133,8 +133,10 @@ static int FollowWorker(struct Worker* worker, ProgressCallback progress) {
     }
 }
 
-static int RunWorker(const struct Text* job, int showMessages, ProgressCallback progress) {
-    struct Worker* const worker = StartWorker(showMessages);
+static int RunWorker(const struct Text* job, const char* server, int showMessages,
+                     ProgressCallback progress) {
+    struct Worker* worker = server != NULL ? ReachWorker(server) : NULL;
+    if (worker == NULL) worker = StartWorker(showMessages);
     if (worker == NULL) return ZEL_FAILED;
     const int result =
         SendToWorker(worker, job->bytes, job->size) ? FollowWorker(worker, progress) : ZEL_FAILED;
@@ -154,14 +156,22 @@ static int RunsBesideOthers(void) {
     return GetEnvironmentVariableA("MORVEX_SIDE_BY_SIDE", value, sizeof value) != 0;
 }
 
+/* The server that the other conversions of the run use; NULL for one alone, or one whose messages are wanted.
+ */
+static char* ServerOfRun(int runSize, int traceLevel) {
+    char run[64];
+    const DWORD length = GetEnvironmentVariableA("MORVEX_RUN", run, sizeof run);
+    const int named = length > 0 && length < sizeof run;
+    return traceLevel >= 0 && (named || runSize > 1) ? ServerName(named ? run : NULL) : NULL;
+}
+
 int __cdecl _zelConvert(int inputFormat, int outputFormat, const WCHAR* inputPath, const WCHAR* outputPath,
                         const WCHAR* configFile, const WCHAR* schemaFolder, ProgressCallback progress,
                         int parallel, void* reserved, int option, int traceLevel, int reserved2,
                         int runSize) {
     struct Text job = {NULL, 0, 0, 0};
     int result;
-    (void)schemaFolder, (void)reserved, (void)option, (void)reserved2,
-        (void)runSize; /* of no use to this engine */
+    (void)schemaFolder, (void)reserved, (void)option, (void)reserved2; /* of no use to this engine */
     if (inputPath == NULL || outputPath == NULL || *inputPath == 0 || *outputPath == 0) return ZEL_FAILED;
     const int refused = CheckLocks(inputPath, outputPath);
     if (refused == ZEL_NO_FILE) return refused;
@@ -173,8 +183,11 @@ int __cdecl _zelConvert(int inputFormat, int outputFormat, const WCHAR* inputPat
         AppendNumber(&job, MORVEX_JOB_PICTURE, IsSetTo1("MORVEX_PREVIEW"));
         AppendNumber(&job, MORVEX_JOB_TRACE, traceLevel);
         AppendNumber(&job, MORVEX_JOB_REFUSED, refused);
+        char* const server = ServerOfRun(runSize, traceLevel);
+        if (server != NULL) AppendField(&job, MORVEX_JOB_RUN, server);
         Append(&job, "", 1);
-        result = job.failed ? ZEL_FAILED : RunWorker(&job, traceLevel < 0, progress);
+        result = job.failed ? ZEL_FAILED : RunWorker(&job, server, traceLevel < 0, progress);
+        free(server);
     }
     free(job.bytes);
     return result;

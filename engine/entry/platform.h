@@ -12,6 +12,14 @@ struct Worker; /* one running worker and the pipes to and from it */
  * the worker's system cannot hold). */
 char* NativePath(const WCHAR* path);
 
+/* The name of the server for the jobs of a run, to be freed: different for every user, worker and
+ * environment. `run` is the name of the run, NULL for one within this process. NULL where there are no
+ * servers. */
+char* ServerName(const char* run);
+
+/* A worker that the server of that name has ready; NULL when there is none. */
+struct Worker* ReachWorker(const char* server);
+
 /* Starts the worker that lies beside this library. `showMessages` lets what it says to standard error
  * through. NULL when it cannot be started. */
 struct Worker* StartWorker(int showMessages);

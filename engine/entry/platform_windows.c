@@ -19,6 +19,16 @@ char* NativePath(const WCHAR* path) {
     return utf8;
 }
 
+char* ServerName(const char* run) {
+    (void)run;
+    return NULL;
+}
+
+struct Worker* ReachWorker(const char* server) {
+    (void)server;
+    return NULL;
+}
+
 /* The worker's path, to be freed. */
 static WCHAR* WorkerPath(void) {
     static const WCHAR kName[] = WIDE(MORVEX_WORKER_NAME) L".exe";

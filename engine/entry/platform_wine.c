@@ -4,18 +4,21 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
+#include <stdint.h>
+#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include "engine/common/protocol.h"
+#include "engine/entry/connect_wine.h"
 #include "engine/entry/platform.h"
 
 extern char** environ;
 
 struct Worker {
-    pid_t process;
+    pid_t process; /* 0: a server's child */
     int toWorker, fromWorker;
 };
 
@@ -40,6 +43,47 @@ static char* WorkerPath(void) {
     memcpy(path, self.dli_fname, folder);
     memcpy(path + folder, MORVEX_WORKER_NAME, sizeof MORVEX_WORKER_NAME);
     return path;
+}
+
+static uint64_t Hash(uint64_t hash, const char* text) {
+    for (; *text != '\0'; ++text) hash = (hash ^ (unsigned char)*text) * 0x100000001b3u;
+    return hash * 0x100000001b3u; /* the end counts too */
+}
+
+char* ServerName(const char* run) {
+    enum { kLongest = 100 }; /* of a socket's name */
+    char* const name = malloc(kLongest);
+    char* const path = WorkerPath();
+    uint64_t hash = 0xcbf29ce484222325u;
+    if (name == NULL || path == NULL) {
+        free(name);
+        free(path);
+        return NULL;
+    }
+    hash = Hash(hash, path);
+    for (char** variable = environ; *variable != NULL; ++variable) {
+        /* What Wine tells its own processes differs from one to the next. */
+        if (strncmp(*variable, "WINE", 4) != 0) hash = Hash(hash, *variable);
+    }
+    if (run != NULL) {
+        snprintf(name, kLongest, "morvex-%u-%016llx-%s", geteuid(), (unsigned long long)hash, run);
+    } else {
+        snprintf(name, kLongest, "morvex-%u-%016llx-p%d", geteuid(), (unsigned long long)hash, getpid());
+    }
+    free(path);
+    return name;
+}
+
+struct Worker* ReachWorker(const char* server) {
+    const int file = ConnectToServer(server);
+    struct Worker* const worker = file >= 0 ? malloc(sizeof *worker) : NULL;
+    if (worker == NULL) {
+        if (file >= 0) close(file);
+        return NULL;
+    }
+    worker->process = 0;
+    worker->toWorker = worker->fromWorker = file;
+    return worker;
 }
 
 static pid_t Spawn(const char* path, int input, int output, int showMessages) {
@@ -112,6 +156,10 @@ size_t ReceiveFromWorker(struct Worker* worker, char* bytes, size_t size) {
 void CloseWorker(struct Worker* worker) {
     int status;
     close(worker->toWorker);
+    if (worker->process == 0) {
+        free(worker);
+        return;
+    }
     close(worker->fromWorker);
     while (waitpid(worker->process, &status, 0) < 0 && errno == EINTR) {
     }

@@ -8,6 +8,7 @@
 #include "engine/common/protocol.h"
 #include "engine/common/settings.h"
 #include "engine/worker/full_path.h"
+#include "engine/worker/run_server.h"
 #include "engine/worker/standard_streams.h"
 #include "engine/worker/supervisor.h"
 
@@ -50,7 +51,7 @@ double SecondsFromEnvironment() {
     return text == nullptr ? 0 : std::atof(text);
 }
 
-Outcome Convert(const std::string& job) {
+ConversionEnd Convert(const std::string& job) {
     Request request;
     request.input = FullPath(Field(job, MORVEX_JOB_INPUT));
     request.output = FullPath(Field(job, MORVEX_JOB_OUTPUT));
@@ -61,16 +62,21 @@ Outcome Convert(const std::string& job) {
     request.refused = std::atoi(Field(job, MORVEX_JOB_REFUSED).c_str());
     request.from = FindInputFormat(std::atoi(Field(job, MORVEX_JOB_INPUT_FORMAT).c_str()), request.input);
     request.to = FindOutputFormat(std::atoi(Field(job, MORVEX_JOB_OUTPUT_FORMAT).c_str()), request.output);
+    const auto fail = [](int result, const char* why) { return ConversionEnd{Outcome::Fail(result, why)}; };
     if (request.input.empty() || request.output.empty())
-        return Outcome::Fail(ZEL_FAILED, "The request names no files");
-    if (request.from == nullptr) return Outcome::Fail(ZEL_UNKNOWN_TYPE, "The input format is not supported");
-    if (request.to == nullptr) return Outcome::Fail(ZEL_UNKNOWN_TYPE, "The output format is not supported");
+        return fail(ZEL_FAILED, "The request names no files");
+    if (request.from == nullptr) return fail(ZEL_UNKNOWN_TYPE, "The input format is not supported");
+    if (request.to == nullptr) return fail(ZEL_UNKNOWN_TYPE, "The output format is not supported");
 
     SupervisorOptions options;
     options.watchCaller = true;
     options.time.secondsAllowed = SecondsFromEnvironment();
     options.onProgress = [](int percent) { Answer(MORVEX_LINE_PROGRESS, std::to_string(percent)); };
-    return Supervise(request, options);
+    return {Supervise(request, options), request.from, request.to};
+}
+
+void AnswerEnd(const Outcome& outcome) {
+    Answer(MORVEX_LINE_RESULT, std::to_string(outcome.result) + ' ' + outcome.reason);
 }
 
 }  // namespace
@@ -78,9 +84,20 @@ Outcome Convert(const std::string& job) {
 int Serve() {
     const std::optional<std::string> job = ReceiveJob();
     if (!job) return ZEL_FAILED;
-    const Outcome outcome = Convert(*job);
-    Answer(MORVEX_LINE_RESULT, std::to_string(outcome.result) + ' ' + outcome.reason);
+    const RunServer server(Field(*job, MORVEX_JOB_RUN));
+    const ConversionEnd end = Convert(*job);
+    server.Learn(end);
+    AnswerEnd(end.outcome);
     return ZEL_OK;
+}
+
+ConversionEnd ServeWarm() {
+    Answer(MORVEX_LINE_READY, "");
+    const std::optional<std::string> job = ReceiveJob();
+    if (!job) return {Outcome::Fail(ZEL_FAILED, "The calling program has ended")};
+    ConversionEnd end = Convert(*job);
+    AnswerEnd(end.outcome);
+    return end;
 }
 
 }  // namespace morvex

@@ -3,13 +3,13 @@
 #include <chrono>
 #include <cmath>
 #include <csignal>
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
 #include "engine/common/protocol.h"
+#include "tests/engine/support/piped_worker.h"
 #include "tests/engine/support/worker_run.h"
 
 namespace morvex::test {
@@ -17,77 +17,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-class Service {
-  public:
-    Service() {
-        int in[2], out[2];
-        if (pipe2(in, O_CLOEXEC) != 0 || pipe2(out, O_CLOEXEC) != 0) return;
-        process_ = fork();
-        if (process_ == 0) {
-            dup2(in[0], STDIN_FILENO);
-            dup2(out[1], STDOUT_FILENO);
-            execl(MORVEX_WORKER, MORVEX_WORKER, MORVEX_SERVE_OPTION, nullptr);
-            _exit(127);
-        }
-        close(in[0]), close(out[1]);
-        to_ = in[1], from_ = out[0];
-    }
-    ~Service() {
-        Leave();
-        close(from_);
-        kill(process_, SIGKILL);
-        waitpid(process_, nullptr, 0);
-    }
-    void Send(const std::vector<std::string>& fields) const {
-        std::string job;
-        for (const std::string& field : fields) job += field + '\0';
-        job += '\0';
-        ASSERT_EQ(write(to_, job.data(), job.size()), static_cast<ssize_t>(job.size()));
-    }
-    // The next line; empty at the end.
-    std::string Line() const {
-        std::string line;
-        for (char c; read(from_, &c, 1) == 1 && c != '\n';) line += c;
-        return line;
-    }
-    void Leave() {
-        if (to_ >= 0) close(to_);
-        to_ = -1;
-    }
-    pid_t Process() const { return process_; }
-
-  private:
-    pid_t process_ = -1;
-    int to_ = -1, from_ = -1;
+struct Service : PipedWorker {
+    Service() : PipedWorker({MORVEX_SERVE_OPTION}) {}
 };
-
-std::vector<std::string> Job(const std::string& input, int from, const std::string& output, int to) {
-    return {MORVEX_JOB_INPUT + input, MORVEX_JOB_OUTPUT + output,
-            MORVEX_JOB_INPUT_FORMAT + std::to_string(from), MORVEX_JOB_OUTPUT_FORMAT + std::to_string(to)};
-}
-
-template <class Condition>
-bool Within(std::chrono::seconds limit, Condition condition) {
-    const auto deadline = std::chrono::steady_clock::now() + limit;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) return false;
-        std::this_thread::sleep_for(5ms);
-    }
-    return true;
-}
-
-// A dead process that nobody has waited for does not count.
-bool Exists(pid_t process) {
-    const std::string status = ReadWhole("/proc/" + std::to_string(process) + "/status");
-    return !status.empty() && status.find("State:\tZ") == std::string::npos;
-}
-
-// The job process of the worker, 0 while there is none.
-pid_t ChildOf(pid_t process) {
-    const std::string path =
-        "/proc/" + std::to_string(process) + "/task/" + std::to_string(process) + "/children";
-    return std::atoi(ReadWhole(path).c_str());
-}
 
 TEST(Serve, ProgressThenResult) {
     const ScratchFolder folder;
@@ -96,7 +28,7 @@ TEST(Serve, ProgressThenResult) {
     auto job = Job(Sample("step/screw.step"), 4, folder / "имя с пробелом.stl", 22);
     job.push_back(MORVEX_JOB_CONFIG + folder / "c.zel");
     job.emplace_back(MORVEX_JOB_PICTURE "1");
-    service.Send(job);
+    service.SendJob(job);
     int percent = 0, lines = 0;
     std::string line;
     for (line = service.Line(); line.starts_with(MORVEX_LINE_PROGRESS); line = service.Line(), ++lines) {
@@ -126,7 +58,7 @@ TEST(Serve, RefusalsHaveTheirNumbers) {
                  {{}, "R 1 "}};
     for (const auto& refused : cases) {
         Service service;
-        service.Send(refused.job);
+        service.SendJob(refused.job);
         EXPECT_TRUE(service.Line().starts_with(refused.answer)) << refused.answer;
     }
     EXPECT_EQ(folder.Names(), std::vector<std::string>{"a.stl-zel.xml"});
@@ -140,7 +72,7 @@ TEST(Serve, NothingOutlivesTheCaller) {
         SCOPED_TRACE(end);
         const ScratchFolder folder;
         Service service;
-        service.Send(Job(Sample("step/linkrods.step"), 4, folder / "a.3mf", 50));
+        service.SendJob(Job(Sample("step/linkrods.step"), 4, folder / "a.3mf", 50));
         ASSERT_TRUE(service.Line().starts_with(MORVEX_LINE_PROGRESS));
         const pid_t job = ChildOf(service.Process());
         ASSERT_GT(job, 0);
@@ -169,7 +101,7 @@ TEST(Serve, MemoryOfAJobIsAShareOfTheMachines) {
         Service service;
         auto job = Job(Sample("stl/head.stl"), 22, folder / "a.3mf", 50);
         job.push_back(MORVEX_JOB_PARALLEL + std::to_string(beside));
-        service.Send(job);
+        service.SendJob(job);
         ASSERT_TRUE(Within(20s, [&] { return ChildOf(service.Process()) != 0; }));
         const pid_t child = ChildOf(service.Process());
         const double wanted =
@@ -190,7 +122,7 @@ TEST(Serve, FoldersWithAColonBehindALink) {
     std::filesystem::create_directory(folder / "drive");
     std::filesystem::create_directory_symlink(folder / "drive", folder / "c:");
     Service service;
-    service.Send(Job(Sample("step/screw.step"), 4, folder / "c:/a.obj", 45));
+    service.SendJob(Job(Sample("step/screw.step"), 4, folder / "c:/a.obj", 45));
     std::string line = service.Line();
     while (line.starts_with(MORVEX_LINE_PROGRESS)) line = service.Line();
     EXPECT_EQ(line, "R 0 ");
