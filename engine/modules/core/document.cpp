@@ -1,12 +1,14 @@
 #include "engine/modules/core/document.h"
 
 #include <BRep_Builder.hxx>
+#include <TDF_TagSource.hxx>
 #include <TDF_Tool.hxx>
 #include <TDataStd_Name.hxx>
 #include <TDocStd_Application.hxx>
 #include <TopoDS.hxx>
 #include <TopoDS_Compound.hxx>
 #include <TopoDS_Iterator.hxx>
+#include <XCAFDoc_Color.hxx>
 #include <XCAFDoc_DocumentTool.hxx>
 #include <algorithm>
 #include <cmath>
@@ -138,6 +140,27 @@ void Document::NameInstances() {
             }
         }
     }
+}
+
+void Document::SetColour(const TDF_Label& label, const Quantity_ColorRGBA& colour) {
+    const auto key = [](const Quantity_ColorRGBA& of) {
+        const NCollection_Vec4<float>& values = of;
+        return std::array{values.r(), values.g(), values.b(), values.a()};
+    };
+    if (colourLabels_.empty()) {
+        TDF_LabelSequence known;
+        colours_->GetColors(known);
+        for (const TDF_Label& at : known) {
+            Quantity_ColorRGBA one;
+            if (colours_->GetColor(at, one)) colourLabels_.try_emplace(key(one), at);
+        }
+    }
+    const auto [place, isNew] = colourLabels_.try_emplace(key(colour));
+    if (isNew) {
+        place->second = TDF_TagSource::NewChild(colours_->Label());
+        XCAFDoc_Color::Set(place->second, colour);
+    }
+    colours_->SetColor(label, place->second, XCAFDoc_ColorSurf);
 }
 
 bool Document::ColourOf(const TDF_Label& label, Quantity_ColorRGBA& colour) const {

@@ -9,7 +9,9 @@
 #include <XCAFDoc_ColorTool.hxx>
 #include <XCAFDoc_ShapeTool.hxx>
 #include <XCAFPrs_DocumentExplorer.hxx>
+#include <array>
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -38,6 +40,8 @@ class Document {
     // Gives instances that carry no more than a running number the name of the part they show.
     void NameInstances();
 
+    // Gives the label a colour of its own, in a time that does not grow with the number of colours.
+    void SetColour(const TDF_Label& label, const Quantity_ColorRGBA& colour);
     // The colour that the label itself has; false when it has none.
     bool ColourOf(const TDF_Label& label, Quantity_ColorRGBA& colour) const;
 
@@ -61,6 +65,7 @@ class Document {
     Handle(TDocStd_Document) document_;
     Handle(XCAFDoc_ShapeTool) shapes_;
     Handle(XCAFDoc_ColorTool) colours_;
+    std::map<std::array<float, 4>, TDF_Label> colourLabels_;  // those that SetColour knows
 };
 
 }  // namespace morvex

@@ -229,7 +229,7 @@ int PartColour(const ColouredFacets& coloured) {
 
 // Gives the part its new shape, with the colours that its faces had. False when nothing is left, since no
 // triangle has an area.
-bool Rebuild(const Document& document, const TDF_Label& part, bool solids) {
+bool Rebuild(Document& document, const TDF_Label& part, bool solids) {
     ColouredFacets coloured;
     CollectFacets(document, part, coloured);
     TDF_LabelSequence old;
@@ -241,8 +241,7 @@ bool Rebuild(const Document& document, const TDF_Label& part, bool solids) {
 
     const auto paint = [&](const TDF_Label& label, int group) {
         if (label.IsNull() || group == kNoColour) return;
-        document.Colours()->SetColor(label, coloured.colours[static_cast<std::size_t>(group)],
-                                     XCAFDoc_ColorSurf);
+        document.SetColour(label, coloured.colours[static_cast<std::size_t>(group)]);
     };
     const int partColour = PartColour(coloured);
     paint(part, partColour);

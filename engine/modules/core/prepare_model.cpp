@@ -195,7 +195,7 @@ void MaterialsToColours(Document& document) {
     for (const TDF_Label& label : StyledLabels(document)) {
         const auto material = materials->GetShapeMaterial(label);
         if (material.IsNull() || document.Colours()->IsSet(label, XCAFDoc_ColorSurf)) continue;
-        document.Colours()->SetColor(label, material->BaseColor(), XCAFDoc_ColorSurf);
+        document.SetColour(label, material->BaseColor());
     }
 }
 
@@ -240,7 +240,7 @@ void Flatten(Document& document, const std::string& name) {
         flat.Colours()->SetVisibility(part, whole == &inSight);
         for (const auto& [shape, colour] : whole->coloured) {
             const TDF_Label label = flat.Shapes()->AddSubShape(part, shape);
-            if (!label.IsNull()) flat.Colours()->SetColor(label, colour, XCAFDoc_ColorSurf);
+            if (!label.IsNull()) flat.SetColour(label, colour);
         }
     }
     if (!flat.Roots().IsEmpty()) document = flat;

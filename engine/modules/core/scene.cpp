@@ -155,7 +155,7 @@ class SceneBuilder {
 
     void SetStyle(const TDF_Label& label, const SceneFace& style) {
         if (label.IsNull()) return;
-        if (style.colour) document_.Colours()->SetColor(label, *style.colour, XCAFDoc_ColorSurf);
+        if (style.colour) document_.SetColour(label, *style.colour);
         if (style.material.IsNull()) return;
         const auto tool = XCAFDoc_DocumentTool::VisMaterialTool(document_.Data()->Main());
         TDF_Label& known = materials_[style.material.get()];

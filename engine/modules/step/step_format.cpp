@@ -19,6 +19,7 @@
 #include "engine/modules/step/instance_count.h"
 #include "engine/modules/step/step_account.h"
 #include "engine/modules/step/step_external.h"
+#include "engine/modules/step/step_instances.h"
 #include "engine/modules/step/step_tessellation.h"
 #include "engine/modules/step/step_text.h"
 #include "engine/modules/step/step_units.h"
@@ -94,6 +95,7 @@ extern "C" Outcome ReadStep(JobContext& context) {
                                              std::to_string(kMostInstances) + ")");
     }
     CheckExternalFiles(context, scan);
+    PlaceInstances(reader.Reader().WS());
     Handle(TDocStd_Document) document = context.document.Data();
     const bool transferred = reader.Transfer(document, context.progress);
     const std::set<StepId> tessellated = ReadTessellation(context, scan);

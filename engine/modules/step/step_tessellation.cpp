@@ -157,7 +157,7 @@ void AddBody(Document& document, const std::vector<ColouredFace>& faces, const s
     const TDF_Label part = document.Shapes()->FindShape(body);
     for (const ColouredFace& one : faces) {
         const TDF_Label label = one.colour ? document.Shapes()->AddSubShape(part, one.face) : TDF_Label();
-        if (!label.IsNull()) document.Colours()->SetColor(label, *one.colour, XCAFDoc_ColorSurf);
+        if (!label.IsNull()) document.SetColour(label, Quantity_ColorRGBA(*one.colour));
     }
 }
 

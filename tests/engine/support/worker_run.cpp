@@ -50,6 +50,10 @@ WorkerRun RunWorker(const std::vector<std::string>& arguments, BeforeExec before
     rusage usage{};
     wait4(process, &status, 0, &usage);
     run.peakMemory = usage.ru_maxrss * 1024;
+    const auto seconds = [](const timeval& time) {
+        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
+    };
+    run.processorSeconds = seconds(usage.ru_utime) + seconds(usage.ru_stime);
     run.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     run.code = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
     EXPECT_NE(run.code, -SIGALRM) << "the worker hung";

@@ -11,7 +11,8 @@ struct WorkerRun {
     int code = -1;  // exit code, or minus the signal that ended it
     std::string errors;
     double seconds = 0;
-    long peakMemory = 0;  // bytes, of the largest of its processes
+    double processorSeconds = 0;  // of all its processes
+    long peakMemory = 0;          // bytes, of the largest of its processes
 };
 
 // What the started process changes about itself before it becomes the worker.

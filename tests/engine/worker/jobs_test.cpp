@@ -24,6 +24,12 @@ std::string Triangle(const ScratchFolder& folder) {
     return folder / "t.obj";
 }
 
+// A conversion that takes much longer than it takes to kill it.
+std::string LongLine(const std::string& output) {
+    return Line(Sample("step/linkrods.step"), output,
+                "--set 'STL CONF/LINEAR_DIS=0' --set 'STL CONF/LINEAR_TOL=1e-5'");
+}
+
 std::size_t FilesOf(pid_t process) {
     const std::filesystem::directory_iterator files("/proc/" + std::to_string(process) + "/fd");
     return static_cast<std::size_t>(std::distance(begin(files), end(files)));
@@ -73,14 +79,14 @@ TEST(Jobs, OptionsOfTheCommandHoldForAll) {
 // Whatever of a conversion is killed, it alone fails, and the process that all come from stays as it was.
 TEST(Jobs, AKilledConversionIsOneAnswer) {
     const ScratchFolder folder;
-    const std::string triangle = Triangle(folder), rods = Sample("step/linkrods.step");
+    const std::string triangle = Triangle(folder);
     PipedWorker worker({"--jobs", "-", "-j", "2"});
     worker.Send(Line(triangle, folder / "a.stl"));
     ASSERT_EQ(worker.Line(), "1\t0\t");
     const std::size_t files = FilesOf(worker.Process());
     int number = 1;
     for (const bool supervisor : {true, false}) {
-        worker.Send(Line(rods, folder / "r.stl"));
+        worker.Send(LongLine(folder / "r.stl"));
         pid_t job = 0;
         ASSERT_TRUE(Within(20s, [&] { return (job = ChildOf(ChildOf(worker.Process()))) != 0; }));
         worker.Send(Line(triangle, folder / "b.stl"));
@@ -110,8 +116,7 @@ TEST(Jobs, NothingOutlivesTheCaller) {
         SCOPED_TRACE(end);
         const ScratchFolder folder;
         PipedWorker worker({"--jobs", "-", "-j", "2"});
-        worker.Send(Line(Sample("step/linkrods.step"), folder / "a.3mf") +
-                    Line(Sample("step/linkrods.step"), folder / "b.3mf"));
+        worker.Send(LongLine(folder / "a.3mf") + LongLine(folder / "b.3mf"));
         std::vector<pid_t> jobs;
         ASSERT_TRUE(Within(20s, [&] {
             jobs.clear();
