@@ -7,10 +7,10 @@
  * grown, and at last "R <result> <reason>", a number of result.h. A job may say the result with which the
  * library refuses it, for what only its side can see: the worker then converts nothing but reports it.
  *
- * A job may name the run that it belongs to. Its worker then leaves a server behind, which listens on the local
- * socket of that name in the abstract space and serves the run's next jobs with what is already loaded. A
- * connection takes the place of both pipes; before the job comes, it says "S". Who is not told that within a few
- * seconds, or meets no server of its own user there, starts a worker. */
+ * A job may name the run that it belongs to. Its worker then leaves a server behind, which listens on the
+ * local socket of that name in the abstract space and serves the run's next jobs with what is already loaded.
+ * A connection takes the place of both pipes; before the job comes, it says "S". Who is not told that within
+ * a few seconds, or meets no server of its own user there, starts a worker. */
 #pragma once
 
 #define MORVEX_WORKER_NAME "morvex-engine"

@@ -104,7 +104,7 @@ bool JobNursery::TakeFrom(Job& job) const {
     return got > 0 || (got < 0 && errno == EINTR);
 }
 
-void JobNursery::End(Job job) {
+void JobNursery::End(const Job& job) {
     close(job.socket);
     WaitForEnd(job.process);
     const ConversionEnd end = EndIn(job.told);
@@ -123,7 +123,7 @@ bool JobNursery::Wait(std::span<pollfd> files, int milliseconds) {
         ended.push_back(std::move(jobs_[at]));
         jobs_.erase(jobs_.begin() + static_cast<std::ptrdiff_t>(at));
     }
-    for (Job& job : ended) End(std::move(job));
+    for (const Job& job : ended) End(job);
     return ready != 0;
 }
 

@@ -50,7 +50,7 @@ class JobNursery {
     };
     [[noreturn]] void BeTheConversion(int caller, int socket, const Work& work) const;
     bool TakeFrom(Job& job) const;
-    void End(Job job);
+    void End(const Job& job);
 
     const EndSignals& signals_;
     WarmModules modules_;
