@@ -61,10 +61,11 @@ std::error_code TemporaryFolder::Make(const fs::path& parent, Recover* recover) 
         std::string folder = (parent / kPattern).string();
         if (mkdtemp(folder.data()) == nullptr) return {errno, std::generic_category()};
         const int lock = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        // Those who look for abandoned folders may have been quicker and have removed it: here, or below.
+        if (lock < 0 && errno == ENOENT) continue;
         if (lock < 0) return {errno, std::generic_category()};
         lock_ = lock;
-        // Fails where the file system has no locks, and then fails for those who look for abandoned folders
-        // too. One of those may have been quicker and have removed it.
+        // Fails where the file system has no locks, and then fails for those others too.
         flock(lock, LOCK_EX);
         path_ = folder;
         if (IsStillThere(lock, path_)) return {};
