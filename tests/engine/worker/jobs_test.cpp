@@ -81,10 +81,12 @@ TEST(Jobs, AKilledConversionIsOneAnswer) {
     const ScratchFolder folder;
     const std::string triangle = Triangle(folder);
     PipedWorker worker({"--jobs", "-", "-j", "2"});
-    worker.Send(Line(triangle, folder / "a.stl"));
-    ASSERT_EQ(worker.Line(), "1\t0\t");
+    int number = 0;
+    while (number < 2) {  // when the second has ended all modules are loaded
+        worker.Send(Line(triangle, folder / "a.stl"));
+        ASSERT_EQ(worker.Line(), std::to_string(++number) + "\t0\t");
+    }
     const std::size_t files = FilesOf(worker.Process());
-    int number = 1;
     for (const bool supervisor : {true, false}) {
         worker.Send(LongLine(folder / "r.stl"));
         pid_t job = 0;
