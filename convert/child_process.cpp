@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cstddef>
 #include <iterator>
 #include <map>
@@ -65,10 +64,11 @@ std::uint64_t MostMemoryOfChild(unsigned megabytes) {
     return GlobalMemoryStatusEx(&machine) ? machine.ullTotalPhys / 4 * 3 : UINT64_MAX;
 }
 
-std::wstring NameOfRun() {
-    static std::atomic<unsigned> runs = 0;
-    return std::to_wstring(GetCurrentProcessId()) + L'-' + std::to_wstring(GetTickCount64()) + L'-' +
-           std::to_wstring(++runs);
+// One for all that this process runs: some of its runs are of one file.
+const std::wstring& NameOfRun() {
+    static const std::wstring name =
+        std::to_wstring(GetCurrentProcessId()) + L'-' + std::to_wstring(GetTickCount64());
+    return name;
 }
 
 // What a child inherits and where it belongs: it gets no other handles, and is born into a job. Put in
@@ -113,14 +113,13 @@ class Child {
         SetInformationJobObject(job_.get(), JobObjectExtendedLimitInformation, &limits, sizeof limits);
     }
 
-    bool Start(const ConversionRequest& request, const std::wstring& run, const ChildArguments& arguments,
-               HANDLE output) {
+    bool Start(const ConversionRequest& request, const ChildArguments& arguments, HANDLE output) {
         std::wstring line = ChildCommandLine(request.program, arguments);
         std::map<std::wstring, std::wstring> variables = {
             {kFormatInVariable, request.formats.input},
             {kFormatOutVariable, request.formats.output},
             {kSideBySideVariable, L"1"},
-            {kRunVariable, run},
+            {kRunVariable, NameOfRun()},
             {kResultChannelVariable, channel_.Name()},
         };
         if (request.pictures) variables[kPictureVariable] = L"1";
@@ -195,7 +194,7 @@ std::wstring ChildCommandLine(const std::wstring& program, const ChildArguments&
 }
 
 ChildRunner::ChildRunner(const ConversionRequest& request)
-    : request_(request), name_(NameOfRun()), mostMemory_(MostMemoryOfChild(request.megabytesPerFile)) {
+    : request_(request), mostMemory_(MostMemoryOfChild(request.megabytesPerFile)) {
     SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
     nowhere_ = OwnFile(CreateFileW(L"NUL", GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited,
                                    OPEN_EXISTING, 0, nullptr));
@@ -205,8 +204,7 @@ ChildEnd ChildRunner::Run(const ChildArguments& arguments, const std::function<b
                           const std::function<void(int percent)>& progress) const {
     Child child;
     // That such a file counts as converted is this program's long-standing rule, which scripts rely on.
-    if (!child.Start(request_, name_, arguments, nowhere_.get()))
-        return {ChildEnd::Kind::NotStarted, kResultOk, {}};
+    if (!child.Start(request_, arguments, nowhere_.get())) return {ChildEnd::Kind::NotStarted, kResultOk, {}};
     const ULONGLONG started = GetTickCount64();
     const ULONGLONG limit = request_.secondsPerFile * 1000ULL;
     int shown = 0;

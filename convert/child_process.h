@@ -28,7 +28,7 @@ inline constexpr wchar_t kFormatInVariable[] = L"MORVEX_FORMAT_IN";
 inline constexpr wchar_t kFormatOutVariable[] = L"MORVEX_FORMAT_OUT";
 // Tells the conversion library in a child that it is not alone on the machine.
 inline constexpr wchar_t kSideBySideVariable[] = L"MORVEX_SIDE_BY_SIDE";
-// Names the run to that library, the same text in all its children and in no other's.
+// Names the run to that library, the same text in all children of a process and in no other's.
 inline constexpr wchar_t kRunVariable[] = L"MORVEX_RUN";
 // Asks the conversion library in a child for a picture of the model, in its report.
 inline constexpr wchar_t kPictureVariable[] = L"MORVEX_PREVIEW";
@@ -62,7 +62,6 @@ class ChildRunner {
 
   private:
     const ConversionRequest& request_;
-    std::wstring name_;         // of the run
     std::uint64_t mostMemory_;  // of one child, bytes
     UniqueHandle nowhere_;      // the children's output: nobody may be reading what this process was given
 };
