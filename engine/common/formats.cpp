@@ -14,17 +14,22 @@ using Suffix = std::string_view;
 
 constexpr int kStepCodes[] = {4}, kIgesCodes[] = {6}, kBrepCodes[] = {42}, kStlCodes[] = {22},
               kVrmlCodes[] = {23}, kObjCodes[] = {45}, kGltfCodes[] = {54}, kColladaCodes[] = {37},
-              kFbxCodes[] = {55}, k3mfCodes[] = {50}, kIfcCodes[] = {48}, kDxfCodes[] = {33, 35};
+              kFbxCodes[] = {55}, k3mfCodes[] = {50}, kIfcCodes[] = {48}, kDxfCodes[] = {63},
+              kDrawingCodes[] = {33}, kDwgCodes[] = {35}, kPdfCodes[] = {43}, kEmfCodes[] = {49},
+              kXmlCodes[] = {27};
 constexpr Suffix kStepSuffixes[] = {".stp", ".step", ".stpnc", ".stpa", ".stpz", ".stpx", ".stpxz"},
                  kIgesSuffixes[] = {".igs", ".iges", ".ig2"}, kBrepSuffixes[] = {".brep"},
                  kStlSuffixes[] = {".stl"}, kVrmlSuffixes[] = {".wrl"}, kObjSuffixes[] = {".obj"},
                  kGltfSuffixes[] = {".gltf"}, kGlbSuffixes[] = {".glb"}, kColladaSuffixes[] = {".dae"},
                  kFbxSuffixes[] = {".fbx"}, k3mfSuffixes[] = {".3mf"},
-                 kIfcSuffixes[] = {".ifc", ".ifcxml", ".ifczip"}, kDxfSuffixes[] = {".dxf", ".dwg"};
+                 kIfcSuffixes[] = {".ifc", ".ifcxml", ".ifczip"}, kDxfSuffixes[] = {".dxf"},
+                 kDwgSuffixes[] = {".dxf", ".dwg"}, kPdfSuffixes[] = {".pdf"}, kEmfSuffixes[] = {".emf"},
+                 kXmlSuffixes[] = {".xml"};
 
 constexpr char kStepModule[] = "step", kIgesModule[] = "iges", kStlModule[] = "stl", kSceneModule[] = "scene",
                kAssimpModule[] = "assimp_reader", kGltfModule[] = "gltf_reader", kObjModule[] = "obj_reader",
-               kDxfModule[] = "dxf_reader", kCoreModule[] = "core";
+               kDxfModule[] = "dxf_reader", kCoreModule[] = "core", kDrawingModule[] = "drawing",
+               kPartsListModule[] = "parts_list";
 
 // Where two formats share a number the first is taken when the suffix does not tell.
 constexpr auto kFormats = std::to_array<Format>({
@@ -52,8 +57,18 @@ constexpr auto kFormats = std::to_array<Format>({
      Needs::Triangles, nullptr},
     {FormatId::Ifc, "IFC", kIfcCodes, kIfcSuffixes, kAssimpModule, "ReadIfc", nullptr, nullptr,
      Needs::Anything, nullptr},
-    {FormatId::Dxf, "DXF", kDxfCodes, kDxfSuffixes, kDxfModule, "ReadDxf", nullptr, nullptr, Needs::Anything,
-     nullptr},
+    {FormatId::Dxf, "DXF 3D", kDxfCodes, kDxfSuffixes, kDxfModule, "ReadDxf", kSceneModule, "WriteDxf",
+     Needs::Triangles, nullptr},
+    {FormatId::DxfDrawing, "DXF", kDrawingCodes, kDxfSuffixes, kDxfModule, "ReadDxf", kDrawingModule,
+     "WriteDxfDrawing", Needs::FineTriangles, nullptr},
+    {FormatId::Dxf, "DWG/DXF", kDwgCodes, kDwgSuffixes, kDxfModule, "ReadDxf", nullptr, nullptr,
+     Needs::Anything, nullptr},
+    {FormatId::PdfDrawing, "PDF 2D", kPdfCodes, kPdfSuffixes, nullptr, nullptr, kDrawingModule,
+     "WritePdfDrawing", Needs::FineTriangles, nullptr},
+    {FormatId::EmfDrawing, "EMF", kEmfCodes, kEmfSuffixes, nullptr, nullptr, kDrawingModule,
+     "WriteEmfDrawing", Needs::FineTriangles, nullptr},
+    {FormatId::PartsList, "XML", kXmlCodes, kXmlSuffixes, nullptr, nullptr, kPartsListModule,
+     "WritePartsList", Needs::Anything, nullptr},
 });
 
 template <class Usable>

@@ -7,12 +7,36 @@
 
 namespace morvex {
 
-enum class FormatId { Step, Iges, Brep, Stl, Vrml, Obj, Gltf, Glb, Collada, Fbx, ThreeMf, Ifc, Dxf };
+enum class FormatId {
+    Step,
+    Iges,
+    Brep,
+    Stl,
+    Vrml,
+    Obj,
+    Gltf,
+    Glb,
+    Collada,
+    Fbx,
+    ThreeMf,
+    Ifc,
+    Dxf,
+    DxfDrawing,
+    PdfDrawing,
+    EmfDrawing,
+    PartsList,
+    Ply,
+    Off,
+    Amf,
+    X3d,
+    ThreeDs
+};
 
 // What a writer needs the model to be.
 enum class Needs {
-    Triangles,  // every face meshed
-    Surfaces,   // every face with a surface of its own
+    Triangles,      // every face meshed
+    FineTriangles,  // so fine that curves drawn along them look smooth
+    Surfaces,       // every face with a surface of its own
     Anything
 };
 
@@ -27,6 +51,12 @@ struct Format {
     const char* writeFunction;
     Needs writerNeeds;
     const char* sideSuffix;  // of the file that the writer leaves beside the main one, or null
+
+    bool WritesTriangles() const {
+        return writerNeeds == Needs::Triangles || writerNeeds == Needs::FineTriangles;
+    }
+    // The views of the model on a sheet, which nobody makes a model of again.
+    bool IsDrawing() const { return writerNeeds == Needs::FineTriangles; }
 };
 
 constexpr int kAnyFormatCode = 1;

@@ -26,10 +26,15 @@ Outcome ReadStl(JobContext& context);
 Outcome Write3mf(JobContext& context);
 Outcome WriteBrep(JobContext& context);
 Outcome WriteCollada(JobContext& context);
+Outcome WriteDxf(JobContext& context);
+Outcome WriteDxfDrawing(JobContext& context);
+Outcome WriteEmfDrawing(JobContext& context);
 Outcome WriteFbx(JobContext& context);
 Outcome WriteGltf(JobContext& context);
 Outcome WriteIges(JobContext& context);
 Outcome WriteObj(JobContext& context);
+Outcome WritePartsList(JobContext& context);
+Outcome WritePdfDrawing(JobContext& context);
 Outcome WriteStep(JobContext& context);
 Outcome WriteStl(JobContext& context);
 Outcome WriteVrml(JobContext& context);
@@ -42,12 +47,14 @@ namespace {
 const struct {
     std::string_view name;
     void* function;
-} kFunctions[] = {FUNCTION(RunJob),    FUNCTION(DrawPicture),  FUNCTION(ReadBrep),  FUNCTION(ReadDxf),
-                  FUNCTION(ReadFbx),   FUNCTION(ReadGltf),     FUNCTION(ReadIfc),   FUNCTION(ReadIges),
-                  FUNCTION(ReadObj),   FUNCTION(ReadStep),     FUNCTION(ReadStl),   FUNCTION(Write3mf),
-                  FUNCTION(WriteBrep), FUNCTION(WriteCollada), FUNCTION(WriteFbx),  FUNCTION(WriteGltf),
-                  FUNCTION(WriteIges), FUNCTION(WriteObj),     FUNCTION(WriteStep), FUNCTION(WriteStl),
-                  FUNCTION(WriteVrml)};
+} kFunctions[] = {
+    FUNCTION(RunJob),         FUNCTION(DrawPicture),    FUNCTION(ReadBrep),        FUNCTION(ReadDxf),
+    FUNCTION(ReadFbx),        FUNCTION(ReadGltf),       FUNCTION(ReadIfc),         FUNCTION(ReadIges),
+    FUNCTION(ReadObj),        FUNCTION(ReadStep),       FUNCTION(ReadStl),         FUNCTION(Write3mf),
+    FUNCTION(WriteBrep),      FUNCTION(WriteCollada),   FUNCTION(WriteFbx),        FUNCTION(WriteGltf),
+    FUNCTION(WriteIges),      FUNCTION(WriteObj),       FUNCTION(WriteStep),       FUNCTION(WriteStl),
+    FUNCTION(WriteVrml),      FUNCTION(WriteDxf),       FUNCTION(WriteDxfDrawing), FUNCTION(WriteEmfDrawing),
+    FUNCTION(WritePartsList), FUNCTION(WritePdfDrawing)};
 #undef FUNCTION
 
 }  // namespace

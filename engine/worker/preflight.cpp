@@ -184,6 +184,7 @@ Outcome CheckContents(FormatId format, const Excerpt& file) {
         case FormatId::Ifc:
             return CheckIfc(file);
         case FormatId::Dxf:
+        case FormatId::DxfDrawing:
             return CheckDxf(file);
         default:
             return Outcome::Ok();

@@ -33,11 +33,11 @@ Measures MeasuresOf(const TriangleMoments& moments) {
     return measures;
 }
 
-std::optional<Measures> MeasureTriangles(const Document& document, bool complete) {
-    const ModelCounts counts = document.Count();
-    if (counts.triangles == 0 || counts.triangles > kMostTriangles) return std::nullopt;
+namespace {
+
+std::optional<Measures> TrianglesOf(const TopoDS_Shape& shape, bool complete) {
     TriangleMoments moments;
-    for (const TopoDS_Face& face : FacesOf(document.WholeShape())) {
+    for (const TopoDS_Face& face : FacesOf(shape)) {
         const FaceTriangles triangles(face);
         if (triangles.IsNull() && complete) return std::nullopt;
         if (triangles.IsNull()) continue;
@@ -50,12 +50,10 @@ std::optional<Measures> MeasureTriangles(const Document& document, bool complete
                         nodes[static_cast<std::size_t>(c)]);
         }
     }
-    return MeasuresOf(moments);
+    return moments.Count() == 0 ? std::nullopt : std::optional(MeasuresOf(moments));
 }
 
-std::optional<Measures> MeasureSurfaces(const Document& document) {
-    const TopoDS_Shape whole = document.WholeShape();
-    if (whole.IsNull()) return std::nullopt;
+std::optional<Measures> SurfacesOf(const TopoDS_Shape& whole) {
     Bnd_Box box;
     BRepBndLib::AddOptimal(whole, box, Standard_False, Standard_False);
     if (box.IsVoid()) return std::nullopt;
@@ -74,6 +72,23 @@ std::optional<Measures> MeasureSurfaces(const Document& document) {
     measures.volume = body.Mass();
     measures.centre = PointOf(body.CentreOfMass().XYZ());
     return measures;
+}
+
+}  // namespace
+
+std::optional<Measures> MeasureTriangles(const Document& document, bool complete) {
+    const ModelCounts counts = document.Count();
+    if (counts.triangles == 0 || counts.triangles > kMostTriangles) return std::nullopt;
+    return TrianglesOf(document.WholeShape(), complete);
+}
+
+std::optional<Measures> MeasureSurfaces(const Document& document) {
+    const TopoDS_Shape whole = document.WholeShape();
+    return whole.IsNull() ? std::nullopt : SurfacesOf(whole);
+}
+
+std::optional<Measures> MeasureShape(const TopoDS_Shape& shape) {
+    return std::ranges::all_of(FacesOf(shape), HasSurface) ? SurfacesOf(shape) : TrianglesOf(shape, false);
 }
 
 namespace {

@@ -21,6 +21,8 @@ struct Measures {
 std::optional<Measures> MeasureTriangles(const Document& document, bool complete);
 // By the surfaces, which takes about as long as meshing them.
 std::optional<Measures> MeasureSurfaces(const Document& document);
+// One shape, by its surfaces where all faces have them, else by its triangles.
+std::optional<Measures> MeasureShape(const TopoDS_Shape& shape);
 
 Measures MeasuresOf(const TriangleMoments& moments);
 

@@ -19,6 +19,18 @@ Outcome GiveSurfaces(JobContext& context) {
     return context.settings.toNurbs && !context.facets ? ToNurbs(context) : Outcome::Ok();
 }
 
+// In steps of five degrees an arc looks like a curve on a sheet.
+Outcome MeshFinely(JobContext& context) {
+    constexpr double kAngle = 0.08;
+    Settings settings = context.settings;
+    settings.angularTolerance =
+        settings.angularOff ? kAngle : std::min(kAngle, context.settings.angularTolerance);
+    settings.angularOff = false;
+    JobContext finer{context.request, settings,         context.journal, context.document,
+                     context.file,    context.progress, context.facets};
+    return MeshFaces(finer);
+}
+
 }  // namespace
 
 Outcome Prepare(JobContext& context) {
@@ -36,6 +48,8 @@ Outcome Prepare(JobContext& context) {
     switch (context.request.to->writerNeeds) {
         case Needs::Triangles:
             return MeshFaces(context);
+        case Needs::FineTriangles:
+            return MeshFinely(context);
         case Needs::Surfaces:
             return GiveSurfaces(context);
         case Needs::Anything:

@@ -43,7 +43,7 @@ void Send(Journal& journal, const char* side, const Measures& measures) {
 // Of the triangles as far as they are what gets written.
 std::optional<Measures> MeasuresFor(const JobContext& context, const Document& document) {
     if (context.settings.verify == kNothing) return std::nullopt;
-    const auto measures = MeasureTriangles(document, context.request.to->writerNeeds != Needs::Triangles);
+    const auto measures = MeasureTriangles(document, !context.request.to->WritesTriangles());
     return measures || context.settings.verify < kAll ? measures : MeasureSurfaces(document);
 }
 
@@ -176,6 +176,7 @@ void SendFacts(Journal& journal, const WrittenFacts& written) {
     send("triangles", written.triangles);
     send("free-edges", written.edges);
     send("colours", written.colours);
+    send("lines", written.lines);
     if (written.geometry && written.geometry->Count() > 0)
         Send(journal, "written", MeasuresOf(*written.geometry));
 }
@@ -184,7 +185,7 @@ void SendFacts(Journal& journal, const WrittenFacts& written) {
 void ComparePoints(JobContext& context, const std::optional<Measures>& size, const WrittenFacts& written,
                    Comparison& comparison) {
     Extent unmoved = ExtentOfTriangles(context.document);
-    if (context.request.to->writerNeeds == Needs::Triangles) {
+    if (context.request.to->WritesTriangles()) {
         comparison.Box(*written.points, unmoved, kShare);
     } else if (const CornerExtents corners = SurveyCorners(context.document); corners.count > 0) {
         unmoved = {};  // surfaces reach farther than their corners
@@ -210,6 +211,9 @@ void CompareScan(JobContext& context, const std::optional<Measures>& size, const
         comparison.Size(MeasuresOf(*written.geometry), *size,
                         kShare + SlackOf(size->box, 0) / std::max(size->box.Diagonal(), 1e-300));
     if (written.points) ComparePoints(context, size, written, comparison);
+    if (!written.box) return;
+    context.journal.Measure("written", "box", TextOf(*written.box));
+    if (size) comparison.Box(*written.box, size->box, kShare);
 }
 
 // Of parts and of what places them.
@@ -249,7 +253,7 @@ bool KeepsNames(FormatId format) {
 Outcome CompareReadBack(JobContext& context, const std::optional<Measures>& size, LoadFunction* load,
                         bool measured, Comparison& comparison) {
     const Format& format = *context.request.to;
-    if (format.readModule == nullptr) return Outcome::Ok();
+    if (format.readModule == nullptr || format.IsDrawing()) return Outcome::Ok();
     Document document;
     Request request = context.request;
     request.from = &format;
@@ -266,7 +270,7 @@ Outcome CompareReadBack(JobContext& context, const std::optional<Measures>& size
     const ModelCounts expected = context.document.Count(), found = document.Count();
     context.journal.Count("written", "parts", found.parts);
     context.journal.Count("written", "instances", found.instances);
-    if (format.writerNeeds != Needs::Triangles) {
+    if (!format.WritesTriangles()) {
         comparison.Count("solids read back", found.solids, expected.solids, expected.solids);
         comparison.Count("faces read back", found.faces, expected.faces, expected.faces);
     }

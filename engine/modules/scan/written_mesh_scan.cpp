@@ -201,6 +201,24 @@ WrittenFacts Scan3mf(string_view text) {
     return OfTriangles(CountOf(text, "<triangle v1="), points);
 }
 
+// The groups 10 to 33 of a face, each a line with the code and one with the number.
+WrittenFacts ScanDxf(string_view text) {
+    Extent points;
+    std::int64_t triangles = 0;
+    ForEach(text, "\nAcDbFace\n", [&](string_view rest) {
+        NumberReader reader(rest);
+        double code = 0;
+        Point point{};
+        ++triangles;
+        for (int corner = 0; corner < 3; ++corner) {
+            for (double& number : point)
+                if (!reader.Read(code) || !reader.Read(number)) return;
+            points.Add(point);
+        }
+    });
+    return OfTriangles(triangles, points);
+}
+
 }  // namespace
 
 WrittenFacts ScanWrittenMesh(FormatId format, string_view bytes, string_view side) {
@@ -221,6 +239,8 @@ WrittenFacts ScanWrittenMesh(FormatId format, string_view bytes, string_view sid
                                PointsIn(bytes, "-points-array\" count=", '<'));
         case FormatId::ThreeMf:
             return Scan3mf(bytes);
+        case FormatId::Dxf:
+            return ScanDxf(bytes);
         default:
             return {};
     }

@@ -4,6 +4,7 @@
 #include <set>
 
 #include "engine/modules/scan/brep_scan.h"
+#include "engine/modules/scan/drawing_scan.h"
 #include "engine/modules/scan/iges_scan.h"
 #include "engine/modules/scan/number_reader.h"
 #include "engine/modules/scan/step_scan.h"
@@ -115,6 +116,29 @@ WrittenFacts ScanBrep(string_view text) {
     return facts;
 }
 
+// Each part is an element that says what is in it, and stands once.
+WrittenFacts ScanPartsList(string_view text) {
+    WrittenFacts facts;
+    std::int64_t solids = 0, faces = 0, triangles = 0;
+    std::set<string_view> colours;
+    constexpr string_view kPart = "\n <part ";
+    for (std::size_t at = 0; (at = text.find(kPart, at)) != string_view::npos; ++at) {
+        string_view part = text.substr(at, text.find('>', at) - at);
+        const auto add = [&](string_view key, std::int64_t& sum) {
+            double number = 0;
+            const std::size_t place = part.find(key);
+            if (place != string_view::npos && NumberReader(part.substr(place + key.size())).Read(number))
+                sum += static_cast<std::int64_t>(number);
+        };
+        add(" solids=\"", solids), add(" faces=\"", faces), add(" triangles=\"", triangles);
+    }
+    for (std::size_t at = 0; (at = text.find("=\"#", at)) != string_view::npos; at += 3)
+        colours.insert(text.substr(at, 12));
+    facts.solids = solids, facts.faces = faces, facts.triangles = triangles;
+    facts.colours = static_cast<std::int64_t>(colours.size());
+    return facts;
+}
+
 }  // namespace
 
 WrittenFacts ScanWritten(FormatId format, string_view bytes, string_view side) {
@@ -125,6 +149,12 @@ WrittenFacts ScanWritten(FormatId format, string_view bytes, string_view side) {
             return ScanIges(bytes);
         case FormatId::Brep:
             return ScanBrep(bytes);
+        case FormatId::PartsList:
+            return ScanPartsList(bytes);
+        case FormatId::DxfDrawing:
+        case FormatId::PdfDrawing:
+        case FormatId::EmfDrawing:
+            return ScanDrawing(format, bytes);
         default:
             return ScanWrittenMesh(format, bytes, side);
     }

@@ -18,6 +18,9 @@ struct WrittenFacts {
     // corners of faces) each part where it lies by itself.
     std::optional<TriangleMoments> geometry;
     std::optional<Extent> points;
+    // Of a drawing: the box that its views show, and the lines in them.
+    std::optional<Extent> box;
+    std::optional<std::int64_t> lines;
 };
 
 // `bytes` are those of the file, of a package those of its model; `side` those of the file beside it.

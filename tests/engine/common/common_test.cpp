@@ -166,6 +166,11 @@ TEST(Formats, NumbersAndSuffixes) {
     EXPECT_EQ(id(FindInputFormat(kAnyFormatCode, "a.unknown")), -1);
     EXPECT_EQ(id(FindInputFormat(23, "a.wrl")), -1) << "VRML is only written";
     EXPECT_EQ(id(FindOutputFormat(48, "a.ifc")), -1) << "IFC is only read";
+    EXPECT_EQ(id(FindOutputFormat(35, "a.dwg")), -1) << "DWG is neither";
+    EXPECT_EQ(id(FindOutputFormat(33, "a.dxf")), is(FormatId::DxfDrawing));
+    EXPECT_EQ(id(FindOutputFormat(63, "a.dxf")), is(FormatId::Dxf));
+    for (const int code : {33, 35, kAnyFormatCode})
+        EXPECT_GE(id(FindInputFormat(code, "a.dxf")), is(FormatId::Dxf));
     EXPECT_EQ(id(FindInputFormat(2, "a.stp")), -1) << "the number counts more than the suffix";
     EXPECT_EQ(id(FindFormatByName("3mf")), is(FormatId::ThreeMf));
 }

@@ -96,16 +96,16 @@ void ExpectNoLess(const Seed& seed, const std::string& report) {
 
 // A case is the seed file, the number of its mutation, and an output that goes round.
 void RunCase(const Seed& seed, unsigned number, std::mutex& mutex, std::map<int, int>& codes) {
-    static constexpr const char* kOutputs[] = {"stl", "stp", "glb", "fbx", "brep", "obj"};
+    static constexpr const char* kOutputs[] = {"stl", "stp", "glb", "fbx", "brep",
+                                               "obj", "pdf", "dxf", "xml"};
+    const std::string output = std::string("out.") + kOutputs[number % std::size(kOutputs)];
     const ScratchFolder folder;
     const std::string input = folder / seed.name;
     WriteWhole(input, Mutated(seed.bytes, number));
     const std::string before = ReadWhole(input);
-    const WorkerRun run =
-        RunWorker({"--patience", "10", input, folder / (std::string("out.") + kOutputs[number % 6])});
+    const WorkerRun run = RunWorker({"--patience", "10", input, folder / output});
 
-    const std::string report =
-        run.code == 0 ? ReadWhole(folder / (std::string("out.") + kOutputs[number % 6] + "-zel.xml")) : "";
+    const std::string report = run.code == 0 ? ReadWhole(folder / (output + "-zel.xml")) : "";
     const std::lock_guard lock(mutex);
     SCOPED_TRACE(seed.name + ", mutation " + std::to_string(number) + ": " + run.errors);
     EXPECT_TRUE(std::set({0, 1, 5, 22, 27, 29, 32}).contains(run.code)) << run.code;

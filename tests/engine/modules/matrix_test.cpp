@@ -13,11 +13,12 @@
 namespace morvex::test {
 namespace {
 
-// The suffixes of all formats that are written.
+// The formats that are written as models, by their suffixes.
 std::vector<std::string> Outputs() {
     std::vector<std::string> suffixes;
     for (const Format& format : AllFormats()) {
-        if (format.writeModule != nullptr) suffixes.emplace_back(format.suffixes.front().substr(1));
+        if (format.writeModule != nullptr && !format.IsDrawing() && format.id != FormatId::PartsList)
+            suffixes.emplace_back(format.suffixes.front().substr(1));
     }
     return suffixes;
 }
@@ -53,7 +54,8 @@ void ExpectSameContents(const std::string& input, const Facts& in, const std::st
     if (input.find("/asm.") != std::string::npos && IsOneOf(to, {"stp", "igs"})) {
         EXPECT_EQ(out.solids, 4);
     }
-    const bool coloured = IsOneOf(to, {"stp", "igs", "wrl", "obj", "dae", "gltf", "glb", "fbx", "3mf"});
+    const bool coloured =
+        IsOneOf(to, {"stp", "igs", "wrl", "obj", "dae", "gltf", "glb", "fbx", "3mf", "dxf"});
     if (!coloured || from == "dxf") return;  // a drawing's plain faces have any colour
     if (to == "igs") {
         EXPECT_EQ(out.colours.size(), in.colours.size()) << "without their transparency";
@@ -109,10 +111,31 @@ TEST_F(Matrix, EveryPair) {
             ASSERT_EQ(run.code, 0) << run.errors;
             const Facts out = ReadBack(output);
             ASSERT_TRUE(out.read);
+            EXPECT_EQ(out.faults, std::set<std::string>());
             ExpectSameExtent(in, out);
             ExpectSameContents(input, in, suffix, out);
             if (IsOneOf(suffix, {"stl", "obj", "gltf", "glb"})) ExpectSameExtent(in, ReadByAssimp(output));
         }
+    }
+}
+
+// What all instances add up to.
+TEST_F(Matrix, PartsLists) {
+    for (const char* suffix : {"step", "igs", "stl", "glb", "fbx"}) {
+        const std::string input = *scratch / (std::string("asm.") + suffix), output = *scratch / "list.xml";
+        SCOPED_TRACE(input);
+        ASSERT_EQ(RunWorker({input, output}).code, 0);
+        const Facts in = ReadBack(input), list = ReadBack(output);
+        ASSERT_TRUE(list.read);
+        EXPECT_NEAR(list.area, in.area, in.area * 0.01);
+        EXPECT_NEAR(list.volume, in.volume, in.volume * 0.02);
+        EXPECT_EQ(list.solids, in.solids);
+        if (suffix == std::string("step")) {
+            EXPECT_EQ(list.faces, in.faces);
+        }
+        EXPECT_EQ(list.colours.size(), in.colours.size());
+        for (const char* name : {kBoxName, kCylinderName, kPairName, kTopName})
+            EXPECT_EQ(list.names.contains(name), in.names.contains(name)) << name;
     }
 }
 

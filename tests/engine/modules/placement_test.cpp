@@ -49,7 +49,8 @@ TEST(Placement, ScaleAndMirroringAreInThePartsOfEveryFormat) {
     } cases[] = {{"in.gltf", {1, -233, -22}, {99, 33, 44}},
                  {"in.brep", {-17.972, -198.079, 3}, {99, 44, 66}}};
     for (const auto& [input, low, high] : cases) {
-        for (const char* suffix : {"stp", "igs", "brep", "stl", "obj", "glb", "dae", "fbx", "3mf", "wrl"}) {
+        for (const char* suffix :
+             {"stp", "igs", "brep", "stl", "obj", "glb", "dae", "fbx", "3mf", "dxf", "wrl"}) {
             SCOPED_TRACE(std::string(input) + " -> " + suffix);
             const std::string output = folder / (std::string("out.") + suffix);
             const WorkerRun run = RunWorker({folder / input, output});

@@ -122,6 +122,14 @@ std::string FileWith(const std::string& format, int z) {
         return "glTF" + Bytes(2u, 0u, unsigned(json.size()), 0u) + json +
                Bytes(24u, 0u, 0.f, 0.f, 0.f, .01f, float(z) / 1000, -.02f);
     }
+    const std::string faces =
+        "\nAcDbFace\n10\n0\n20\n0\n30\n0\n11\n10\n21\n20\n31\n" + up + "\n12\n0\n22\n0\n32\n0";
+    if (format == "DXF 3D") return Times(12, faces) + "\n";
+    const auto view = [](const std::string& name, const std::string& far) {
+        return "\nAcDbBlockBegin\n2\n" + name + "\n100\nAcDbPolyline\n90\n2\n70\n0\n10\n0\n20\n0\n10\n" +
+               far + "\n0\nENDBLK\n100\nAcDbBlockEnd\n";
+    };
+    if (format == "DXF") return view("FRONT", "10\n20\n" + up) + view("TOP", "10\n20\n20");
     if (format == "BREP")
         return "\nTShapes 15\n\nSo\n" + Times(6, "\nFa\n") + "\nVe\n1e-07\n0 0 0\n*" +
                Times(7, "\nVe\n1e-07\n10 20 " + up + "\n*");
@@ -134,12 +142,12 @@ std::string FileWith(const std::string& format, int z) {
 }
 
 TEST_F(Verify, PointsOfEveryKindOfFormat) {
-    for (const char* format : {"VRML", "Collada", "FBX", "glb", "BREP", "STEP"}) {
+    for (const char* format : {"VRML", "Collada", "FBX", "glb", "BREP", "STEP", "DXF 3D", "DXF"}) {
         SCOPED_TRACE(format);
         request_.to = FindFormatByName(format);
         EXPECT_TRUE(Check(FileWith(format, 30)).IsOk());
         EXPECT_EQ(warnings_, 0);
-        const bool fails = request_.to->writerNeeds == Needs::Triangles;
+        const bool fails = request_.to->WritesTriangles();
         EXPECT_EQ(Check(FileWith(format, 20)).IsOk(), !fails);
         EXPECT_GT(warnings_, 0) << "lower than the model";
     }

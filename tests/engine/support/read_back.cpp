@@ -32,10 +32,13 @@
 #include <assimp/postprocess.h>
 #include <assimp/scene.h>
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <memory>
+#include <sstream>
 
 namespace morvex::test {
 namespace {
@@ -172,6 +175,47 @@ Facts ReadTriangles(const std::string& path) {
     return facts;
 }
 
+// A word, and its values.
+void TakeLine(Facts& facts, std::istringstream line) {
+    std::string word, text;
+    line >> word >> std::ws;
+    if (word == "box") {
+        for (double& number : facts.low) line >> number;
+        for (double& number : facts.high) line >> number;
+    } else if (word == "colour") {
+        double red = 0, green = 0, blue = 0, alpha = 0;
+        line >> red >> green >> blue >> alpha;
+        facts.colours.insert(Colour(red, green, blue, alpha));
+    } else if (word == "line") {
+        line >> text;
+        std::vector<double>& points = facts.lines.emplace_back(text, std::vector<double>()).second;
+        for (double number = 0; line >> number;) points.push_back(number);
+    } else if (word == "area" || word == "volume") {
+        line >> (word == "area" ? facts.area : facts.volume);
+    } else if (word == "triangles" || word == "solids" || word == "faces") {
+        line >> (word == "triangles" ? facts.triangles : word == "solids" ? facts.solids : facts.faces);
+    } else if (std::getline(line, text)) {
+        if (word == "text") text.erase(0, text.find(' ') + 1);
+        (word == "name" ? facts.names : word == "text" ? facts.texts : facts.faults).insert(text);
+    }
+}
+
+Facts ReadByScript(const std::string& path) {
+    Facts facts;
+    const std::string command = "/usr/bin/python3 '" MORVEX_READ_BACK_SCRIPT "' '" + path + "'";
+    FILE* const output = popen(command.c_str(), "r");
+    char* line = nullptr;
+    std::size_t size = 0;
+    while (getline(&line, &size, output) > 0) {
+        std::string text = line;
+        text.pop_back();
+        TakeLine(facts, std::istringstream(text));
+    }
+    std::free(line);
+    facts.read = pclose(output) == 0;
+    return facts;
+}
+
 }  // namespace
 
 double Facts::Diagonal() const {
@@ -277,6 +321,7 @@ Facts ReadBack(const std::string& path) {
         });
     }
     if (suffix == ".wrl") return ReadVrml(path);
+    if (suffix == ".dxf" || suffix == ".xml") return ReadByScript(path);
     if (suffix == ".glb" || suffix == ".gltf")
         return ReadMesh<RWGltf_CafReader>(path, [](RWGltf_CafReader&) {});
     return ReadByAssimp(path);

@@ -4,6 +4,8 @@
 #include <array>
 #include <set>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace morvex::test {
 
@@ -16,10 +18,16 @@ struct Facts {
     std::set<std::string> names;
     std::set<std::string> colours;  // "rrggbbaa", sRGB, in steps of 1/16 so that rounding does not matter
 
+    // Of a drawing as DXF: its lines on the sheet, x and y in millimetres, with the layer of each; its texts.
+    std::vector<std::pair<std::string, std::vector<double>>> lines;
+    std::set<std::string> texts;
+    std::set<std::string> faults;  // that the reader complains about
+
     double Diagonal() const;
 };
 
-// By the suffix: B-rep formats, STL, OBJ, glTF and VRML by Open CASCADE, Collada, FBX and 3MF by assimp.
+// By the suffix: B-rep formats, STL, OBJ, glTF and VRML by Open CASCADE, Collada, FBX and 3MF by assimp, DXF
+// and parts lists by the script beside this file.
 Facts ReadBack(const std::string& path);
 
 // Any mesh format by assimp.

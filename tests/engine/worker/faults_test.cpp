@@ -203,8 +203,8 @@ TEST(Faults, FullDisk) {
         setrlimit(RLIMIT_FSIZE, &size);
         signal(SIGXFSZ, SIG_IGN);
     };
-    for (const char* suffix :
-         {"stl", "stp", "igs", "brep", "obj", "gltf", "glb", "wrl", "dae", "fbx", "3mf"}) {
+    for (const char* suffix : {"stl", "stp", "igs", "brep", "obj", "gltf", "glb", "wrl", "dae", "fbx", "3mf",
+                               "dxf", "pdf", "emf"}) {
         SCOPED_TRACE(suffix);
         const ScratchFolder folder;
         const std::string output = folder / (std::string("out.") + suffix);
