@@ -14,7 +14,11 @@ struct JobContext;
 extern "C" {
 Outcome RunJob(const Job& job);
 Outcome DrawPicture(JobContext& context);
+Outcome Read3ds(JobContext& context);
+Outcome Read3mf(JobContext& context);
+Outcome ReadAmf(JobContext& context);
 Outcome ReadBrep(JobContext& context);
+Outcome ReadCollada(JobContext& context);
 Outcome ReadDxf(JobContext& context);
 Outcome ReadFbx(JobContext& context);
 Outcome ReadGltf(JobContext& context);
@@ -23,6 +27,7 @@ Outcome ReadIges(JobContext& context);
 Outcome ReadObj(JobContext& context);
 Outcome ReadStep(JobContext& context);
 Outcome ReadStl(JobContext& context);
+Outcome ReadX3d(JobContext& context);
 Outcome Write3mf(JobContext& context);
 Outcome WriteBrep(JobContext& context);
 Outcome WriteCollada(JobContext& context);
@@ -48,13 +53,14 @@ const struct {
     std::string_view name;
     void* function;
 } kFunctions[] = {
-    FUNCTION(RunJob),         FUNCTION(DrawPicture),    FUNCTION(ReadBrep),        FUNCTION(ReadDxf),
-    FUNCTION(ReadFbx),        FUNCTION(ReadGltf),       FUNCTION(ReadIfc),         FUNCTION(ReadIges),
-    FUNCTION(ReadObj),        FUNCTION(ReadStep),       FUNCTION(ReadStl),         FUNCTION(Write3mf),
-    FUNCTION(WriteBrep),      FUNCTION(WriteCollada),   FUNCTION(WriteFbx),        FUNCTION(WriteGltf),
-    FUNCTION(WriteIges),      FUNCTION(WriteObj),       FUNCTION(WriteStep),       FUNCTION(WriteStl),
-    FUNCTION(WriteVrml),      FUNCTION(WriteDxf),       FUNCTION(WriteDxfDrawing), FUNCTION(WriteEmfDrawing),
-    FUNCTION(WritePartsList), FUNCTION(WritePdfDrawing)};
+    FUNCTION(RunJob),         FUNCTION(DrawPicture),     FUNCTION(ReadBrep),        FUNCTION(ReadDxf),
+    FUNCTION(ReadFbx),        FUNCTION(ReadGltf),        FUNCTION(ReadIfc),         FUNCTION(ReadIges),
+    FUNCTION(ReadObj),        FUNCTION(ReadStep),        FUNCTION(ReadStl),         FUNCTION(Write3mf),
+    FUNCTION(WriteBrep),      FUNCTION(WriteCollada),    FUNCTION(WriteFbx),        FUNCTION(WriteGltf),
+    FUNCTION(WriteIges),      FUNCTION(WriteObj),        FUNCTION(WriteStep),       FUNCTION(WriteStl),
+    FUNCTION(WriteVrml),      FUNCTION(WriteDxf),        FUNCTION(WriteDxfDrawing), FUNCTION(WriteEmfDrawing),
+    FUNCTION(WritePartsList), FUNCTION(WritePdfDrawing), FUNCTION(Read3ds),         FUNCTION(Read3mf),
+    FUNCTION(ReadAmf),        FUNCTION(ReadCollada),     FUNCTION(ReadX3d)};
 #undef FUNCTION
 
 }  // namespace

@@ -164,6 +164,21 @@ Outcome CheckBrep(const Excerpt& file) {
                                                                                    : Unknown("BREP");
 }
 
+// XML whose outermost element has that name; a file without its end is cut off.
+Outcome CheckXml(const Excerpt& excerpt, const char* format, const std::string& element) {
+    if (excerpt.head.starts_with("PK")) return Version(std::string("Compressed ") + format);
+    const Excerpt file = Narrowed(excerpt);
+    if (!HasWord(file.head, "<" + element) || !IsText(file)) return Unknown(format);
+    return HasWord(file.tail, element + ">") ? Outcome::Ok() : CutOff();
+}
+
+Outcome Check3ds(const Excerpt& file) {
+    std::uint32_t size = 0;
+    if (!file.head.starts_with("MM") || file.head.size() < 6) return Unknown("3DS");
+    std::memcpy(&size, file.head.data() + 2, sizeof size);
+    return size > file.size ? CutOff() : Outcome::Ok();
+}
+
 Outcome CheckContents(FormatId format, const Excerpt& file) {
     switch (format) {
         case FormatId::Step:
@@ -186,6 +201,16 @@ Outcome CheckContents(FormatId format, const Excerpt& file) {
         case FormatId::Dxf:
         case FormatId::DxfDrawing:
             return CheckDxf(file);
+        case FormatId::Collada:
+            return CheckXml(file, "Collada", "collada");
+        case FormatId::ThreeMf:
+            return file.head.starts_with("PK") ? Outcome::Ok() : Unknown("3MF");
+        case FormatId::Amf:
+            return CheckXml(file, "AMF", "amf");
+        case FormatId::X3d:
+            return CheckXml(file, "X3D", "x3d");
+        case FormatId::ThreeDs:
+            return Check3ds(file);
         default:
             return Outcome::Ok();
     }

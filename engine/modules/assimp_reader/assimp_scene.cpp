@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <assimp/DefaultLogger.hpp>
+#include <assimp/IOSystem.hpp>
 #include <assimp/Importer.hpp>
 #include <assimp/LogStream.hpp>
 #include <assimp/config.h>
@@ -53,6 +54,15 @@ class LogCapture : public Assimp::LogStream {
   private:
     Said& said_;
     bool errors_;
+};
+
+// Other files than the input, which some formats refer to, are not there.
+class NoOtherFiles : public Assimp::IOSystem {
+  public:
+    bool Exists(const char*) const override { return false; }
+    char getOsSeparator() const override { return '/'; }
+    Assimp::IOStream* Open(const char*, const char*) override { return nullptr; }
+    void Close(Assimp::IOStream*) override {}
 };
 
 class Log {
@@ -193,6 +203,8 @@ Outcome ReadByAssimp(JobContext& context, const AssimpSource& source,
                      const std::function<gp_GTrsf(const aiScene& scene)>& toOurs) {
     Log log;
     Assimp::Importer importer;
+    importer.SetIOHandler(new NoOtherFiles);  // which it owns
+    importer.SetPropertyBool(AI_CONFIG_IMPORT_COLLADA_USE_COLLADA_NAMES, true);
     importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
     importer.SetPropertyInteger(AI_CONFIG_PP_SBP_REMOVE, aiPrimitiveType_LINE | aiPrimitiveType_POINT);
     const aiScene* const scene = importer.ReadFileFromMemory(
@@ -205,7 +217,10 @@ Outcome ReadByAssimp(JobContext& context, const AssimpSource& source,
         KeepGoing(context, [&] {
             throw ReadError("A part of the file could not be read: " + CleanUtf8(log.said.loss));
         });
-    for (const std::string& line : log.said.lines) context.journal.Warn(line);
+    for (const std::string& line : log.said.lines) {
+        // Every package of 3MF has some.
+        if (!HasOneOf(line, {"Ignored file of"})) context.journal.Warn(line);
+    }
     if ((scene->mFlags & AI_SCENE_FLAGS_INCOMPLETE) != 0 && scene->mNumMeshes == 0) {
         return Outcome::Fail(ZEL_EMPTY, "The file contains no mesh");
     }

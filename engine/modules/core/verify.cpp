@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <minizip/unzip.h>
 #include <set>
 
 #include "engine/modules/core/input_bytes.h"
@@ -47,32 +46,9 @@ std::optional<Measures> MeasuresFor(const JobContext& context, const Document& d
     return measures || context.settings.verify < kAll ? measures : MeasureSurfaces(document);
 }
 
-// Of a package of 3MF; empty when it cannot be read.
-std::string UnpackedModel(const std::filesystem::path& file) {
-    std::string model;
-    zlib_filefunc64_def access = ZipAccessByPath();
-    const unzFile package = unzOpen2_64(&file, &access);
-    if (package == nullptr) return model;
-    unz_file_info64 info{};
-    if (unzLocateFile(package, "3D/3dmodel.model", 1) == UNZ_OK &&
-        unzGetCurrentFileInfo64(package, &info, nullptr, 0, nullptr, 0, nullptr, 0) == UNZ_OK &&
-        unzOpenCurrentFile(package) == UNZ_OK) {
-        model.resize(info.uncompressed_size);
-        std::size_t done = 0;
-        for (int got = 1; got > 0 && done < model.size();
-             done += static_cast<std::size_t>(std::max(got, 0))) {
-            const std::size_t piece = std::min<std::size_t>(model.size() - done, 1u << 24);
-            got = unzReadCurrentFile(package, model.data() + done, static_cast<unsigned>(piece));
-        }
-        model.resize(done);
-    }
-    unzClose(package);
-    return model;
-}
-
 WrittenFacts Scan(const JobContext& context) {
     const FormatId format = context.request.to->id;
-    if (format == FormatId::ThreeMf) return ScanWritten(format, UnpackedModel(context.file), {});
+    if (format == FormatId::ThreeMf) return ScanWritten(format, ZipMember(context.file, k3mfModel), {});
     std::filesystem::path side = context.file;
     std::error_code error;
     const bool sided = format == FormatId::Gltf && exists(side.replace_extension(".bin"), error);
