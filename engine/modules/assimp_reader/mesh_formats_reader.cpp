@@ -80,6 +80,8 @@ extern "C" Outcome Read3mf(JobContext& context) {
     context.TellUnit(unit);
     return ReadByAssimp(context, {bytes.View(), "3mf"}, [&](const aiScene& scene) {
         Account(context, scene, CountOf(model, "<triangle "));
+        if (model.find("\" p1=\"") != std::string::npos)
+            context.journal.Warn("Triangles with colours of their own have that of their object");
         return Scaled(unit);
     });
 }

@@ -225,6 +225,10 @@ bool KeepsNames(FormatId format) {
            format == FormatId::Fbx;
 }
 
+bool ReadsAllColours(FormatId format) {
+    return format != FormatId::Stl && format != FormatId::Brep && format != FormatId::ThreeMf;
+}
+
 // Reads the written file as if it were an input.
 Outcome CompareReadBack(JobContext& context, const std::optional<Measures>& size, LoadFunction* load,
                         bool measured, Comparison& comparison) {
@@ -250,7 +254,7 @@ Outcome CompareReadBack(JobContext& context, const std::optional<Measures>& size
         comparison.Count("solids read back", found.solids, expected.solids, expected.solids);
         comparison.Count("faces read back", found.faces, expected.faces, expected.faces);
     }
-    if (format.id != FormatId::Stl && format.id != FormatId::Brep && found.colours < expected.colours)
+    if (ReadsAllColours(format.id) && found.colours < expected.colours)
         context.journal.Warn("The written file has " + std::to_string(found.colours) + " of " +
                              std::to_string(expected.colours) + " colours");
     if (KeepsNames(format.id)) CompareNames(context, document);
