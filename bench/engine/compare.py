@@ -132,6 +132,40 @@ class Bench:
             Run("assimp", ["/usr/bin/assimp", "export", head, self.path("assimp.obj")], self.path("assimp.obj"))],
             self.rounds)
 
+    def many(self):
+        """Small files: by one command, and each by a command of its own."""
+        screw, count = SAMPLES + "/step/screw.step", 200
+        outputs = [self.path(f"many{number}.stl") for number in range(count)]
+        jobs = self.script("jobs.txt", "".join(f"{screw} {output}\n" for output in outputs))
+        loop = f'while read -r i o; do "{self.worker}" "$i" "$o"; done < {jobs}'
+        print_table(f"{count} times screw.step to STL", [
+            Run("morvex-engine --jobs", [self.worker, "--jobs", jobs], outputs[-1]),
+            Run("morvex-engine --jobs -j 2", [self.worker, "--jobs", jobs, "-j", "2"], outputs[-1]),
+            Run("morvex-engine, a start a file", ["bash", "-c", loop], outputs[-1])], self.rounds)
+
+    def instances(self):
+        """One part under one parent, so many times: the time is to grow as their number."""
+        for count in (1024, 4096, 16384):
+            source = self.path(f"instances{count}.step")
+            self.make_instances(count, source)
+            print_table(f"{count} instances under one parent, STEP to glb", [
+                self.ours(source, "instances.glb"),
+                self.draw("draw_instances.glb", f"ReadStep D {source}\nXGetOneShape s D\nincmesh s 0.1\nWriteGltf D OUT")],
+                1)
+
+    def make_instances(self, count, path):
+        """By way of a DXF file, in which a block stands in rows and columns."""
+        corners = [(x, y, z) for x in (0, 1) for y in (0, 1) for z in (0, 1)]
+        sides = ((0, 2, 3, 1), (4, 5, 7, 6), (0, 1, 5, 4), (2, 6, 7, 3), (0, 4, 6, 2), (1, 3, 7, 5))
+        faces = "".join("0\n3DFACE\n8\n0\n" + "".join(
+            f"{10 + at}\n{corners[corner][0]}\n{20 + at}\n{corners[corner][1]}\n{30 + at}\n{corners[corner][2]}\n"
+            for at, corner in enumerate(side)) for side in sides)
+        block = "0\nSECTION\n2\nBLOCKS\n0\nBLOCK\n2\nb\n10\n0\n20\n0\n30\n0\n" + faces + "0\nENDBLK\n0\nENDSEC\n"
+        uses = "".join(f"0\nINSERT\n8\n0\n2\nb\n10\n{number % 256 * 2}\n20\n{number // 256 * 2}\n30\n0\n"
+                       for number in range(count))
+        drawing = self.script("instances.dxf", block + "0\nSECTION\n2\nENTITIES\n" + uses + "0\nENDSEC\n0\nEOF\n")
+        subprocess.run([self.worker, drawing, path], check=True)
+
     def start(self):
         everything = self.compile("everything", "int main(void) { return 0; }", [
             "-Wl,--no-as-needed", "-lTKXDESTEP", "-lTKXDEIGES", "-lTKRWMesh", "-lTKSTL", "-lTKXCAF", "-lTKMesh", "-lassimp"])
@@ -175,6 +209,8 @@ def main():
         bench = Bench(os.path.abspath(arguments.worker), folder, arguments.rounds)
         print(f"Processors: {os.cpu_count()}, load before: {os.getloadavg()[0]:.1f}, rounds: {arguments.rounds}")
         bench.conversions()
+        bench.many()
+        bench.instances()
         bench.start()
     finally:
         shutil.rmtree(folder)

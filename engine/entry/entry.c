@@ -162,7 +162,8 @@ static char* ServerOfRun(int runSize, int traceLevel) {
     char run[64];
     const DWORD length = GetEnvironmentVariableA("MORVEX_RUN", run, sizeof run);
     const int named = length > 0 && length < sizeof run;
-    return traceLevel >= 0 && (named || runSize > 1) ? ServerName(named ? run : NULL) : NULL;
+    const int several = runSize > 1 || runSize < -1; /* negative for some of them */
+    return traceLevel >= 0 && (named || several) ? ServerName(named ? run : NULL) : NULL;
 }
 
 int __cdecl _zelConvert(int inputFormat, int outputFormat, const WCHAR* inputPath, const WCHAR* outputPath,
