@@ -140,6 +140,22 @@ TEST(ChildProcess, ExitCodesAndDeathsBecomeTheRowsText) {
     EXPECT_EQ(outcome.message, L"A component is missing : C:\\no such program.exe");
 }
 
+// A library may deal with an overflow itself, on the very stack that has run over: there is room for that.
+TEST(ChildProcess, OverflowsOfAnyFrameLeaveRoom) {
+    for (const bool multiprocess : {false, true}) {
+        for (const int frame : {40, 300, 900, 3000, 9000}) {
+            const LibraryLog log;
+            LastStatus status;
+            ConversionJob job = Job({L"{reporter,overflow=" + std::to_wstring(frame) + L"}.stp"});
+            job.request.multiprocess = multiprocess;
+            job.request.libraryPath = LibraryLog::LibraryPath();
+            RunConversions(job, status);
+            EXPECT_EQ(status.texts[0], L"KO");
+            EXPECT_EQ(test::ReadFileBytes(log.Path() + L".overflow"), "told") << multiprocess << frame;
+        }
+    }
+}
+
 // Somebody looks through the program's file for a moment, a virus scanner say.
 TEST(ChildProcess, WaitsForAProgramThatIsInUse) {
     const LibraryLog log;

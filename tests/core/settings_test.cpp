@@ -1,6 +1,7 @@
 #include "core/settings.h"
 
 #include <gtest/gtest.h>
+#include <thread>
 
 #include "core/conversion_config.h"
 #include "core/default_config.h"
@@ -229,6 +230,27 @@ TEST(ConfigFile, IsCreatedOnceWithItsDefaults) {
     test::WriteFileBytes(path, "[X]\r\n");
     EXPECT_FALSE(WriteDefaultConfig(path));
     EXPECT_EQ(test::ReadFileBytes(path), "[X]\r\n");
+}
+
+// Writers of one file take turns: no change is lost.
+TEST(Settings, ManyWritersLoseNothing) {
+    constexpr int kWriters = 8, kKeys = 10;
+    const TempFolder folder;
+    const std::wstring file = folder / L"shared.ini";
+    const auto key = [](int writer, int i) { return std::to_wstring(writer) + L"-" + std::to_wstring(i); };
+    {
+        std::vector<std::jthread> writers;
+        for (int writer = 0; writer < kWriters; ++writer) {
+            writers.emplace_back([&, writer] {
+                for (int i = 0; i < kKeys; ++i)
+                    profile::WriteText(file, L"General", key(writer, i).c_str(), L"kept");
+            });
+        }
+    }
+    for (int writer = 0; writer < kWriters; ++writer) {
+        for (int i = 0; i < kKeys; ++i)
+            EXPECT_EQ(profile::ReadText(file, L"General", key(writer, i).c_str(), L""), L"kept");
+    }
 }
 
 }  // namespace

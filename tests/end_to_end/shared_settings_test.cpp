@@ -49,9 +49,9 @@ TEST(FirstStart, ChildrenBesideAWriterOfTheSettings) {
     const std::wstring settings = files.InProgram().UserFolder() + L"\\zel_morvex.ini";
     const OpenWindow window(files.InProgram());
     ASSERT_TRUE(test::Eventually([&] { return window.Rows() == names.size() && !window.Converting(); }));
+    profile::WriteText(settings, L"General", L"Format_out", L"IGES 3D (*.igs)");  // which is on offer nowhere
     window.Begin();
     ASSERT_TRUE(test::Eventually([&] {
-        profile::WriteText(settings, L"General", L"Format_out", L"IGES 3D (*.igs)");
         profile::WriteText(settings, L"General", L"Input_folder_GUI", std::to_wstring(GetTickCount64()));
         return log.Calls().size() == names.size();
     }));

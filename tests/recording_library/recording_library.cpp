@@ -14,7 +14,7 @@
 //   spew=N, stdio=N              writes N kilobytes to standard output, through the C runtime
 //   output, report, praise       writes an output file, a report of a failure, of a success beside it
 //   read, write, smash           null read, null write, a stack pointer that leads nowhere
-//   overflow=N                   stack overflow by frames of N bytes
+//   overflow=N, reporter         stack overflow by frames of N bytes; tells it, on that stack, into a file
 //   throw, raise                 a C++ exception, one of another compiler
 //   abort, fastfail, exit=N      ends of the process
 //   kill, exitthread             the process ended from outside with code 0, the thread ended
@@ -118,6 +118,18 @@ void WriteBytes(const std::wstring& path, const char* text) {
     CloseHandle(file);
 }
 
+// As a crash reporter of the library's own does: it needs room on the very stack that has run over.
+PVOID reporter = nullptr;
+LONG CALLBACK TellOverflow(EXCEPTION_POINTERS* fault) {
+    if (fault->ExceptionRecord->ExceptionCode != EXCEPTION_STACK_OVERFLOW) return EXCEPTION_CONTINUE_SEARCH;
+    RemoveVectoredExceptionHandler(reporter);
+    volatile char text[40 << 10];
+    for (size_t at = sizeof text; at >= 4096; at -= 4096) text[at - 1] = 1;
+    sink = text[sizeof text - 1];
+    WriteBytes(Environment(L"MORVEX_TEST_LOG") + L".overflow", "told");
+    return EXCEPTION_CONTINUE_SEARCH;
+}
+
 // The process itself again, as one that sleeps; its id goes into a file beside the log.
 void StartGrandchild() {
     wchar_t program[MAX_PATH];
@@ -203,6 +215,7 @@ void Die(const Script& script) {
     if (script.Has(L"read")) sink = *nowhere;
     if (script.Has(L"write")) *nowhere = 1;
     if (script.Has(L"smash")) __asm__ volatile("xorl %%esp, %%esp\n\tpush %%rax" : : : "memory");
+    if (script.Has(L"reporter")) reporter = AddVectoredExceptionHandler(1, TellOverflow);
     if (const int frame = script.Number(L"overflow", 0)) sink = Recurse(frame, 0);
     if (script.Has(L"throw")) throw std::runtime_error("scripted");
     if (script.Has(L"raise")) RaiseException(0xE06D7363, EXCEPTION_NONCONTINUABLE, 0, nullptr);
