@@ -90,7 +90,9 @@ void FileAdder::TellFolder(const std::stop_token& stop, const Request& request, 
         [this](const std::wstring& path) { Refuse(path); });
 }
 
+// Reports say nothing about the files that the user means.
 void FileAdder::Refuse(const std::wstring& path) {
+    if (path.ends_with(kReportSuffix)) return;
     if (!refusedKinds_.insert(std::wstring(ExtensionOf(path))).second) return;
     mailbox_.Tell([&](FoundFiles& found) { found.refused.push_back(path); });
 }

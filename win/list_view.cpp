@@ -11,6 +11,12 @@ void ListView::SetRowHeight(int pixels) const {
     if (old) ImageList_Destroy(old);
 }
 
+void ListView::SetRowCount(size_t rows) const {
+    const auto before = static_cast<size_t>(RowCount());
+    const bool outOfSight = rows > before && before > FirstVisible() + VisibleCount();
+    Send(LVM_SETITEMCOUNT, rows, LVSICF_NOSCROLL | (outOfSight ? LVSICF_NOINVALIDATEALL : 0));
+}
+
 void ListView::InsertColumn(int index, const std::wstring& title, int format, int width) const {
     LVCOLUMNW column{};
     column.mask = LVCF_TEXT | LVCF_FMT | LVCF_WIDTH;

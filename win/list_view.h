@@ -18,8 +18,8 @@ class ListView : public Control {
     using Control::Control;
 
     int RowCount() const { return static_cast<int>(Send(LVM_GETITEMCOUNT)); }
-    // Keeps the scroll position; draws anew what is in sight.
-    void SetRowCount(size_t rows) const { Send(LVM_SETITEMCOUNT, rows, LVSICF_NOSCROLL); }
+    // Keeps the scroll position; draws anew what is in sight, unless rows came below it only.
+    void SetRowCount(size_t rows) const;
     void SetExtendedStyle(DWORD style) const {
         Send(LVM_SETEXTENDEDLISTVIEWSTYLE, 0, static_cast<LPARAM>(style));
     }

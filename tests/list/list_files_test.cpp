@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "list/html_report.h"
 #include "list/recent_files.h"
 #include "tests/support/temp_folder.h"
 #include "win/text_file.h"
@@ -204,6 +205,27 @@ TEST(RecentFiles, FileByteForByteAndBack) {
     test::WriteFileBytes(file, "");
     recent.Read(file);
     EXPECT_THAT(recent.Paths(), IsEmpty());
+}
+
+TEST(HtmlReport, OnlyAFinishedPageTakesTheOldOnesPlace) {
+    const test::TempFolder folder;
+    const std::wstring file = folder / L"page.html";
+    test::WriteFileBytes(file, "old");
+    for (const bool finished : {false, true}) {
+        {
+            HtmlReport page(file);
+            ASSERT_TRUE(page.Begin(L"1 < 2") &&
+                        page.Add({.input = L"a & b", .output = {}, .status = L"OK", .reason = {}}));
+            if (finished) {
+                EXPECT_TRUE(page.Finish(L"end"));
+            }
+        }
+        const std::string now = test::ReadFileBytes(file);
+        EXPECT_EQ(now == "old", !finished);
+        EXPECT_EQ(now.find("a &amp; b") != now.npos, finished);
+        using Files = std::filesystem::directory_iterator;
+        EXPECT_EQ(std::distance(Files(folder.Path()), Files()), 1);
+    }
 }
 
 }  // namespace

@@ -8,7 +8,7 @@
 //
 // clang-format off
 //   result=N                     the result (default 0)
-//   errormode, company           results: the process's error mode; -2 where it is told of no company
+//   errormode, company, picture  results: the process's error mode; -2 where none is spoken of
 //   sleep=N                      milliseconds before the end, after output and report
 //   progress                     reports -3, 50 and 150 percent
 //   spew=N, stdio=N              writes N kilobytes to standard output, through the C runtime
@@ -295,6 +295,7 @@ __declspec(dllexport) int _zelConvert(int inputFormat, int outputFormat, const w
     Play(script, output, progress);
     if (returns) WriteLog(line + number(Milliseconds()) + L"\n");
     if (script.Has(L"errormode")) return static_cast<int>(GetErrorMode());
+    if (script.Has(L"picture") && Environment(L"MORVEX_PREVIEW") != L"1") return -2;
     if (script.Has(L"company") && Environment(L"MORVEX_SIDE_BY_SIDE").empty()) return -2;
     return script.Number(L"result", 0);
 }

@@ -112,6 +112,7 @@ TEST_F(ActionTest, StopsARunAndConvertsTheRest) {
 TEST_F(ActionTest, ChangesToTheFormatThatTheFilesHave) {
     MakeFile(L"b.igs");
     MakeFile(L"c.iges");
+    MakeFile(L"c.stl-zel.xml");  // a report is not asked for its format
     chosenFolder_ = parts_;
     Install(L"D", L"ZEL_INPUT_FORMAT", L"STL,IFC");  // which accept every file
     Install(L"D", L"ZEL_OUTPUT_FORMAT", L"OBJ");
@@ -153,7 +154,8 @@ TEST_F(ActionTest, AddFolderLeavesOutWhatRunsWrote) {
     AddFiles({L"a.stp"});
     Click(IDS_RUN_CONVERSION);
     ASSERT_TRUE(WaitForState(RunState::Finished));
-    MakeFile(FileNameOf(List().Row(0).status.output).data());
+    ASSERT_EQ(List().Row(0).status.output, parts_ + L"\\a.stl");
+    MakeFile(L"A.STL");  // as the file system takes it for the result
     MakeFile(L"b.obj-zel.xml");
     MakeFile(L"b.dat");
     chosenFolder_ = parts_;

@@ -11,7 +11,7 @@ constexpr int kFrozen[] = {IDS_RUN_CONVERSION, IDS_OPTIONS,    IDC_INPUT_FORMAT,
 TEST_F(MainWindowTest, RunsAndShowsEveryResult) {
     const LibraryLog log;
     Open();
-    AddFiles({L"a.stp", L"b{result=-5}.stp", L"c{read}.stp", L"d.stp"});
+    AddFiles({L"a.stp", L"b{result=-5}.stp", L"c{read}.stp", L"d{picture}.stp"});
     Click(IDS_RUN_CONVERSION);
     ASSERT_TRUE(WaitForState(RunState::Finished));
     EXPECT_EQ(Statuses(), (Texts{L"OK", L"Corrupted File", L"KO", L"OK"}));
