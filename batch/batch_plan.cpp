@@ -1,6 +1,7 @@
 #include "batch/batch_plan.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "batch/shard.h"
 #include "convert/conversion_report.h"
@@ -94,7 +95,8 @@ bool BatchPlan::Prepare(const SourceList::Entry& source, bool mine, const std::f
     const std::optional<JobRecord> record = RecordOf(task.key, name);
     if (mine) LookAtInput(task);
     // Before its names are given away: other batches know the folder by its identity.
-    if (task.inputExists && !options_.dryRun) MakeFolders(name.folder);
+    if (task.inputExists && !options_.dryRun && std::exchange(lastFolder_, name.folder) != name.folder)
+        MakeFolders(name.folder);
     task.output = EarlierOutput(task.key, record);
     const bool named = !task.output.empty();
     int number = 1;
@@ -164,6 +166,8 @@ std::optional<RefusedTask> BatchPlan::Objection(const BatchTask& task,
 
 std::optional<RefusedTask> BatchPlan::ObjectionToOverwrite(const BatchTask& task,
                                                            const std::optional<JobRecord>& record) const {
+    // To look for a file that is not there may cost a walk through the whole folder.
+    if (options_.overwrite == Overwrite::Always && !options_.skipExisting) return std::nullopt;
     const std::optional<FileFacts> output = FactsOf(task.output);
     if (!output) return std::nullopt;
     const bool older = CompareFileTime(&output->changed, &task.inputTime) < 0;

@@ -93,6 +93,7 @@ class BatchPlan {
 
     std::mutex mutex_;  // guards what follows
     size_t next_ = 0;
+    std::wstring lastFolder_;  // of an output
     std::vector<bool> share_;  // of the files, those of this shard
     std::atomic<size_t> shareSize_ = 0;
     size_t identified_ = 0;  // inputs whose identity is known

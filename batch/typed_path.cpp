@@ -28,7 +28,7 @@ std::wstring OnDrive(std::wstring path) {
 }  // namespace
 
 std::wstring TypedPath(const std::wstring& typed) {
-    const std::wstring full = OnDrive(FullPath(typed));
+    std::wstring full = OnDrive(FullPath(typed));
     if (full.starts_with(L"\\\\?\\")) return full;
     std::wstring_view rest = full;
     const size_t root = RootLength(rest);

@@ -20,9 +20,9 @@ namespace morvex {
 namespace {
 
 constexpr DWORD kPollMilliseconds = 5;
-constexpr ULONGLONG kMemoryPollMilliseconds = 200;
-constexpr DWORD kDeathMilliseconds = 10000;  // no process takes that long to die
-constexpr int kTries = 50;                   // to start a child, while what hinders it may pass
+constexpr ULONGLONG kLookMilliseconds = 200;  // between the looks that cost more
+constexpr DWORD kDeathMilliseconds = 10000;   // no process takes that long to die
+constexpr int kTries = 50;                    // to start a child, while what hinders it may pass
 constexpr DWORD kBetweenTriesMilliseconds = 100;
 
 // Backslashes right before the closing quote would escape it.
@@ -30,13 +30,6 @@ std::wstring Quoted(const std::wstring& text) {
     const size_t last = text.find_last_not_of(L'\\');
     const size_t trailing = text.size() - (last == text.npos ? 0 : last + 1);
     return L'"' + text + std::wstring(trailing, L'\\') + L'"';
-}
-
-// 259 means "still running", but a process may also end with it: then only its handle tells.
-bool StillRunning(HANDLE process) {
-    DWORD exitCode = 0;
-    return GetExitCodeProcess(process, &exitCode) && exitCode == STILL_ACTIVE &&
-           WaitForSingleObject(process, 0) == WAIT_TIMEOUT;
 }
 
 // Want of memory or of a place for a new process (Wine's internal error), or a program file that somebody
@@ -149,7 +142,12 @@ class Child {
         return true;
     }
 
-    bool Runs() const { return StillRunning(process_.get()); }
+    bool Runs() const {
+        DWORD exitCode = 0;
+        return GetExitCodeProcess(process_.get(), &exitCode) && exitCode == STILL_ACTIVE;
+    }
+    // 259 means "still running", but a process may also end with it: then only its handle tells.
+    bool HasEnded() const { return WaitForSingleObject(process_.get(), 0) != WAIT_TIMEOUT; }
     int Percent() const { return channel_.Percent(); }
 
     std::uint64_t Memory() const {
@@ -208,14 +206,15 @@ ChildEnd ChildRunner::Run(const ChildArguments& arguments, const std::function<b
     const ULONGLONG started = GetTickCount64();
     const ULONGLONG limit = request_.secondsPerFile * 1000ULL;
     int shown = 0;
-    ULONGLONG nextLook = started + kMemoryPollMilliseconds;
+    ULONGLONG nextLook = started + kLookMilliseconds;
     while (child.Runs()) {
         const ULONGLONG now = GetTickCount64();
         const bool late = limit != 0 && now - started >= limit;
         bool greedy = false;
         if (now >= nextLook) {
+            if (child.HasEnded()) break;
             greedy = child.Memory() > mostMemory_;
-            nextLook = now + kMemoryPollMilliseconds;
+            nextLook = now + kLookMilliseconds;
         }
         if (late || greedy || stop()) {
             child.Kill();

@@ -65,8 +65,8 @@ TEST(BatchLog, ExitCodeCountsFailuresAndEveryRoadTellsThem) {
 }
 
 TEST(BatchLog, AwkwardNamesPassThroughListAndLog) {
-    const Names names = {L"100% %41.stp", L"a\u00E9\u90E8 '&^!.stp", L"-r.stp",        L"--log.stp",
-                         L" lead.stp",    L"semi;colon, comma.stp",  L"\U0001F600.stp"};
+    const Names names = {L"100% %41 %25%09.stp", L"a\u00E9\u90E8 '&^!.stp", L"-r.stp",        L"--log.stp",
+                         L" lead.stp",           L"semi;colon, comma.stp",  L"\U0001F600.stp"};
     const BatchProgram program;
     const LibraryLog log(L"output");
     program.Make(names);
