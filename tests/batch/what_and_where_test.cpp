@@ -187,12 +187,12 @@ TEST(Batch, DealsTheSameSharesEverywhere) {
     const BatchProgram program;
     for (int i = 0; i < 30; ++i) {
         const std::wstring name = L"d" + std::to_wstring(i % 3) + L"/p" + std::to_wstring(i) + L".stp";
-        program.Make({name}, std::string(i == 0 ? 20 << 20 : 100, 'x'));
+        program.Make({L"one/" + name, L"two/" + name}, std::string(i == 0 ? 20 << 20 : 100, 'x'));
     }
     Names converted;
     for (const wchar_t* shard : {L"1/3", L"2/3", L"3/3"}) {
-        // However the folder is named.
-        const std::wstring folder = shard[0] == L'1' ? L"." : program.In(L".");
+        // Wherever the files lie.
+        const std::wstring folder = shard[0] == L'1' ? L"one" : L"two";
         const BatchEnd end = program.Run(L"-r -t STL --out out" + std::wstring(1, shard[0]) + L" --shard " +
                                          shard + L" " + folder);
         EXPECT_EQ(end.exitCode, 0u) << end.output;
