@@ -192,7 +192,7 @@ TEST(Batch, DealsTheSameSharesEverywhere) {
     Names converted;
     for (const wchar_t* shard : {L"1/3", L"2/3", L"3/3"}) {
         // Wherever the files lie.
-        const std::wstring folder = shard[0] == L'1' ? L"one" : L"two";
+        const std::wstring folder = shard[0] == L'2' ? L"one" : L"two";
         const BatchEnd end = program.Run(L"-r -t STL --out out" + std::wstring(1, shard[0]) + L" --shard " +
                                          shard + L" " + folder);
         EXPECT_EQ(end.exitCode, 0u) << end.output;
