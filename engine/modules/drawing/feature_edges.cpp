@@ -32,9 +32,9 @@ class PointWelder {
         for (std::size_t axis = 0; axis < 3; ++axis)
             cells[axis] = {CellOf(point[axis] - tolerance_), CellOf(point[axis] + tolerance_)};
         for (unsigned at = 0; at < 8; ++at) {
-            const auto near = first_.find(KeyOf(cells[0][at & 1], cells[1][at >> 1 & 1], cells[2][at >> 2]));
-            if (near == first_.end()) continue;
-            for (std::uint32_t known = near->second; known != kNone; known = next_[known])
+            const auto found = first_.find(KeyOf(cells[0][at & 1], cells[1][at >> 1 & 1], cells[2][at >> 2]));
+            if (found == first_.end()) continue;
+            for (std::uint32_t known = found->second; known != kNone; known = next_[known])
                 if (IsNear(points_[known], point)) return known;
         }
         const auto number = static_cast<std::uint32_t>(points_.size());

@@ -42,7 +42,7 @@ class Projector {
             return axis[0] * point[0] + axis[1] * point[1] + axis[2] * point[2];
         };
         for (const Vector3d& point : surface.points)
-            seen.push_back({along(axes.right, point), along(axes.up, point), along(axes.near, point)});
+            seen.push_back({along(axes.right, point), along(axes.up, point), along(axes.toViewer, point)});
         return seen;
     }
 

@@ -8,9 +8,9 @@
 
 namespace morvex {
 
-// What the viewer sees as right, up and near: unit vectors at right angles.
+// What the viewer sees as right and up, and the direction to him: unit vectors at right angles.
 struct ViewAxes {
-    Vector3d right, up, near;
+    Vector3d right, up, toViewer;
 };
 
 struct Projection {
