@@ -25,8 +25,6 @@ enum class FormatId {
     PdfDrawing,
     EmfDrawing,
     PartsList,
-    Ply,
-    Off,
     Amf,
     X3d,
     ThreeDs
