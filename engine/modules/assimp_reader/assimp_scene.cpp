@@ -27,8 +27,10 @@ bool HasOneOf(const std::string& line, std::initializer_list<std::string_view> t
 // Whether what assimp said means that geometry is missing.
 bool IsLoss(const std::string& line, bool error) {
     if (error)
-        return !HasOneOf(line, {"no material assigned", "ignoring additional", "window caps", "opening"});
-    if (line.find("skipping mapped entity") != std::string::npos) return true;
+        return !HasOneOf(line, {"no material assigned", "ignoring additional", "window caps", "opening",
+                                "FOV animation track", "Unknown material", "Empty material name",
+                                "face material list", "effect input mapping"});
+    if (HasOneOf(line, {"skipping mapped entity", "Unable to find geometry"})) return true;
     return line.find("entity, type is") != std::string::npos &&
            !HasOneOf(line,
                      {"Curve", "Polyline", "Text", "Annotation", "Point", "Set", "Circle", "Line", "Box"});

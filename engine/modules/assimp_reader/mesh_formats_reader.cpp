@@ -1,4 +1,5 @@
 // Collada, 3MF, AMF, X3D and 3DS, by way of assimp.
+#include <algorithm>
 #include <cmath>
 #include <optional>
 #include <utility>
@@ -30,9 +31,16 @@ string_view AttributeOf(string_view xml, string_view element, string_view attrib
     const string_view tag = xml.substr(start, xml.find('>', start) - start);
     for (std::size_t at = tag.find(attribute); at != string_view::npos; at = tag.find(attribute, at + 1)) {
         string_view rest = tag.substr(at + attribute.size());
-        if (tag[at - 1] > ' ' || (!rest.starts_with("=\"") && !rest.starts_with("='"))) continue;
-        const char quote = rest[1];
-        rest.remove_prefix(2);
+        const auto skipBlanks = [&] {
+            rest.remove_prefix(std::min(rest.find_first_not_of(" \t\r\n"), rest.size()));
+        };
+        skipBlanks();
+        if (tag[at - 1] > ' ' || !rest.starts_with('=')) continue;
+        rest.remove_prefix(1);
+        skipBlanks();
+        if (!rest.starts_with('"') && !rest.starts_with('\'')) continue;
+        const char quote = rest[0];
+        rest.remove_prefix(1);
         return rest.substr(0, rest.find(quote));
     }
     return {};
@@ -52,6 +60,26 @@ double MillimetresOf(string_view unit) {
     for (const auto& [name, millimetres] : kUnits)
         if (unit == name) return millimetres;
     return 1;
+}
+
+// The unit of an X3D file, in metres.
+double MetresOf(string_view xml) {
+    for (std::size_t at = 0; (at = xml.find("<unit", at)) != string_view::npos; ++at) {
+        const string_view rest = xml.substr(at);
+        const auto factor = NumberIn(AttributeOf(rest, "<unit", "conversionFactor"));
+        if (AttributeOf(rest, "<unit", "category") == "length" && factor && *factor > 0) return *factor;
+    }
+    return 1;
+}
+
+// Assimp passes over these nodes, and over the shapes in them, without a word.
+void LoseWhatIsPassedOver(JobContext& context, string_view x3d) {
+    for (const string_view node : {"<CAD", "<QuadSet", "<IndexedQuadSet", "<Nurbs", "<LOD", "<Collision",
+                                   "<Billboard", "<Anchor", "<ProtoInstance", "<Geo", "<HAnim", "<Layer",
+                                   "<ScreenGroup", "<PickableGroup", "<CollidableShape"}) {
+        if (x3d.find(node) != string_view::npos)
+            context.journal.Lose("what is in " + std::string(node.substr(1)) + " nodes");
+    }
 }
 
 // Each triangle of the file must have become one of the scene.
@@ -75,12 +103,18 @@ extern "C" Outcome ReadCollada(JobContext& context) {
 
 extern "C" Outcome Read3mf(JobContext& context) {
     const InputBytes bytes(context.file);
-    const std::string model = ZipMember(context.file, k3mfModel);
+    const std::string packed = ZipMember(context.file, k3mfModel);
+    if (packed.empty()) return Damaged(std::string("The package has no ") + k3mfModel);
+    const DecodedText text(packed);
+    const string_view model = text.View();
+    if (model.find(":path=\"") != string_view::npos) {
+        return Outcome::Fail(ZEL_VERSION, "3MF with parts in other files of the package is not supported");
+    }
     const double unit = MillimetresOf(AttributeOf(model, "<model", "unit"));
     context.TellUnit(unit);
     return ReadByAssimp(context, {bytes.View(), "3mf"}, [&](const aiScene& scene) {
         Account(context, scene, CountOf(model, "<triangle "));
-        if (model.find("\" p1=\"") != std::string::npos)
+        if (model.find("\" p1=\"") != string_view::npos)
             context.journal.Warn("Triangles with colours of their own have that of their object");
         return Scaled(unit);
     });
@@ -88,19 +122,22 @@ extern "C" Outcome Read3mf(JobContext& context) {
 
 extern "C" Outcome ReadAmf(JobContext& context) {
     const InputBytes bytes(context.file);
-    const double unit = MillimetresOf(AttributeOf(bytes.View(), "<amf", "unit"));
+    const DecodedText text(bytes.View());
+    const double unit = MillimetresOf(AttributeOf(text.View(), "<amf", "unit"));
     context.TellUnit(unit);
     return ReadByAssimp(context, {bytes.View(), "amf"}, [&](const aiScene& scene) {
-        Account(context, scene, CountOf(bytes.View(), "<triangle>"));
+        Account(context, scene, CountOf(text.View(), "<triangle>"));
         return Scaled(unit);
     });
 }
 
 extern "C" Outcome ReadX3d(JobContext& context) {
     const InputBytes bytes(context.file);
-    context.TellUnit(kMillimetresPerMetre);
-    return ReadByAssimp(context, {bytes.View(), "x3d"},
-                        [](const aiScene&) { return FromYUp(kMillimetresPerMetre); });
+    const DecodedText text(bytes.View());
+    const double unit = MetresOf(text.View()) * kMillimetresPerMetre;
+    context.TellUnit(unit);
+    LoseWhatIsPassedOver(context, text.View());
+    return ReadByAssimp(context, {bytes.View(), "x3d"}, [&](const aiScene&) { return FromYUp(unit); });
 }
 
 // Files have no unit and Z up; assimp turns them so that Y is.

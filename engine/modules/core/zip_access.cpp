@@ -30,9 +30,10 @@ std::string ZipMember(const std::filesystem::path& package, const char* name) {
     const unzFile file = unzOpen2_64(&package, &access);
     if (file == nullptr) return member;
     unz_file_info64 info{};
+    std::error_code unreadable;  // its size is the largest number then, and the member's own is believed
     if (unzLocateFile(file, name, kAnyCase) == UNZ_OK &&
         unzGetCurrentFileInfo64(file, &info, nullptr, 0, nullptr, 0, nullptr, 0) == UNZ_OK &&
-        info.uncompressed_size / kMostGain <= std::filesystem::file_size(package) &&
+        info.uncompressed_size / kMostGain <= std::filesystem::file_size(package, unreadable) &&
         unzOpenCurrentFile(file) == UNZ_OK) {
         member.resize(info.uncompressed_size);
         std::size_t done = 0;

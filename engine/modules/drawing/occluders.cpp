@@ -127,9 +127,10 @@ std::vector<Span> Occluders::HiddenPieces(const SeenSegment& segment) const {
             open.push_back(number + 1);
             continue;
         }
+        const auto known = static_cast<std::ptrdiff_t>(spans.size());
         for (std::uint32_t at = node.begin; at < node.end; ++at) AddHidden(order_[at], segment, spans);
-        const bool whole =
-            std::ranges::any_of(spans, [](const Span& span) { return span.first <= 0 && span.second >= 1; });
+        const bool whole = std::any_of(spans.begin() + known, spans.end(),
+                                       [](const Span& span) { return span.first <= 0 && span.second >= 1; });
         if (whole) return {{0, 1}};
     }
     std::ranges::sort(spans);

@@ -111,7 +111,8 @@ std::string Shortened(const std::string& name) {
     std::string_view rest = name;
     for (std::size_t count = 0; !rest.empty(); ++count) {
         if (count == kMost) return text + "...";
-        AppendUtf8(text, TakeCharacter(rest));
+        const char32_t character = TakeCharacter(rest);
+        AppendUtf8(text, character < U' ' ? U' ' : character);
     }
     return text;
 }
@@ -136,10 +137,10 @@ Outcome DrawSheet(JobContext& context, Sheet& sheet) {
                            part.Next();
                            return !part.UserBreak();
                        })};
-        // Dashes behind dashes are of no help in a view that shows three sides.
         Measure(view);
         sheet.views.push_back(std::move(view));
     }
+    // Dashes behind dashes are of no help in a view that shows three sides.
     sheet.views[kAxonometric].lines.hidden.clear();
     if (!(sheet.views[kFront].low[0] <= sheet.views[kFront].high[0]))
         return Outcome::Fail(ZEL_EMPTY, "There is no edge to draw");

@@ -23,7 +23,6 @@ enum {
     kStandardStyle,
     kOwnApplication,
     kStandardDimension,
-    kActivePort,
     kRootDictionary,
     kGroups,
     kFirstLayer = 0x100
@@ -39,8 +38,12 @@ DxfFile& DxfFile::Group(int code, std::string_view text) {
 }
 
 DxfFile& DxfFile::Group(int code, double number) {
+    constexpr int kFirstCoordinate = 10, kLastCoordinate = 39;  // others are angles, directions and factors
     file_ << code << "\n";
-    file_.Coordinate(number) << "\n";
+    if (code >= kFirstCoordinate && code <= kLastCoordinate)
+        file_.Coordinate(number) << "\n";
+    else
+        file_ << number << "\n";
     return *this;
 }
 

@@ -44,7 +44,7 @@ class DxfFile {
     static std::string NameOf(const std::string& text);
 
   private:
-    static constexpr int kModel = 0x10, kPaper = 0x11, kFirstBlock = 0x1000;
+    static constexpr int kModel = 0x10, kPaper = 0x11, kFirstBlock = 0x1000000;
 
     DxfFile& Id(int code, int handle);
     static int BlockHandle(std::size_t number);

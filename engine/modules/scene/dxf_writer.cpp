@@ -31,7 +31,7 @@ class DxfWriter {
     void Write() {
         for (const MeshScene::Mesh& mesh : scene_.meshes) blocks_.push_back(NewName(mesh.name));
         for (const MeshScene::Node& root : scene_.roots) NameBlocks(root);
-        file_.Begin(Layers(), blocks_, {});
+        file_.Begin(Layers(), blocks_);
         for (const MeshScene::Mesh& mesh : scene_.meshes) file_.Block([&] { WriteMesh(mesh); });
         for (const MeshScene::Node& root : scene_.roots) WriteBlocks(root);
         file_.BeginEntities();
@@ -43,8 +43,16 @@ class DxfWriter {
         const std::string base = DxfFile::NameOf(wanted);
         std::string name = base;
         int& number = numbers_[base];
-        while (!used_.insert(LowerAscii(name)).second) name = base + "_" + std::to_string(++number + 1);
+        while (!used_.insert(Folded(name)).second) name = base + "_" + std::to_string(++number + 1);
         return name;
+    }
+
+    // DXF does not tell capitals from small letters, in no alphabet: letters beyond ASCII all count as one.
+    static std::string Folded(const std::string& name) {
+        std::string folded = LowerAscii(name);
+        for (char& unit : folded)
+            if (static_cast<unsigned char>(unit) >= 0x80) unit = '?';
+        return folded;
     }
 
     // Those below a node first: a block stands before its inserts.
@@ -106,7 +114,7 @@ class DxfWriter {
     DxfFile& file_;
     std::vector<std::string> blocks_;
     std::map<const MeshScene::Node*, std::string> nodeBlocks_;
-    std::set<std::string> used_;          // in lower case, which DXF does not tell from capitals
+    std::set<std::string> used_;          // folded
     std::map<std::string, int> numbers_;  // that the names in use already bear
 };
 
