@@ -6,6 +6,7 @@
 #include "batch/shard.h"
 #include "convert/conversion_report.h"
 #include "convert/row_status.h"
+#include "win/file_identity.h"
 #include "win/paths.h"
 
 namespace morvex {
@@ -133,7 +134,10 @@ std::optional<JobRecord> BatchPlan::RecordOf(OutputNames::Key input, const Outpu
 bool BatchPlan::IsBelow(const std::wstring& path, const std::wstring& folder) {
     const OutputNames::Key wanted = names_.KeyOf(folder, {});
     std::wstring_view above = FolderOf(path);
-    while (!above.empty() && names_.KeyOf(std::wstring(above), {}) != wanted) above = FolderOf(above);
+    // Keys do not tell folders of two volumes apart.
+    while (!above.empty() && (names_.KeyOf(std::wstring(above), {}) != wanted ||
+                              !SameFile(std::wstring(above), folder)))
+        above = FolderOf(above);
     return !above.empty();
 }
 

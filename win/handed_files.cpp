@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
-#include "win/paths.h"
+#include "win/file_identity.h"
 #include "win/unique_handle.h"
 
 namespace morvex {
@@ -37,7 +37,7 @@ std::vector<HWND> WindowsThatTakeFiles(const std::wstring& program) {
             return TRUE;
         },
         reinterpret_cast<LPARAM>(&windows));
-    std::erase_if(windows, [&](HWND window) { return !SameText(ProgramOf(window), program); });
+    std::erase_if(windows, [&](HWND window) { return !SameFile(ProgramOf(window), program); });
     return windows;
 }
 

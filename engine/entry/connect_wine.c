@@ -20,7 +20,7 @@ static int Connect(const char* name) {
     if (length >= sizeof address.sun_path) return -1;
     memcpy(address.sun_path + 1, name, length);
     const socklen_t whole = (socklen_t)(offsetof(struct sockaddr_un, sun_path) + 1 + length);
-    /* A server whose queue is full is none. */
+    /* Never waits: a server that is so busy is none. */
     const int file = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (file < 0) return -1;
     if (connect(file, (const struct sockaddr*)&address, whole) == 0 &&

@@ -8,6 +8,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -64,6 +65,14 @@ char* ServerName(const char* run) {
     for (char** variable = environ; *variable != NULL; ++variable) {
         /* What Wine tells its own processes differs from one to the next. */
         if (strncmp(*variable, "WINE", 4) != 0) hash = Hash(hash, *variable);
+    }
+    /* The socket may be seen from where the same path is another file: from another container or root. */
+    struct stat space, root;
+    if (stat("/proc/self/ns/mnt", &space) == 0 && stat("/", &root) == 0) {
+        char seen[64];
+        snprintf(seen, sizeof seen, "%llu %llu %llu", (unsigned long long)space.st_ino,
+                 (unsigned long long)root.st_dev, (unsigned long long)root.st_ino);
+        hash = Hash(hash, seen);
     }
     if (run != NULL) {
         snprintf(name, kLongest, "morvex-%u-%016llx-%s", geteuid(), (unsigned long long)hash, run);

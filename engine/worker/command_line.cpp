@@ -71,7 +71,7 @@ int RunCommand(const std::vector<std::string>& arguments) {
         if (argument == "--help") return PrintHelp(), 0;
         if (argument == "--list") return PrintList(), 0;
         if (argument == "--") break;
-        many |= argument == kJobsOption;
+        many |= argument == kJobsOption || argument == kAtOnceOption;
     }
     try {
         return many ? RunJobs(ParseJobs(arguments)) : RunOne(arguments);

@@ -37,7 +37,9 @@ void AddSetting(Command& command, const std::string& value) {
 
 void SetMemory(Command& command, const std::string& value) {
     constexpr double kMebibyte = 1024 * 1024;
-    command.options.memoryAllowed = static_cast<std::uint64_t>(PositiveNumber(value) * kMebibyte);
+    constexpr double kMost = 1ull << 62;
+    command.options.memoryAllowed =
+        static_cast<std::uint64_t>(std::clamp(PositiveNumber(value) * kMebibyte, kMebibyte, kMost));
 }
 
 struct Option {

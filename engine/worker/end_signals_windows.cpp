@@ -21,6 +21,7 @@ EndSignals::EndSignals() {
         requested = CreateEventW(nullptr, TRUE, FALSE, nullptr);
         tidy = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     }
+    ResetEvent(tidy);  // an earlier object has set it
     held_ = std::make_unique<Held>(Held{requested});
     SetConsoleCtrlHandler(Handle, TRUE);
 }

@@ -35,6 +35,7 @@ JobsCommand ParseJobs(const std::vector<std::string>& arguments) {
         else
             command.atOnce = AtOnce(arguments[at]);
     }
+    if (command.source.empty()) throw UsageError("-j needs --jobs");
     if (command.atOnce > 1) command.common.emplace_back("--jobs-beside");
     return command;
 }
@@ -66,6 +67,8 @@ ConversionEnd ConvertLine(const JobsCommand& command, std::string_view line, boo
                 conversion.request.to};
     } catch (const UsageError& error) {
         return {Outcome::Fail(kUsageError, error.what()), nullptr, nullptr};
+    } catch (const std::exception& error) {  // a name that the system cannot hold
+        return {Outcome::Fail(ZEL_FAILED, error.what()), nullptr, nullptr};
     }
 }
 

@@ -1,10 +1,12 @@
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <optional>
 #include <unistd.h>
 
+#include "engine/common/protocol.h"
 #include "engine/worker/conversion_command.h"
 #include "engine/worker/end_signals_linux.h"
 #include "engine/worker/job_nursery_linux.h"
@@ -34,13 +36,16 @@ class JobLines {
         char bytes[65536];
         const ssize_t got = read(file_, bytes, sizeof bytes);
         if (got > 0) pending_.append(bytes, static_cast<std::size_t>(got));
-        ended_ = got == 0 || (got < 0 && errno != EINTR && errno != EAGAIN);
+        failed_ = got < 0 && errno != EINTR && errno != EAGAIN;
+        if (failed_)
+            std::fprintf(stderr, "%s: cannot read the jobs: %s\n", MORVEX_WORKER_NAME, std::strerror(errno));
+        ended_ = got == 0 || failed_;
     }
     // The next line that is there as a whole and holds something.
     std::optional<std::string> Take() {
         for (;;) {
             const std::size_t end = pending_.find('\n', at_);
-            if (end == pending_.npos && (!ended_ || at_ == pending_.size())) break;
+            if (end == pending_.npos && (!ended_ || failed_ || at_ == pending_.size())) break;
             std::string line = pending_.substr(at_, end == pending_.npos ? end : end - at_);
             at_ = end == pending_.npos ? pending_.size() : end + 1;
             ++number_;
@@ -51,10 +56,11 @@ class JobLines {
         return std::nullopt;
     }
     bool Ended() const { return ended_; }
+    bool Failed() const { return failed_; }  // whatever else it held is not known
 
   private:
     int file_;
-    bool ended_ = false;
+    bool ended_ = false, failed_ = false;
     std::string pending_;
     std::size_t at_ = 0, number_ = 0;
 };
@@ -64,16 +70,16 @@ class Jobs {
     Jobs(const JobsCommand& command, const EndSignals& signals)
         : command_(command), lines_(command.source), signals_(signals), nursery_(signals) {}
 
-    // False when it was ended from outside.
+    // False when it was ended from outside, or the jobs could not all be read.
     bool Run() {
         for (;;) {
             const bool full = !StartWhatIsThere();
-            if (nursery_.Running() == 0 && lines_.Ended()) return true;
+            if (nursery_.Running() == 0 && lines_.Ended()) return !lines_.Failed();
             pollfd files[] = {{signals_.Get().file, POLLIN, 0},
                               {STDOUT_FILENO, 0, 0},
                               {full || lines_.Ended() ? -1 : lines_.File(), POLLIN, 0}};
             nursery_.Wait(files, -1);
-            if (files[0].revents != 0 || (files[1].revents & POLLERR) != 0) return false;
+            if (files[0].revents != 0 || (files[1].revents & (POLLERR | POLLHUP)) != 0) return false;
             if (files[2].revents != 0) lines_.Read();
         }
     }

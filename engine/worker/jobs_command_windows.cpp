@@ -24,7 +24,7 @@ int RunJobs(const JobsCommand& command) {
         allConverted &= end.outcome.IsOk();
         WriteToCaller(AnswerTo(number, end.outcome));
     }
-    return allConverted ? ZEL_OK : ZEL_FAILED;
+    return allConverted && !lines.bad() ? ZEL_OK : ZEL_FAILED;
 }
 
 }  // namespace morvex

@@ -42,16 +42,16 @@ bool IsOurUsers(int connection) {
 
 void ServeRun(int listener, JobNursery& nursery, const EndSignals& signals) {
     for (;;) {
-        const bool full = nursery.Running() >= kMostAtOnce;
-        pollfd files[] = {{listener, static_cast<short>(full ? 0 : POLLIN), 0},
-                          {signals.Get().file, POLLIN, 0}};
+        pollfd files[] = {{listener, POLLIN, 0}, {signals.Get().file, POLLIN, 0}};
         const bool any = nursery.Wait(files, nursery.Running() == 0 ? kIdleMilliseconds : -1);
         if (!any || files[1].revents != 0) return;
         if (files[0].revents == 0) continue;
         const int connection = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
         if (connection < 0) continue;
-        // Where no process is to be had the caller sees the connection end and starts one itself.
-        if (IsOurUsers(connection)) nursery.Start(connection, ServeWarm, {});
+        // Where no process is to be had, or many run, the caller sees the connection end and starts one
+        // itself.
+        if (nursery.Running() < kMostAtOnce && IsOurUsers(connection))
+            nursery.Start(connection, ServeWarm, {});
         close(connection);
     }
 }

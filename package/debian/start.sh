@@ -14,6 +14,6 @@ esac
 [ -n "${DISPLAY:-}" ] || { say "No display: morvex-batch and morvex-engine do without one"; exit 1; }
 need_prefix
 files=()
-for file in "$@"; do files+=("$(windows_path "$(realpath -- "$file")")"); done
+for file in "$@"; do files+=("$(windows_path "$(realpath -ms -- "$file")")"); done
 if [ "${#files[@]}" = 0 ]; then exec wine "$bin/Morvex.exe"; fi
 exec wine "$bin/morvex-add.exe" "${files[@]}"

@@ -1,6 +1,7 @@
 // STEP.
 #include <APIHeaderSection_MakeHeader.hxx>
 #include <Interface_Static.hxx>
+#include <Message_ProgressScope.hxx>
 #include <STEPCAFControl_Controller.hxx>
 #include <STEPCAFControl_Reader.hxx>
 #include <STEPCAFControl_Writer.hxx>
@@ -95,9 +96,10 @@ extern "C" Outcome ReadStep(JobContext& context) {
                                              std::to_string(kMostInstances) + ")");
     }
     CheckExternalFiles(context, scan);
-    PlaceInstances(reader.Reader().WS());
+    Message_ProgressScope whole(context.progress, nullptr, 2);
+    PlaceInstances(reader.Reader().WS(), whole.Next());
     Handle(TDocStd_Document) document = context.document.Data();
-    const bool transferred = reader.Transfer(document, context.progress);
+    const bool transferred = reader.Transfer(document, whole.Next());
     const std::set<StepId> tessellated = ReadTessellation(context, scan);
     context.document.NameInstances();
     if (!transferred && tessellated.empty()) return Damaged("The contents of the file could not be read");

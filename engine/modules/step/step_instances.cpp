@@ -1,5 +1,7 @@
 #include "engine/modules/step/step_instances.h"
 
+#include <Interface_Static.hxx>
+#include <Message_ProgressScope.hxx>
 #include <STEPControl_ActorRead.hxx>
 #include <StepBasic_ProductDefinition.hxx>
 #include <StepGeom_Axis2Placement3d.hxx>
@@ -34,16 +36,24 @@ using Placement = Handle(StepShape_ContextDependentShapeRepresentation);
 
 class Placer {
   public:
-    explicit Placer(const Handle(XSControl_WorkSession) & session)
+    Placer(const Handle(XSControl_WorkSession) & session, const Message_ProgressRange& progress)
         : model_(session->Model()),
           process_(session->TransferReader()->TransientProcess()),
-          actor_(Handle(STEPControl_ActorRead)::DownCast(session->TransferReader()->Actor())) {
+          actor_(Handle(STEPControl_ActorRead)::DownCast(session->TransferReader()->Actor())),
+          progress_(progress) {
         for (int number = 1; number <= model_->NbEntities(); ++number) Take(model_->Value(number));
     }
 
     void Place() {
         if (process_.IsNull() || actor_.IsNull() || mostUses_ <= kMany) return;
+        // Where a part has an axis of its own beside those of its uses, only a root is moved by it.
+        constexpr char kRootAxis[] = "read.step.root.transformation";
+        const int before = Interface_Static::IVal(kRootAxis);
+        Interface_Static::SetIVal(kRootAxis, 0);
+        Message_ProgressScope parts(progress_, nullptr, static_cast<double>(owners_.size()));
+        parts_ = &parts;
         for (const auto& [product, uses] : uses_) PlaceBelow(product);
+        Interface_Static::SetIVal(kRootAxis, before);
     }
 
   private:
@@ -157,7 +167,7 @@ class Placer {
         Handle(Transfer_Binder) binder = process_->Find(part);
         if (binder.IsNull()) {
             PlaceBelow(part.get());
-            binder = process_->Transferring(part);
+            binder = process_->Transferring(part, parts_->Next());
         }
         return TransferBRep::ShapeResult(binder);
     }
@@ -170,6 +180,8 @@ class Placer {
     Handle(Interface_InterfaceModel) model_;
     Handle(Transfer_TransientProcess) process_;
     Handle(STEPControl_ActorRead) actor_;
+    const Message_ProgressRange& progress_;
+    Message_ProgressScope* parts_ = nullptr;  // a step for each part, while they are placed
     std::unordered_map<const StepBasic_ProductDefinition*, std::vector<Use>> uses_;  // by the assembly
     std::unordered_map<const Standard_Transient*, Placement> placements_;            // by the use
     std::unordered_map<const Standard_Transient*, Product> owners_;                  // of representations
@@ -181,9 +193,9 @@ class Placer {
 
 }  // namespace
 
-void PlaceInstances(const Handle(XSControl_WorkSession) & session) {
+void PlaceInstances(const Handle(XSControl_WorkSession) & session, const Message_ProgressRange& progress) {
     session->TransferReader()->BeginTransfer();
-    Placer(session).Place();
+    Placer(session, progress).Place();
 }
 
 }  // namespace morvex

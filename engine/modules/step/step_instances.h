@@ -1,6 +1,7 @@
 // Parts that a STEP file uses very often.
 #pragma once
 
+#include <Message_ProgressRange.hxx>
 #include <XSControl_WorkSession.hxx>
 
 namespace morvex {
@@ -9,6 +10,6 @@ namespace morvex {
 // refers to the part and to the assembly, so that its time grows with the square of the uses. To be called
 // when the file is parsed; leaves to the library what is unusual, and files whose parts are used a few times
 // only.
-void PlaceInstances(const Handle(XSControl_WorkSession) & session);
+void PlaceInstances(const Handle(XSControl_WorkSession) & session, const Message_ProgressRange& progress);
 
 }  // namespace morvex

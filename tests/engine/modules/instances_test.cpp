@@ -61,14 +61,27 @@ std::string Reversed(std::string step) {
     return std::regex_replace(step, place, "$1$3,$2)");
 }
 
+// With an axis among the items of each part that no place refers to.
+std::string WithFreeAxis(std::string step) {
+    std::erase(step, '\n');
+    const std::regex items(R"((ADVANCED_BREP_SHAPE_REPRESENTATION\('',\())");
+    EXPECT_TRUE(std::regex_search(step, items));
+    step = std::regex_replace(step, items, "$1#90004,");
+    return step.insert(step.rfind("ENDSEC;"),
+                       "#90001=CARTESIAN_POINT('',(100.,0.,0.));#90002=DIRECTION('',(0.,0.,1.));"
+                       "#90003=DIRECTION('',(1.,0.,0.));"
+                       "#90004=AXIS2_PLACEMENT_3D('',#90001,#90002,#90003);");
+}
+
 TEST(Instances, ManyStandWhereTheyBelong) {
     const TopoDS_Shape box = BRepPrimAPI_MakeBox(gp_Pnt(1, 2, 3), gp_Pnt(2, 5, 9)).Shape();
     const TopoDS_Shape whole = Assembly(Assembly(box, 2, 10), 400, 30);
     const ScratchFolder folder;
     WriteStep(whole, folder / "a.step");
     WriteWhole(folder / "b.step", Reversed(ReadWhole(folder / "a.step")));
+    WriteWhole(folder / "c.step", WithFreeAxis(ReadWhole(folder / "a.step")));
     const std::vector<Centre> wanted = CentresOf(whole);
-    for (const char* name : {"a.step", "b.step"}) {
+    for (const char* name : {"a.step", "b.step", "c.step"}) {
         SCOPED_TRACE(name);
         const WorkerRun run = RunWorker({folder / name, folder / "o.brep"});
         ASSERT_EQ(run.code, 0) << run.errors;

@@ -71,9 +71,12 @@ TEST(Jobs, OptionsOfTheCommandHoldForAll) {
     EXPECT_EQ(RunWorker({"--jobs", folder / "jobs", "-j", "2", "--to", "STL"}).code, 0);
     EXPECT_EQ(ReadWhole(folder / "a").size(), 134u);
     EXPECT_EQ(ReadWhole(folder / "b"), ReadWhole(folder / "a"));
-    for (const std::vector<std::string>& wrong :
-         {std::vector<std::string>{"--jobs"}, {"--jobs", folder / "no"}, {"--jobs", "-", "-j", "0"}})
+    for (const std::vector<std::string>& wrong : {std::vector<std::string>{"--jobs"},
+                                                  {"--jobs", folder / "no"},
+                                                  {"--jobs", "-", "-j", "0"},
+                                                  {"-j", "2"}})
         EXPECT_EQ(RunWorker(wrong).code, 64);
+    EXPECT_EQ(RunWorker({"--jobs", folder / ""}).code, 1);  // a folder opens, and cannot be read
 }
 
 // Whatever of a conversion is killed, it alone fails, and the process that all come from stays as it was.
