@@ -135,8 +135,8 @@ bool BatchPlan::IsBelow(const std::wstring& path, const std::wstring& folder) {
     const OutputNames::Key wanted = names_.KeyOf(folder, {});
     std::wstring_view above = FolderOf(path);
     // Keys do not tell folders of two volumes apart.
-    while (!above.empty() && (names_.KeyOf(std::wstring(above), {}) != wanted ||
-                              !SameFile(std::wstring(above), folder)))
+    while (!above.empty() &&
+           (names_.KeyOf(std::wstring(above), {}) != wanted || !SameFile(std::wstring(above), folder)))
         above = FolderOf(above);
     return !above.empty();
 }
