@@ -26,8 +26,8 @@ struct EdgedSurface {
     double size = 0;  // the diagonal of the box
 };
 
-// Triangles with two corners in one place are left out. An edge is sharp where the surface ends, where more than two
-// triangles meet, or where it bends by more than 30 degrees (10 between two faces).
+// Triangles with two corners in one place are left out. An edge is sharp where the surface ends, where more
+// than two triangles meet, or where it bends by more than 30 degrees (10 between two faces).
 EdgedSurface FindEdges(const TopoDS_Shape& whole);
 
 }  // namespace morvex

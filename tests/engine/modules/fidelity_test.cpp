@@ -119,7 +119,8 @@ TEST_F(Fidelity, Annotations) {
     EXPECT_NE(ReadWhole(folder_ / "out.stp").find("AP242"), std::string::npos);
     Convert(assembly_, "old.stp", {"STEP CONF/WRITE_VERSION=203"});
     EXPECT_NE(ReadWhole(folder_ / "old.stp").find("CONFIG_CONTROL_DESIGN"), std::string::npos);
-    EXPECT_NE(ReadWhole(folder_ / "old.stp").find("PERSON('IP0.0.0,"), std::string::npos) << "no true address";
+    EXPECT_NE(ReadWhole(folder_ / "old.stp").find("PERSON('IP0.0.0,"), std::string::npos)
+        << "no true address";
 }
 
 TEST_F(Fidelity, LayersOfStepAndUnitsOfIges) {
