@@ -98,7 +98,7 @@ def main():
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
         verdicts = list(pool.map(check_in_time, files))
     left, bad = verdicts.count(None), verdicts.count(False)
-    print(f"clang-tidy: {len(files) - left} of {len(jobs)} sources checked, {bad} with faults, {left} left to the next run")
+    print(f"clang-tidy: {len(files) - left} of {len(jobs)} sources checked, {bad} with faults, {left} left for later")
     return 1 if bad else 0
 
 
