@@ -22,7 +22,7 @@ class RunServer {
     void Learn(const ConversionEnd& end) const;
 
   private:
-    int socket_ = -1;
+    [[maybe_unused]] int socket_ = -1;  // to the server; none on systems without fork
 };
 
 }  // namespace morvex

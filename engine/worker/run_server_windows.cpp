@@ -4,7 +4,7 @@
 namespace morvex {
 
 RunServer::RunServer(const std::string&) {}
-RunServer::~RunServer() = default;
+RunServer::~RunServer() {}
 void RunServer::Learn(const ConversionEnd&) const {}
 
 }  // namespace morvex
