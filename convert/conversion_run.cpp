@@ -17,6 +17,7 @@
 #include "convert/output_plan.h"
 #include "convert/output_watch.h"
 #include "res/string_ids.h"
+#include "win/environment.h"
 #include "win/file_identity.h"
 #include "win/paths.h"
 
@@ -40,6 +41,18 @@ struct FileEnd {
     bool whole = true;  // it came to its end: what lies at the output is what the library meant to leave
 };
 
+// Asks a library in this process for pictures as long as it lives.
+class PictureWish {
+  public:
+    PictureWish() { SetEnvironmentVariableW(kPictureVariable, L"1"); }
+    ~PictureWish() { SetEnvironmentVariableW(kPictureVariable, before_.empty() ? nullptr : before_.c_str()); }
+    PictureWish(const PictureWish&) = delete;
+    PictureWish& operator=(const PictureWish&) = delete;
+
+  private:
+    const std::wstring before_ = EnvironmentText(kPictureVariable);
+};
+
 class Run {
   public:
     Run(const ConversionJob& job, RunObserver& observer)
@@ -52,7 +65,7 @@ class Run {
         if (request_.multiprocess)
             children_ = std::make_unique<ChildRunner>(request_);
         else if (request_.pictures)
-            SetEnvironmentVariableW(kPictureVariable, L"1");  // where a library in this process looks for it
+            pictures_.emplace();
         if (!job.output) plan_ = std::make_unique<OutputPlan>(job.files, request_, job.kept);
     }
 
@@ -218,6 +231,7 @@ class Run {
     const size_t count_;
     CrashLog log_;
     std::unique_ptr<ChildRunner> children_;  // only in a multiprocess run
+    std::optional<PictureWish> pictures_;    // only in another one that wants them
     std::unique_ptr<OutputPlan> plan_;       // unless the job names the output
     std::vector<RowState> states_;           // each row is one worker's at a time
 

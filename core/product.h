@@ -1,7 +1,8 @@
 #pragma once
 
-// What the product is called, where texts and captions say so. res/morvex.rc and res/morvex.manifest hold the
-// same facts for the system.
+#include "res/version.h"
+
+// What the product is called, where texts and captions say so; res/version_info.rc says it to the system.
 namespace morvex::product {
 
 #define MORVEX_PRODUCT L"Morvex 2024"
@@ -11,7 +12,7 @@ inline constexpr wchar_t kDeveloperCaption[] = MORVEX_PRODUCT L" (Dev Mode)";  /
 inline constexpr wchar_t kTitle[] = MORVEX_PRODUCT L" 64-bit        (";        // then the version and ")"
 inline constexpr wchar_t kDeveloperTitle[] = MORVEX_PRODUCT L" 64-bit DEV MODE       (";
 inline constexpr wchar_t kEdition[] = MORVEX_PRODUCT L" Advanced 64-bit V2024.4  (2024.09.30)";
-inline constexpr wchar_t kVersion[] = L"24.4";
+inline constexpr wchar_t kVersion[] = L"" MORVEX_VERSION;
 
 #undef MORVEX_PRODUCT
 

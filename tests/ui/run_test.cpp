@@ -1,4 +1,5 @@
 #include "tests/ui/main_window_fixture.h"
+#include "win/environment.h"
 #include "win/window_device.h"
 
 namespace morvex::test {
@@ -18,6 +19,7 @@ TEST_F(MainWindowTest, RunsAndShowsEveryResult) {
     EXPECT_EQ(StatusLine(), L"2 of 4 converted, 2 failed");
     for (const int id : kFrozen) EXPECT_TRUE(Enabled(id)) << id;
     EXPECT_EQ(log.Calls().size(), 4u);
+    EXPECT_EQ(EnvironmentText(L"MORVEX_PREVIEW"), L"");  // was asked for the run alone
     EXPECT_TRUE(messages_.empty());
     ASSERT_GE(taskbar_.states.size(), 2u);
     EXPECT_EQ(taskbar_.states.front(), TBPF_NORMAL);
