@@ -69,17 +69,65 @@ class EdgeFinder {
     explicit EdgeFinder(EdgedSurface& surface) : surface_(surface) {}
 
     void Find() {
-        for (const EdgedSurface::Triangle& triangle : surface_.triangles) {
-            const auto& [a, b, c] = triangle.corners;
-            const Vector3d normal = Cross(Minus(surface_.points[b], surface_.points[a]),
-                                          Minus(surface_.points[c], surface_.points[a]));
-            Take(a, b, c, triangle.face, normal);
-            Take(b, c, a, triangle.face, normal);
-            Take(c, a, b, triangle.face, normal);
+        for (const EdgedSurface::Triangle& triangle : surface_.triangles)
+            normals_.push_back(NormalOf(triangle));
+        LendNormals();
+        for (std::size_t at = 0; at < surface_.triangles.size(); ++at) {
+            const auto& [corners, face] = surface_.triangles[at];
+            for (std::size_t side = 0; side < 3; ++side)
+                Take(corners[side], corners[(side + 1) % 3], corners[(side + 2) % 3], face, normals_[at]);
         }
     }
 
   private:
+    Vector3d Along(std::uint32_t from, std::uint32_t to) const {
+        return Minus(surface_.points[to], surface_.points[from]);
+    }
+    // Zero for a triangle that is no more than a line.
+    Vector3d NormalOf(const EdgedSurface::Triangle& triangle) const {
+        constexpr double kFlat = 1e-6;
+        const auto& [a, b, c] = triangle.corners;
+        const Vector3d ab = Along(a, b), ac = Along(a, c), bc = Along(b, c), normal = Cross(ab, ac);
+        const double longest = std::max({Dot(ab, ab), Dot(ac, ac), Dot(bc, bc)});
+        return Dot(normal, normal) > kFlat * kFlat * longest * longest ? normal : Vector3d{};
+    }
+    static bool IsZero(const Vector3d& v) { return v[0] == 0 && v[1] == 0 && v[2] == 0; }
+    static std::uint64_t KeyOf(std::uint32_t from, std::uint32_t to) {
+        return std::uint64_t{std::min(from, to)} << 32 | std::max(from, to);
+    }
+
+    // A triangle that is no more than a line lies in the plane of its neighbour at its longest side.
+    void LendNormals() {
+        std::unordered_map<std::uint64_t, std::size_t> wanted;  // by the longest sides
+        const auto each = [&](std::size_t at, auto take) {
+            const auto& corners = surface_.triangles[at].corners;
+            for (std::size_t side = 0; side < 3; ++side) take(corners[side], corners[(side + 1) % 3]);
+        };
+        for (std::size_t at = 0; at < normals_.size(); ++at) {
+            if (!IsZero(normals_[at])) continue;
+            double longest = -1;
+            std::uint64_t key = 0;
+            each(at, [&](std::uint32_t from, std::uint32_t to) {
+                const double length = Dot(Along(from, to), Along(from, to));
+                if (length > longest) longest = length, key = KeyOf(from, to);
+            });
+            wanted[key] = at;
+        }
+        for (std::size_t at = 0; at < normals_.size() && !wanted.empty(); ++at) {
+            if (IsZero(normals_[at])) continue;
+            each(at, [&](std::uint32_t from, std::uint32_t to) {
+                const auto found = wanted.find(KeyOf(from, to));
+                if (found == wanted.end()) return;
+                // Neighbours of one sense run along their side in opposite ones.
+                bool same = false;
+                each(found->second, [&](std::uint32_t a, std::uint32_t b) { same |= a == from && b == to; });
+                const Vector3d& normal = normals_[at];
+                normals_[found->second] = same ? Vector3d{-normal[0], -normal[1], -normal[2]} : normal;
+                wanted.erase(found);
+            });
+        }
+    }
+
     struct Side {  // of the first triangle that was met at an edge
         Vector3d normal;
         std::uint32_t from, face, triangles;
@@ -87,8 +135,7 @@ class EdgeFinder {
 
     void Take(std::uint32_t from, std::uint32_t to, std::uint32_t opposite, std::uint32_t face,
               const Vector3d& normal) {
-        const std::uint64_t key = std::uint64_t{std::min(from, to)} << 32 | std::max(from, to);
-        const auto [place, isNew] = known_.try_emplace(key, surface_.edges.size());
+        const auto [place, isNew] = known_.try_emplace(KeyOf(from, to), surface_.edges.size());
         if (isNew) {
             surface_.edges.push_back({from, to, {opposite, opposite}, true});
             sides_.push_back({normal, from, face, 1});
@@ -104,13 +151,15 @@ class EdgeFinder {
         constexpr double kWithinFace = 0.866, kBetweenFaces = 0.985;  // cosines of 30 and 10 degrees
         // Neighbours of one sense run along their edge in opposite ones.
         const double sense = first.from == from ? -1 : 1;
-        const double cosine = sense * Dot(first.normal, normal) /
-                              std::sqrt(Dot(first.normal, first.normal) * Dot(normal, normal));
+        const double lengths = std::sqrt(Dot(first.normal, first.normal) * Dot(normal, normal));
+        if (!(lengths > 0)) return false;
+        const double cosine = sense * Dot(first.normal, normal) / lengths;
         return cosine < (first.face == face ? kWithinFace : kBetweenFaces);
     }
 
     EdgedSurface& surface_;
-    std::unordered_map<std::uint64_t, std::size_t> known_;
+    std::vector<Vector3d> normals_;                         // of the triangles
+    std::unordered_map<std::uint64_t, std::size_t> known_;  // edges
     std::vector<Side> sides_;
 };
 

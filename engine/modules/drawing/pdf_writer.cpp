@@ -31,11 +31,14 @@ class PdfPage {
         page_ << "1 J 1 j " << kPointsPerMillimetre << " 0 0 " << kPointsPerMillimetre << " 0 0 cm\n";
         Lines(sheet.frame, Pen::Frame, 1);
         for (const SheetView& view : sheet.views) {
-            // Coordinates are the model's.
-            page_ << "q " << sheet.scale << " 0 0 " << sheet.scale << " " << view.origin[0] << " "
-                  << view.origin[1] << " cm\n%view " << view.name << "\n";
-            Lines(view.lines.hidden, Pen::Hidden, sheet.scale);
-            Lines(view.lines.visible, Pen::Visible, sheet.scale);
+            // Coordinates are the model's, from the corner of the view: readers have single precision.
+            const Point2d& corner = view.low;
+            page_ << "q " << sheet.scale << " 0 0 " << sheet.scale << " "
+                  << view.origin[0] + sheet.scale * corner[0] << " "
+                  << view.origin[1] + sheet.scale * corner[1] << " cm\n%view " << view.name << " "
+                  << corner[0] << " " << corner[1] << "\n";
+            Lines(view.lines.hidden, Pen::Hidden, sheet.scale, corner);
+            Lines(view.lines.visible, Pen::Visible, sheet.scale, corner);
             page_ << "%end\nQ\n";
         }
         constexpr double kHeightOfCapitals = 0.718;  // in Helvetica of size 1
@@ -47,7 +50,7 @@ class PdfPage {
     }
 
   private:
-    void Lines(const std::vector<Polyline>& lines, Pen pen, double scale) {
+    void Lines(const std::vector<Polyline>& lines, Pen pen, double scale, const Point2d& from = {}) {
         page_ << kPenWidths[static_cast<std::size_t>(pen)] / scale << " w ";
         if (pen == Pen::Hidden) {
             page_ << "[" << kDash / scale << " " << kDashGap / scale << "] 0 d\n";
@@ -57,8 +60,8 @@ class PdfPage {
         for (const Polyline& line : lines) {
             const char* mark = " m ";
             for (const Point2d& point : line) {
-                page_.Coordinate(point[0]) << " ";
-                page_.Coordinate(point[1]) << mark;
+                page_.Coordinate(point[0] - from[0]) << " ";
+                page_.Coordinate(point[1] - from[1]) << mark;
                 mark = " l ";
             }
             page_ << "S\n";

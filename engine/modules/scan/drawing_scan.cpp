@@ -96,19 +96,27 @@ std::string PageOf(string_view pdf) {
     return page;
 }
 
-// "%view NAME", its lines as "x y m x y l S", and "%end".
+// "%view NAME x y", its lines as "x y m x y l S" from that corner, and "%end".
 WrittenFacts ScanPdf(string_view bytes) {
     const std::string page = PageOf(bytes);
     ShownBox box;
+    double left = 0, bottom = 0;
     for (string_view text = page; !text.empty();) {
         constexpr string_view kView = "%view ";
-        const string_view line = LineOf(text);
+        string_view line = LineOf(text);
         text.remove_prefix(std::min(line.size() + 1, text.size()));
-        if (line.starts_with('%')) box.Enter(line.starts_with(kView) ? line.substr(kView.size()) : "");
+        if (line.starts_with('%')) {
+            line.remove_prefix(line.starts_with(kView) ? kView.size() : line.size());
+            const string_view name = line.substr(0, line.find(' '));
+            box.Enter(name);
+            NumberReader corner(line.substr(name.size()));
+            if (!corner.Read(left) || !corner.Read(bottom)) left = bottom = 0;
+        }
         if (!line.ends_with(" S")) continue;
         box.AddLine();
         NumberReader reader(line);
-        for (double right = 0, up = 0; reader.Read(right) && reader.Read(up);) box.Add(right, up);
+        for (double right = 0, up = 0; reader.Read(right) && reader.Read(up);)
+            box.Add(left + right, bottom + up);
     }
     return box.Facts();
 }

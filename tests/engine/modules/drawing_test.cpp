@@ -7,8 +7,11 @@
 #include <BRep_Builder.hxx>
 #include <TopoDS_Compound.hxx>
 #include <cmath>
+#include <cstdlib>
 #include <gtest/gtest.h>
 #include <numbers>
+#include <sstream>
+#include <zlib.h>
 
 #include "engine/modules/drawing/projection.h"
 #include "tests/engine/support/read_back.h"
@@ -79,6 +82,37 @@ TEST(Projection, WhatIsSeenAndWhatIsHidden) {
         EXPECT_NEAR(LengthOf(front.hidden), hidden, lines > 0 ? 0.2 : visible / 10);
         EXPECT_TRUE(lines == 0 || front.visible.size() == lines) << front.visible.size();
     }
+}
+
+// The length of the sharp edges between a triangle in the plane of X and Y and two others on its long side,
+// with a triangle that is but a line between them.
+double SharpInside(double bend) {
+    const gp_Pnt points[] = {{0, 0, 0},
+                             {10, 0, 0},
+                             {5, 5, 0},
+                             {4, 0, 0},
+                             {2, -5 * std::cos(bend), 5 * std::sin(bend)},
+                             {8, -5 * std::cos(bend), 5 * std::sin(bend)}};
+    const int corners[][3] = {{1, 2, 3}, {1, 4, 2}, {1, 5, 4}, {4, 5, 6}, {4, 6, 2}};
+    const Handle(Poly_Triangulation) mesh = new Poly_Triangulation(6, 5, Standard_False);
+    for (int at = 0; at < 6; ++at) mesh->SetNode(at + 1, points[at]);
+    for (int at = 0; at < 5; ++at)
+        mesh->SetTriangle(at + 1, Poly_Triangle(corners[at][0], corners[at][1], corners[at][2]));
+    TopoDS_Face face;
+    BRep_Builder().MakeFace(face, mesh);
+    const EdgedSurface surface = FindEdges(face);
+    double length = 0;
+    for (const EdgedSurface::Edge& edge : surface.edges) {
+        const Vector3d &from = surface.points[edge.from], &to = surface.points[edge.to];
+        if (edge.sharp && from[1] == 0 && to[1] == 0 && edge.opposite[0] != edge.opposite[1])
+            length += std::abs(to[0] - from[0]);
+    }
+    return length;
+}
+
+TEST(Projection, TrianglesWithoutAreaPassBendsOn) {
+    EXPECT_NEAR(SharpInside(std::numbers::pi / 2), 10, 1e-9);
+    EXPECT_NEAR(SharpInside(0), 0, 1e-9);
 }
 
 // The dark parts of a picture with one pixel a millimetre of the sheet, as some program draws the file.
@@ -161,6 +195,34 @@ TEST(Drawing, AllFormatsShowTheSame) {
         }
         EXPECT_LT(alone, drawn / 50) << "dashes may be elsewhere";
     }
+}
+
+// Readers of PDF compute in single precision.
+TEST(Drawing, NumbersOfPdfStaySmallFarFromTheOrigin) {
+    const ScratchFolder folder;
+    WriteWhole(folder / "in.obj",
+               "v 1e7 -3e7 0\nv 10000010 -3e7 0\nv 1e7 -29999990 0\nv 1e7 -3e7 10\n"
+               "f 1 3 2\nf 1 2 4\nf 2 3 4\nf 1 4 3\n");
+    ASSERT_EQ(RunWorker({"--to", "PDF 2D", folder / "in.obj", folder / "out.pdf"}).code, 0);
+    EXPECT_EQ(ReadWhole(folder / "out.pdf-zel.xml").find("<warning>"), std::string::npos)
+        << "the box is found";
+    const std::string pdf = ReadWhole(folder / "out.pdf");
+    const std::size_t start = pdf.find("stream\n") + 7;
+    std::string page(1 << 20, '\0');
+    auto size = static_cast<uLongf>(page.size());
+    ASSERT_EQ(uncompress(reinterpret_cast<Bytef*>(page.data()), &size,
+                         reinterpret_cast<const Bytef*>(pdf.data() + start),
+                         static_cast<uLong>(pdf.size() - start)),
+              Z_OK);
+    std::istringstream lines(page.substr(0, size));
+    std::size_t drawn = 0;
+    for (std::string line; std::getline(lines, line);) {
+        if (line.starts_with('%')) continue;
+        drawn += line.ends_with(" S");
+        std::istringstream words(line);
+        for (std::string word; words >> word;) EXPECT_LT(std::abs(std::atof(word.c_str())), 1000) << line;
+    }
+    EXPECT_GT(drawn, 8u);
 }
 
 TEST(Drawing, TheScaleIsAUsualOneAtWhichTheViewsFit) {
