@@ -7,9 +7,7 @@
 #include <Transfer_TransientProcess.hxx>
 #include <XSControl_TransferReader.hxx>
 #include <algorithm>
-#include <cmath>
 #include <cstring>
-#include <gp_XYZ.hxx>
 #include <set>
 #include <unordered_map>
 #include <unordered_set>
@@ -209,30 +207,6 @@ bool HasGap(const StepScan& file, Id solid) {
     return used(1) > 0 && used(1) + used(2) == std::ssize(uses);
 }
 
-gp_XYZ DirectionOf(const StepScan& file, std::string_view value) {
-    const StepInstance* const direction = file.Find(StepReference(value));
-    const auto values = StepValues(direction == nullptr ? std::string_view() : direction->values);
-    const auto numbers = values.size() < 2 ? std::vector<double>() : StepNumbers(values[1]);
-    return numbers.size() < 3 ? gp_XYZ() : gp_XYZ(numbers[0], numbers[1], numbers[2]);
-}
-
-// Whether a mapped item neither scales nor mirrors, which the library would pass over. Its operator ends with
-// two axes, an origin, the scale, and the third axis.
-bool IsRigid(const StepScan& file, Id mapped) {
-    const StepInstance* const item = file.Find(mapped);
-    const auto ends = StepReferences(item == nullptr ? std::string_view() : item->values);
-    const StepInstance* const place = ends.empty() ? nullptr : file.Find(ends.back());
-    if (place == nullptr || !place->Is("CARTESIAN_TRANSFORMATION_OPERATOR_3D")) return true;
-    const auto values = StepValues(place->values);
-    if (values.size() < 5) return true;
-    const auto last = values.end();
-    const auto scale = StepNumbers(last[-2]);
-    if (!scale.empty() && std::abs(scale.front() - 1) > 1e-9) return false;
-    return DirectionOf(file, last[-5])
-               .Crossed(DirectionOf(file, last[-4]))
-               .Dot(DirectionOf(file, last[-1])) >= 0;
-}
-
 // Finds what hangs on damaged entities, or on ones that are not there at all.
 class DamageSearch {
   public:
@@ -274,7 +248,7 @@ class DamageSearch {
 
 void StepAccount::Add(const Document& document, const StepScan& file,
                       const Handle(XSControl_WorkSession) & session, const std::set<StepId>& readElsewhere,
-                      bool external) {
+                      const std::set<StepId>& misplaced, bool external) {
     const Announced announced = Announcer(file, readElsewhere).Collect();
     const Transferred transferred(document, session);
     // Neither is a part of the model: what serves construction only, which readers pass over, and strays.
@@ -303,7 +277,7 @@ void StepAccount::Add(const Document& document, const StepScan& file,
     count("faces", announced.faces, inDocument(TopAbs_FACE));
     count("placed parts", announced.uses, hasResult);
     count("mapped items", announced.mapped,
-          [&](Id id) { return transferred.HasResult(id) && IsRigid(file, id); });
+          [&](Id id) { return transferred.HasResult(id) && !misplaced.contains(id); });
     count("bodies", announced.items, hasResult);
     DamageSearch damage(file, transferred.Damaged());
     damagedFaces_ += damage.Count(announced.faces);

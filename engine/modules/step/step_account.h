@@ -15,10 +15,10 @@ namespace morvex {
 // these becomes a warning.
 class StepAccount {
   public:
-    // `readElsewhere` are the definitions of products that another reader has taken over; `external` says
-    // that another file refers to this one.
+    // `readElsewhere` are the definitions of products that another reader has taken over, `misplaced` mapped
+    // items that are not where the file has them; `external` says that another file refers to this one.
     void Add(const Document& document, const StepScan& file, const Handle(XSControl_WorkSession) & session,
-             const std::set<StepId>& readElsewhere, bool external);
+             const std::set<StepId>& readElsewhere, const std::set<StepId>& misplaced, bool external);
     void Send(Journal& journal) const;
 
   private:

@@ -8,6 +8,7 @@
 #include "engine/common/paths.h"
 #include "engine/modules/core/input_bytes.h"
 #include "engine/modules/core/read_error.h"
+#include "engine/modules/step/step_mapped.h"
 
 namespace morvex {
 namespace fs = std::filesystem;
@@ -70,7 +71,7 @@ void AccountForExternalFiles(JobContext& context, const STEPCAFControl_Reader& r
         }
         const InputBytes bytes(FindSideFile(context, name, kLargest));
         const StepScan scan(bytes.View());
-        account.Add(context.document, scan, external->GetWS(), {}, true);
+        account.Add(context.document, scan, external->GetWS(), {}, ScaledItemsIn(scan), true);
         AccountForExternalFiles(context, reader, scan, account);
     }
 }

@@ -21,6 +21,7 @@
 #include "engine/modules/step/step_account.h"
 #include "engine/modules/step/step_external.h"
 #include "engine/modules/step/step_instances.h"
+#include "engine/modules/step/step_mapped.h"
 #include "engine/modules/step/step_tessellation.h"
 #include "engine/modules/step/step_text.h"
 #include "engine/modules/step/step_units.h"
@@ -98,13 +99,14 @@ extern "C" Outcome ReadStep(JobContext& context) {
     CheckExternalFiles(context, scan);
     Message_ProgressScope whole(context.progress, nullptr, 2);
     PlaceInstances(reader.Reader().WS(), whole.Next());
+    const std::set<StepId> misplaced = PlaceScaledItems(reader.Reader().WS(), scan);
     Handle(TDocStd_Document) document = context.document.Data();
     const bool transferred = reader.Transfer(document, whole.Next());
     const std::set<StepId> tessellated = ReadTessellation(context, scan);
     context.document.NameInstances();
     if (!transferred && tessellated.empty()) return Damaged("The contents of the file could not be read");
     StepAccount account;
-    account.Add(context.document, scan, reader.Reader().WS(), tessellated, false);
+    account.Add(context.document, scan, reader.Reader().WS(), tessellated, misplaced, false);
     AccountForExternalFiles(context, reader, scan, account);
     account.Send(context.journal);
     context.TellUnit(StepUnitOf(scan));

@@ -1,5 +1,7 @@
 // What a file announces and does not hold, or holds in an unusual way.
+#include <cmath>
 #include <gtest/gtest.h>
+#include <tuple>
 
 #include "tests/engine/support/gltf_maker.h"
 #include "tests/engine/support/read_back.h"
@@ -151,8 +153,8 @@ TEST_F(StepLoss, SolidsWithGaps) {
     Check({{"crossed.step", crossed, "<missing>"}});
 }
 
-// The library reads such items as if they were only moved.
-TEST(MappedItems, ThatScaleOrMirrorAreALoss) {
+// Where the operator is no map it is a loss.
+TEST(MappedItems, ThatScaleOrMirror) {
     const std::string body = "#11 = ADVANCED_BREP_SHAPE_REPRESENTATION('',(#12),#1236);";
     const auto with = [&](const std::string& axis, const std::string& scale) {
         return Replaced(
@@ -167,8 +169,22 @@ TEST(MappedItems, ThatScaleOrMirrorAreALoss) {
                 scale + ",#90004);#90009=MAPPED_ITEM('',#90007,#90008);");
     };
     Check({{"moved.step", with("1.", "1."), "mapped-items=\"1\""},
-           {"scaled.step", with("1.", "2."), "<missing>1 of 1 mapped items"},
-           {"mirrored.step", with("-1.", "1."), "<missing>1 of 1 mapped items"}});
+           {"scaled.step", with("1.", "2."), "mapped-items=\"1\""},
+           {"flat.step", with("1.", "0."), "<missing>1 of 1 mapped items"}});
+    const ScratchFolder folder;
+    const Facts in = ReadBack(Sample("step/screw.step"));
+    for (const auto& [axis, scale, factor] :
+         {std::tuple("1.", "2.", 2.), {"-1.", "1.", 1.}, {"-1.", "0.5", 0.5}}) {
+        SCOPED_TRACE(axis + std::string(" ") + scale);
+        WriteWhole(folder / "in.step", with(axis, scale));
+        ASSERT_EQ(RunWorker({folder / "in.step", folder / "out.stp"}).code, 0);
+        const Facts out = ReadBack(folder / "out.stp");
+        EXPECT_NEAR(out.volume, in.volume * std::pow(factor, 3), in.volume * 0.02) << "not inside out";
+        const double left = *axis == '-' ? -in.high[0] : in.low[0];
+        EXPECT_NEAR(out.low[0], left * factor, in.Diagonal() * 5e-3);
+        EXPECT_NEAR(out.high[2], in.high[2] * factor, in.Diagonal() * 5e-3);
+        EXPECT_EQ(out.colours, in.colours);
+    }
 }
 
 TEST_F(StepLoss, NothingLeftIsDamage) {
