@@ -5,6 +5,8 @@
 #include <IGESData_BasicEditor.hxx>
 #include <IGESData_IGESModel.hxx>
 #include <Interface_Static.hxx>
+#include <XSControl_TransferReader.hxx>
+#include <XSControl_WorkSession.hxx>
 
 #include "engine/common/paths.h"
 #include "engine/modules/core/context.h"
@@ -29,13 +31,18 @@ extern "C" Outcome ReadIges(JobContext& context) {
     const bool leaveOutHidden = context.settings.partVisibility == kHiddenLeftOut;
     reader.SetReadVisible(leaveOutHidden);
     Handle(TDocStd_Document) document = context.document.Data();
+    const bool noneShown = leaveOutHidden && reader.NbRootsForTransfer() == 0 && HoldsBlanked(reader.WS());
     const bool transferred = reader.Transfer(document, context.progress);
-    if (!transferred && leaveOutHidden && HoldsBlanked(reader.WS()))
-        return Outcome::Fail(ZEL_EMPTY, "All that the file holds is hidden");
-    if (!transferred) return Damaged("The contents of the file could not be read");
-    HideWhatIsBlanked(context.document, reader.WS());
+    if (!transferred && !noneShown) return Damaged("The contents of the file could not be read");
+    if (transferred)
+        HideWhatIsBlanked(context.document, reader.WS());
+    else
+        reader.WS()->TransferReader()->BeginTransfer();
     const InputBytes file(context.file);
     AccountForIges(context, IgesScan(file.View()), reader.WS(), leaveOutHidden);
+    // Unless damage hides what is shown.
+    if (!transferred && context.journal.Losses().empty())
+        return Outcome::Fail(ZEL_EMPTY, "All that the file holds is hidden");
     return Outcome::Ok();
 }
 
