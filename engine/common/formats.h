@@ -27,7 +27,9 @@ enum class FormatId {
     PartsList,
     Amf,
     X3d,
-    ThreeDs
+    ThreeDs,
+    Ply,
+    Off
 };
 
 // What a writer needs the model to be.

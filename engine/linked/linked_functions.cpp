@@ -25,8 +25,11 @@ Outcome ReadGltf(JobContext& context);
 Outcome ReadIfc(JobContext& context);
 Outcome ReadIges(JobContext& context);
 Outcome ReadObj(JobContext& context);
+Outcome ReadOff(JobContext& context);
+Outcome ReadPly(JobContext& context);
 Outcome ReadStep(JobContext& context);
 Outcome ReadStl(JobContext& context);
+Outcome ReadVrml(JobContext& context);
 Outcome ReadX3d(JobContext& context);
 Outcome Write3mf(JobContext& context);
 Outcome WriteBrep(JobContext& context);
@@ -60,7 +63,8 @@ const struct {
     FUNCTION(WriteIges),      FUNCTION(WriteObj),        FUNCTION(WriteStep),       FUNCTION(WriteStl),
     FUNCTION(WriteVrml),      FUNCTION(WriteDxf),        FUNCTION(WriteDxfDrawing), FUNCTION(WriteEmfDrawing),
     FUNCTION(WritePartsList), FUNCTION(WritePdfDrawing), FUNCTION(Read3ds),         FUNCTION(Read3mf),
-    FUNCTION(ReadAmf),        FUNCTION(ReadCollada),     FUNCTION(ReadX3d)};
+    FUNCTION(ReadAmf),        FUNCTION(ReadCollada),     FUNCTION(ReadX3d),         FUNCTION(ReadVrml),
+    FUNCTION(ReadPly),        FUNCTION(ReadOff)};
 #undef FUNCTION
 
 }  // namespace

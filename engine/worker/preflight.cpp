@@ -172,6 +172,29 @@ Outcome CheckXml(const Excerpt& excerpt, const char* format, const std::string& 
     return HasWord(file.tail, element + ">") ? Outcome::Ok() : CutOff();
 }
 
+Outcome CheckVrml(const Excerpt& file) {
+    if (file.head.starts_with("\x1f\x8b")) return Version("Compressed VRML");
+    if (file.head.starts_with("#VRML V1.0") || file.head.starts_with("#Inventor")) return Version("VRML 1");
+    return file.head.starts_with("#VRML V2.0") || file.head.starts_with("#X3D V") ? Outcome::Ok()
+                                                                                  : Unknown("VRML");
+}
+
+// As XML, or in the manner of VRML.
+Outcome CheckX3d(const Excerpt& file) {
+    if (file.head.starts_with("\x1f\x8b")) return Version("Compressed X3D");
+    return file.head.starts_with("#X3D V") ? Outcome::Ok() : CheckXml(file, "X3D", "x3d");
+}
+
+Outcome CheckOff(const Excerpt& file) {
+    string_view text = file.head;
+    for (;;) {  // comments may stand first
+        text.remove_prefix(std::min(text.size(), text.find_first_not_of(" \t\r\n")));
+        if (!text.starts_with('#')) break;
+        text.remove_prefix(std::min(text.size(), text.find_first_of("\r\n")));
+    }
+    return text.substr(0, text.find_first_of(" \t\r\n")).ends_with("OFF") ? Outcome::Ok() : Unknown("OFF");
+}
+
 Outcome Check3ds(const Excerpt& file) {
     std::uint32_t size = 0;
     if (!file.head.starts_with("MM") || file.head.size() < 6) return Unknown("3DS");
@@ -208,7 +231,14 @@ Outcome CheckContents(FormatId format, const Excerpt& file) {
         case FormatId::Amf:
             return CheckXml(file, "AMF", "amf");
         case FormatId::X3d:
-            return CheckXml(file, "X3D", "x3d");
+            return CheckX3d(file);
+        case FormatId::Vrml:
+            return CheckVrml(file);
+        case FormatId::Ply:
+            return file.head.starts_with("ply\n") || file.head.starts_with("ply\r") ? Outcome::Ok()
+                                                                                    : Unknown("PLY");
+        case FormatId::Off:
+            return CheckOff(file);
         case FormatId::ThreeDs:
             return Check3ds(file);
         default:

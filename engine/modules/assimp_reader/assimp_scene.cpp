@@ -219,10 +219,7 @@ Outcome ReadByAssimp(JobContext& context, const AssimpSource& source,
         KeepGoing(context, [&] {
             throw ReadError("A part of the file could not be read: " + CleanUtf8(log.said.loss));
         });
-    for (const std::string& line : log.said.lines) {
-        // Every package of 3MF has some.
-        if (!HasOneOf(line, {"Ignored file of"})) context.journal.Warn(line);
-    }
+    for (const std::string& line : log.said.lines) context.journal.Warn(line);
     if ((scene->mFlags & AI_SCENE_FLAGS_INCOMPLETE) != 0 && scene->mNumMeshes == 0) {
         return Outcome::Fail(ZEL_EMPTY, "The file contains no mesh");
     }

@@ -1,4 +1,4 @@
-// Collada, 3MF, AMF, X3D and 3DS, by way of assimp.
+// Collada, AMF and 3DS, by way of assimp.
 #include <algorithm>
 #include <cmath>
 #include <optional>
@@ -8,7 +8,6 @@
 #include "engine/modules/assimp_reader/assimp_scene.h"
 #include "engine/modules/core/input_bytes.h"
 #include "engine/modules/core/text_lines.h"
-#include "engine/modules/core/zip_access.h"
 
 namespace morvex {
 namespace {
@@ -52,7 +51,7 @@ std::int64_t CountOf(string_view text, string_view what) {
     return count;
 }
 
-// 3MF and AMF name their unit by a word.
+// AMF names its unit by a word.
 double MillimetresOf(string_view unit) {
     constexpr std::pair<string_view, double> kUnits[] = {{"micron", 0.001}, {"centimeter", 10},
                                                          {"inch", 25.4},    {"foot", 304.8},
@@ -60,26 +59,6 @@ double MillimetresOf(string_view unit) {
     for (const auto& [name, millimetres] : kUnits)
         if (unit == name) return millimetres;
     return 1;
-}
-
-// The unit of an X3D file, in metres.
-double MetresOf(string_view xml) {
-    for (std::size_t at = 0; (at = xml.find("<unit", at)) != string_view::npos; ++at) {
-        const string_view rest = xml.substr(at);
-        const auto factor = NumberIn(AttributeOf(rest, "<unit", "conversionFactor"));
-        if (AttributeOf(rest, "<unit", "category") == "length" && factor && *factor > 0) return *factor;
-    }
-    return 1;
-}
-
-// Assimp passes over these nodes, and over the shapes in them, without a word.
-void LoseWhatIsPassedOver(JobContext& context, string_view x3d) {
-    for (const string_view node : {"<CAD", "<QuadSet", "<IndexedQuadSet", "<Nurbs", "<LOD", "<Collision",
-                                   "<Billboard", "<Anchor", "<ProtoInstance", "<Geo", "<HAnim", "<Layer",
-                                   "<ScreenGroup", "<PickableGroup", "<CollidableShape"}) {
-        if (x3d.find(node) != string_view::npos)
-            context.journal.Lose("what is in " + std::string(node.substr(1)) + " nodes");
-    }
 }
 
 // Each triangle of the file must have become one of the scene.
@@ -101,25 +80,6 @@ extern "C" Outcome ReadCollada(JobContext& context) {
                         [](const aiScene&) { return FromYUp(kMillimetresPerMetre); });
 }
 
-extern "C" Outcome Read3mf(JobContext& context) {
-    const InputBytes bytes(context.file);
-    const std::string packed = ZipMember(context.file, k3mfModel);
-    if (packed.empty()) return Damaged(std::string("The package has no ") + k3mfModel);
-    const DecodedText text(packed);
-    const string_view model = text.View();
-    if (model.find(":path=\"") != string_view::npos) {
-        return Outcome::Fail(ZEL_VERSION, "3MF with parts in other files of the package is not supported");
-    }
-    const double unit = MillimetresOf(AttributeOf(model, "<model", "unit"));
-    context.TellUnit(unit);
-    return ReadByAssimp(context, {bytes.View(), "3mf"}, [&](const aiScene& scene) {
-        Account(context, scene, CountOf(model, "<triangle "));
-        if (model.find("\" p1=\"") != string_view::npos)
-            context.journal.Warn("Triangles with colours of their own have that of their object");
-        return Scaled(unit);
-    });
-}
-
 extern "C" Outcome ReadAmf(JobContext& context) {
     const InputBytes bytes(context.file);
     const DecodedText text(bytes.View());
@@ -129,15 +89,6 @@ extern "C" Outcome ReadAmf(JobContext& context) {
         Account(context, scene, CountOf(text.View(), "<triangle>"));
         return Scaled(unit);
     });
-}
-
-extern "C" Outcome ReadX3d(JobContext& context) {
-    const InputBytes bytes(context.file);
-    const DecodedText text(bytes.View());
-    const double unit = MetresOf(text.View()) * kMillimetresPerMetre;
-    context.TellUnit(unit);
-    LoseWhatIsPassedOver(context, text.View());
-    return ReadByAssimp(context, {bytes.View(), "x3d"}, [&](const aiScene&) { return FromYUp(unit); });
 }
 
 // Files have no unit and Z up; assimp turns them so that Y is.

@@ -226,7 +226,7 @@ bool KeepsNames(FormatId format) {
 }
 
 bool ReadsAllColours(FormatId format) {
-    return format != FormatId::Stl && format != FormatId::Brep && format != FormatId::ThreeMf;
+    return format != FormatId::Stl && format != FormatId::Brep;
 }
 
 // Reads the written file as if it were an input.

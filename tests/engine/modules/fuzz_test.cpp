@@ -12,6 +12,7 @@
 #include <set>
 #include <thread>
 
+#include "tests/engine/support/mesh_samples.h"
 #include "tests/engine/support/samples.h"
 #include "tests/engine/support/worker_run.h"
 
@@ -148,6 +149,12 @@ TEST(Fuzz, DamagedFiles) {
     for (const char* name : {"asm.step", "asm.igs", "asm.stl", "asm.obj", "asm.glb", "asm.gltf", "asm.fbx"}) {
         seeds.push_back({name, ReadWhole(made / name), {}});
     }
+    WriteMeshBoxes(made.Path());
+    for (const char* suffix : {"dae", "3mf", "amf", "x3d", "3ds", "wrl", "ply", "off"}) {
+        const std::string name = std::string("box.") + suffix;
+        seeds.push_back({name, ReadWhole(made / name), {}});
+    }
+    seeds.push_back({"binary.ply", BinaryPlyBox(false), {}});
     for (const char* name : {"step/screw.step", "stl/shape.stl", "occ/bottle.brep"}) {
         seeds.push_back({std::filesystem::path(name).filename(), ReadWhole(Sample(name)), {}});
     }

@@ -1,10 +1,9 @@
 // Inputs of mesh formats written by hand: each holds the box in units, axes and places of its own.
-#include <cstdlib>
-#include <cstring>
-#include <fstream>
+#include <cmath>
 #include <gtest/gtest.h>
-#include <sstream>
+#include <numbers>
 
+#include "tests/engine/support/mesh_samples.h"
 #include "tests/engine/support/read_back.h"
 #include "tests/engine/support/samples.h"
 #include "tests/engine/support/worker_run.h"
@@ -12,159 +11,12 @@
 namespace morvex::test {
 namespace {
 
-using Turn = Corner (*)(const Corner&);
-Corner Same(const Corner& c) {
-    return c;
-}
-Corner YUpMirrored(const Corner& c) {
-    return {-c[0], c[2], -c[1]};
-}
-
-// The corners in units of so many millimetres, as the file turns them; `form` holds "x", "y" and "z".
-std::string Points(double unit, Turn turn, const std::string& form) {
-    std::ostringstream text;
-    text.precision(12);
-    for (const Corner& corner : BoxCorners(unit)) {
-        const Corner turned = turn(corner);
-        for (const char c : form) {
-            if (c >= 'x' && c <= 'z')
-                text << turned[static_cast<std::size_t>(c - 'x')];
-            else
-                text << c;
-        }
-    }
-    return text.str();
-}
-
-// Two triangles a side, seen from outside or from inside; `form` holds "a", "b" and "c".
-std::string Triangles(bool outside, const std::string& form) {
-    std::string text;
-    for (const auto& side : kBoxSides) {
-        for (const int second : {1, 2}) {
-            const int corners[] = {side[0], side[outside ? second : second + 1],
-                                   side[outside ? second + 1 : second]};
-            for (const char c : form)
-                text += c >= 'a' && c <= 'c' ? std::to_string(corners[c - 'a']) : std::string(1, c);
-        }
-    }
-    return text;
-}
-
-std::string X3dBox() {
-    return "<?xml version=\"1.0\"?><X3D version=\"3.0\"><Scene><Transform scale=\"-1 1 "
-           "1\"><Shape><Appearance>"
-           "<Material diffuseColor=\"1 0 0\"/></Appearance><IndexedFaceSet coordIndex=\"" +
-           Triangles(false, "a b c -1 ") + "\"><Coordinate point=\"" + Points(1000, YUpMirrored, "x y z ") +
-           "\"/></IndexedFaceSet></Shape></Transform></Scene></X3D>";
-}
-
-// The elements' own names have letters of the form in them, so they are put in behind.
-std::string Tagged(std::string text, const std::string& outer, const std::string& prefix) {
-    std::istringstream numbers(text);
-    std::string all;
-    for (std::string a, b, c; numbers >> a >> b >> c;)
-        all += "<" + outer + "><" + prefix + "1>" + a + "</" + prefix + "1><" + prefix + "2>" + b + "</" +
-               prefix + "2><" + prefix + "3>" + c + "</" + prefix + "3></" + outer + ">";
-    return all;
-}
-
-std::string AmfBox() {
-    std::string points = Tagged(Points(25.4, Same, "x y z "), "coordinates", "v");
-    const std::pair<const char*, const char*> names[] = {{"v1>", "x>"},
-                                                         {"v2>", "y>"},
-                                                         {"v3>", "z>"},
-                                                         {"<coordinates>", "<vertex><coordinates>"},
-                                                         {"</coordinates>", "</coordinates></vertex>"}};
-    for (const auto& [from, to] : names) {
-        for (std::size_t at = 0; (at = points.find(from, at)) != std::string::npos; at += std::strlen(to))
-            points.replace(at, std::strlen(from), to);
-    }
-    return "<?xml version=\"1.0\"?><amf unit=\"inch\"><object "
-           "id=\"1\"><color><r>1</r><g>0</g><b>0</b></color><mesh>"
-           "<vertices>" +
-           points + "</vertices><volume>" + Tagged(Triangles(true, "a b c "), "triangle", "v") +
-           "</volume></mesh></object></amf>";
-}
-
-std::string ColladaBox() {
-    return "<?xml version=\"1.0\"?><COLLADA xmlns=\"http://www.collada.org/2005/11/COLLADASchema\" "
-           "version=\"1.4.1\">"
-           "<asset><unit name=\"inch\" meter=\"0.0254\"/><up_axis>Y_UP</up_axis></asset><library_effects>"
-           "<effect id=\"e\"><profile_COMMON><technique sid=\"c\"><lambert><diffuse><color>1 0 0 "
-           "1</color></diffuse>"
-           "</lambert></technique></profile_COMMON></effect></library_effects><library_materials><material "
-           "id=\"m\">"
-           "<instance_effect url=\"#e\"/></material></library_materials><library_geometries><geometry "
-           "id=\"g\"><mesh>"
-           "<source id=\"p\"><float_array id=\"pa\" count=\"24\">" +
-           Points(25.4, YUpMirrored, "x y z ") +
-           "</float_array><technique_common><accessor source=\"#pa\" count=\"8\" stride=\"3\"><param "
-           "name=\"X\" "
-           "type=\"float\"/><param name=\"Y\" type=\"float\"/><param name=\"Z\" type=\"float\"/></accessor>"
-           "</technique_common></source><vertices id=\"v\"><input semantic=\"POSITION\" "
-           "source=\"#p\"/></vertices>"
-           "<triangles count=\"12\" material=\"s\"><input semantic=\"VERTEX\" source=\"#v\" "
-           "offset=\"0\"/><p>" +
-           Triangles(false, "a b c ") +
-           "</p></triangles></mesh></geometry></library_geometries><library_visual_scenes><visual_scene "
-           "id=\"vs\">"
-           "<node id=\"n\" name=\"mirrored\"><scale>-1 1 1</scale><instance_geometry "
-           "url=\"#g\"><bind_material>"
-           "<technique_common><instance_material symbol=\"s\" "
-           "target=\"#m\"/></technique_common></bind_material>"
-           "</instance_geometry></node></visual_scene></library_visual_scenes><scene><instance_visual_scene "
-           "url=\"#vs\"/></scene></COLLADA>";
-}
-
-// The model of a package, in centimetres; the place of its one item mirrors.
-std::string ThreeMfModel() {
-    const auto tag = [](const std::string& numbers, const std::string& element, const char* const names[3]) {
-        std::istringstream list(numbers);
-        std::string all;
-        for (std::string a, b, c; list >> a >> b >> c;)
-            all += "<" + element + " " + names[0] + "=\"" + a + "\" " + names[1] + "=\"" + b + "\" " +
-                   names[2] + "=\"" + c + "\"/>";
-        return all;
-    };
-    static constexpr const char* kAxes[] = {"x", "y", "z"};
-    static constexpr const char* kCorners[] = {"v1", "v2", "v3"};
-    const Turn mirrored = [](const Corner& c) { return Corner{-c[0], c[1], c[2]}; };
-    return "<?xml version=\"1.0\"?><model unit=\"centimeter\" "
-           "xmlns=\"http://schemas.microsoft.com/3dmanufacturing/core/2015/02\"><resources><basematerials "
-           "id=\"2\">"
-           "<base name=\"red\" displaycolor=\"#FF0000FF\"/></basematerials><object id=\"1\" type=\"model\" "
-           "pid=\"2\" pindex=\"0\"><mesh><vertices>" +
-           tag(Points(10, mirrored, "x y z "), "vertex", kAxes) + "</vertices><triangles>" +
-           tag(Triangles(false, "a b c "), "triangle", kCorners) +
-           "</triangles></mesh></object></resources><build><item objectid=\"1\" "
-           "transform=\"-1 0 0 0 1 0 0 0 1 0 0 0\"/></build></model>";
-}
-
 class MeshInputs : public testing::Test {
   protected:
-    void SetUp() override {
-        WriteWhole(folder_ / "box.x3d", X3dBox());
-        WriteWhole(folder_ / "box.amf", AmfBox());
-        WriteWhole(folder_ / "box.dae", ColladaBox());
-        WriteWhole(folder_ / "model", ThreeMfModel());
-        WriteWhole(folder_ / "raw.obj", Points(1, Same, "v x y z\n"));
-        const std::string in = "cd '" + folder_.Path().string() + "' && ";
-        WriteWhole(folder_ / "rels",
-                   "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">"
-                   "<Relationship Target=\"/3D/3dmodel.model\" Id=\"r\" "
-                   "Type=\"http://schemas.microsoft.com/3dmanufacturing/2013/01/3dmodel\"/></Relationships>");
-        const std::string pack =
-            "import zipfile as z; p = z.ZipFile('box.3mf', 'w', 8); "
-            "p.write('rels', '_rels/.rels'); p.write('model', '3D/3dmodel.model')";
-        ASSERT_EQ(std::system((in + "/usr/bin/python3 -c \"" + pack + "\"").c_str()), 0);
-        std::ofstream obj(folder_ / "raw.obj", std::ios::app);
-        for (const auto& side : kBoxSides) {
-            obj << "f";
-            for (const int corner : side) obj << " " << corner + 1;
-            obj << "\n";
-        }
-        obj.close();
-        ASSERT_EQ(std::system((in + "assimp export raw.obj box.3ds >/dev/null").c_str()), 0);
+    void SetUp() override { WriteMeshBoxes(folder_.Path()); }
+    std::string Packed(const std::string& model) {
+        WriteThreeMf(folder_ / "packed", model);
+        return ReadWhole(folder_ / "packed");
     }
     const ScratchFolder folder_;
 };
@@ -173,11 +25,12 @@ TEST_F(MeshInputs, UnitsAxesColoursAndMirroring) {
     const struct {
         const char *name, *unit;
         bool red;
-    } cases[] = {{"box.x3d", "1000", true},
-                 {"box.amf", "25.4", true},
-                 {"box.dae", "25.4", true},
-                 {"box.3mf", "10", true},
-                 {"box.3ds", "", false}};
+    } cases[] = {{"box.x3d", "1000", true}, {"box.amf", "25.4", true}, {"box.dae", "25.4", true},
+                 {"box.3mf", "10", true},   {"box.3ds", "", false},    {"box.ply", "", true},
+                 {"little.ply", "", true},  {"big.ply", "", true},     {"box.off", "", true},
+                 {"box.wrl", "", true}};
+    WriteWhole(folder_ / "little.ply", BinaryPlyBox(false));
+    WriteWhole(folder_ / "big.ply", BinaryPlyBox(true));
     for (const auto& [name, unit, red] : cases) {
         SCOPED_TRACE(name);
         const WorkerRun run = RunWorker({folder_ / name, folder_ / "out.glb"});
@@ -208,6 +61,11 @@ TEST_F(MeshInputs, WhatIsWrongIsSaid) {
         int code;
     } cases[] = {
         {"a.x3d", "hello", 29},
+        {"b.3mf",
+         Packed(
+             without(ThreeMfModel(), "<model ", "<model xmlns:v=\"urn:volumes\" requiredextensions=\"v\" ")),
+         27},
+        {"c.3mf", Packed(without(ThreeMfModel(), "</triangles>", "</triangles><b:beamlattice/>")), 5},
         {"a.3mf", "hello", 29},
         {"a.3ds", "hello", 29},
         {"a.amf", "PK\3\4hello", 27},
@@ -216,12 +74,113 @@ TEST_F(MeshInputs, WhatIsWrongIsSaid) {
         {"c.amf", without(AmfBox(), "<v1>0</v1>", "<v1>99</v1>"), 5},
         {"d.3ds", ReadWhole(folder_ / "box.3ds").substr(0, 200), 5},
         {"e.x3d", "<X3D><Scene><Inline url=\"other.x3d\"/></Scene></X3D>", 5},
+        {"f.x3d", without(X3dBox(), "-1", "99 -1"), 5},
+        {"g.x3d", without(X3dBox(), "</Shape>", "</Group>"), 5},
+        {"a.ply", "hello", 29},
+        {"b.ply", PlyBox().substr(0, 400), 5},
+        {"c.ply", without(PlyBox(), "4 0 2", "4 8 2"), 5},
+        {"d.ply", without(PlyBox(), "face 6", "face 5"), 5},
+        {"e.ply", without(PlyBox(), "vertex 8", "vertex 4000000000"), 5},
+        {"f.ply", BinaryPlyBox(true).substr(0, BinaryPlyBox(true).size() - 1), 5},
+        {"g.ply", without(PlyBox(), "ascii", "packed"), 27},
+        {"h.ply", without(PlyBox(), "face 6", "fact 6"), 32},
+        {"a.off", "hello", 29},
+        {"b.off", without(OffBox(), "8 6", "8 7"), 5},
+        {"c.off", without(OffBox(), "8 6", "4000000000 6"), 5},
+        {"d.off", without(OffBox(), "OFF", "4OFF"), 27},
+        {"e.off", without(OffBox(), "4  0 2", "4  8 2"), 5},
+        {"a.wrl", "hello", 29},
+        {"b.wrl", "#VRML V1.0 ascii\nCube {}", 27},
+        {"c.wrl", VrmlBox().substr(0, VrmlBox().size() - 3), 5},
+        {"d.wrl", without(VrmlBox(), "-1", "99, -1"), 5},
+        {"e.wrl", VrmlBox() + "Inline { url \"other.wrl\" }", 5},
+        {"f.wrl", without(VrmlBox(), "Viewpoint", "USE mirrored Viewpoint"), 5},
+        {"g.wrl", "#VRML V2.0 utf8\nPROTO P [] { Group { children P {} } } P {}", 5},
     };
     for (const auto& [name, contents, code] : cases) {
         WriteWhole(folder_ / name, contents);
         const WorkerRun run = RunWorker({folder_ / name, folder_ / "out.stl"});
         EXPECT_EQ(run.code, code) << name << ": " << run.errors;
     }
+}
+
+// Geometry that a node describes, by its volume.
+TEST_F(MeshInputs, BodiesAndSetsOfScenes) {
+    constexpr double pi = std::numbers::pi;
+    const std::string cube = "point [0 0 0, 1 0 0, 1 1 0, 0 1 0, 0 0 1, 1 0 1, 1 1 1, 0 1 1]",
+                      square = "crossSection [0 0, 1 0, 1 1, 0 1, 0 0]";
+    const struct {
+        std::string geometry;
+        double volume;
+    } cases[] = {
+        {"Box { size 1 2 3 }", 6},
+        {"Sphere { radius 3 }", 36 * pi},
+        {"Cylinder { radius 2 height 3 }", 12 * pi},
+        {"Cone { bottomRadius 3 height 2 }", 6 * pi},
+        {"Extrusion { }", 4},
+        {"Extrusion { spine [0 0 0, 0 0 5] }", 20},
+        {"Extrusion { " + square + " ccw FALSE }", 1},
+        {"Extrusion { spine [0 0 0, 0 2 0, 0 4 0] scale [1 1, 2 2, 1 1] }", 2 * 2 * 4 * 7 / 3.},
+        {"Extrusion { spine [10 0 0, 0 0 -10, -10 0 0, 0 0 10, 10 0 0] }", 2 * (2 * 11 * 11 - 2 * 9 * 9)},
+        {"IndexedTriangleFanSet { index [0 3 2 1 -1 4 5 6 7 -1 0 1 5 4 -1 1 2 6 5 -1 2 3 7 6 -1 3 0 4 7] "
+         "coord "
+         "Coordinate { " +
+             cube + " } }",
+         1},
+        {"IndexedTriangleStripSet { index [0 3 1 2 -1 4 5 7 6 -1 0 1 4 5 -1 1 2 5 6 -1 2 3 6 7 -1 3 0 7 4] "
+         "coord Coordinate { " +
+             cube + " } }",
+         1},
+        {"IndexedQuadSet { index [0 3 2 1 4 5 6 7 0 1 5 4 1 2 6 5 2 3 7 6 3 0 4 7] coord Coordinate { " +
+             cube + " } }",
+         1},
+        {"TriangleFanSet { fanCount [5, 4] coord Coordinate { point [0 0 1, 0 0 0, 1 0 0, 0 1 0, 0 0 0, 0 0 "
+         "0, "
+         "0 1 0, 1 0 0, 0 0 0] } }",
+         1 / 6.},
+    };
+    for (const auto& [geometry, volume] : cases) {
+        SCOPED_TRACE(geometry);
+        WriteWhole(folder_ / "in.wrl", "#VRML V2.0 utf8\nShape { geometry " + geometry + " }");
+        const WorkerRun run = RunWorker({folder_ / "in.wrl", folder_ / "out.stl"});
+        ASSERT_EQ(run.code, 0) << run.errors;
+        EXPECT_NEAR(ReadBack(folder_ / "out.stl").volume, volume, volume * 0.01);
+    }
+}
+
+// An object in another file of the package, twice in one of the main file, its triangles with colours of
+// their own or from groups that are no colours.
+TEST_F(MeshInputs, PackagesOfSeveralFiles) {
+    const auto replaced = [](std::string text, const std::string& what, const std::string& by) {
+        return text.replace(text.find(what), what.size(), by);
+    };
+    std::string other =
+        replaced(ThreeMfModel(), "<resources>",
+                 "<resources><m:colorgroup id=\"7\"><m:color color=\"#0000FF\"/><m:color "
+                 "color=\"#00FF0080\"/></m:colorgroup><m:texture2dgroup id=\"8\" texid=\"6\"/>");
+    other = replaced(other, "<triangle ", "<triangle pid=\"7\" p1=\"1\" ");
+    other = replaced(other, "v3=\"1\"/>", "v3=\"1\" pid=\"8\" p1=\"0\" p2=\"1\" p3=\"2\"/>");
+    const std::string main =
+        "<model unit=\"centimeter\"><resources><object id=\"5\" name=\"a &amp; &#228;\"><components>"
+        "<component p:path=\"/3D/other.model\" objectid=\"1\"/><component p:path=\"/3D/other.model\" "
+        "objectid=\"1\" transform=\"0 2 0 -2 0 0 0 0 2 10 0 "
+        "0\"/></components></object></resources><build><item "
+        "objectid=\"5\"/></build></model>";
+    WriteThreeMf(folder_ / "in.3mf", main, other);
+    const WorkerRun run = RunWorker({folder_ / "in.3mf", folder_ / "out.glb"});
+    ASSERT_EQ(run.code, 0) << run.errors;
+    const Facts out = ReadBack(folder_ / "out.glb");
+    EXPECT_EQ(out.triangles, 24);
+    EXPECT_NEAR(std::abs(out.volume), 6000 * (1 + 8), 1);
+    EXPECT_NEAR(out.high[0], 100 - 2 * kBoxLow[1], 1e-3);
+    EXPECT_NEAR(out.low[1], -2 * kBoxHigh[0], 1e-3);
+    EXPECT_EQ(out.colours, (std::set<std::string>{"16000016", "00160008"}));
+    EXPECT_TRUE(out.names.contains("a & ä"));
+    WriteThreeMf(folder_ / "in.3mf", replaced(main, "objectid=\"1\"", "objectid=\"3\""), other);
+    EXPECT_EQ(RunWorker({folder_ / "in.3mf", folder_ / "out.glb"}).code, 5) << "an object that is not there";
+    WriteThreeMf(folder_ / "in.3mf", replaced(main, "<component ", "<component objectid=\"5\"/><component "),
+                 other);
+    EXPECT_EQ(RunWorker({folder_ / "in.3mf", folder_ / "out.glb"}).code, 5) << "an object that holds itself";
 }
 
 }  // namespace
