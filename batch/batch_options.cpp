@@ -5,7 +5,6 @@
 #include <functional>
 #include <span>
 
-#include "batch/typed_path.h"
 #include "win/paths.h"
 
 namespace morvex {
@@ -37,7 +36,7 @@ std::wstring Text(BatchOptions& options, const std::wstring& value) {
 template <std::wstring BatchOptions::*member>
 std::wstring Path(BatchOptions& options, const std::wstring& value) {
     if (value.empty()) return L"its value is empty";
-    options.*member = TypedPath(value);
+    options.*member = FullPath(value);
     return {};
 }
 
@@ -58,7 +57,7 @@ std::wstring ReadNumber(const std::wstring& text, unsigned least, unsigned& numb
 
 std::wstring TakeOut(BatchOptions& options, const std::wstring& value) {
     if (value.empty()) return L"its value is empty";
-    options.out = TypedPath(value);
+    options.out = FullPath(value);
     return {};
 }
 
@@ -103,7 +102,7 @@ std::wstring TakeRetryFailed(BatchOptions& options, const std::wstring& value) {
 
 // It replaces the file: an input named here by mistake would be lost.
 std::wstring TakeReport(BatchOptions& options, const std::wstring& value) {
-    const std::wstring path = TypedPath(value);
+    const std::wstring path = FullPath(value);
     if (!SameText(ExtensionOf(path), L"html") && !SameText(ExtensionOf(path), L"htm"))
         return L"\"" + value + L"\" does not end in .html";
     options.report = path;

@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "batch/typed_path.h"
 #include "list/folder_scan.h"
 #include "win/paths.h"
 #include "win/unique_handle.h"
@@ -31,7 +30,7 @@ bool ReadListHeader(HANDLE file, LineReader& reader, ListFormats& formats) {
 
 ListFormats FormatsOfListFile(const std::wstring& path) {
     ListFormats formats;
-    const UniqueHandle file = OpenText(TypedPath(path));
+    const UniqueHandle file = OpenText(FullPath(path));
     if (!file) return {};
     LineReader reader(file.get());
     return ReadListHeader(file.get(), reader, formats) ? formats : ListFormats();
@@ -40,11 +39,11 @@ ListFormats FormatsOfListFile(const std::wstring& path) {
 void SourceFinder::FindAll(const std::stop_token& stop) {
     for (const std::wstring& path : options_.paths) {
         if (stop.stop_requested()) return;
-        AddNamed(TypedPath(path), stop);
+        AddNamed(FullPath(path), stop);
     }
     if (!options_.filesFrom) return;
     const bool standardInput = *options_.filesFrom == L"-";
-    const std::wstring path = standardInput ? *options_.filesFrom : TypedPath(*options_.filesFrom);
+    const std::wstring path = standardInput ? *options_.filesFrom : FullPath(*options_.filesFrom);
     const UniqueHandle file = standardInput ? nullptr : OpenText(path);
     if (!standardInput && !file) return failed_(path, L"The list of files cannot be read");
     LineReader reader(standardInput ? GetStdHandle(STD_INPUT_HANDLE) : file.get(),
@@ -89,7 +88,7 @@ void SourceFinder::AddLines(LineReader& reader, const std::stop_token& stop) {
     for (std::wstring line; !stop.stop_requested() && reader.Next(line);) {
         // Editors leave blanks at the ends of lines; no path ends in one.
         if (!options_.zeroSeparated) line.erase(line.find_last_not_of(L" \t") + 1);
-        if (!line.empty()) AddFile(TypedPath(line));
+        if (!line.empty()) AddFile(FullPath(line));
     }
 }
 
@@ -105,8 +104,9 @@ void SourceFinder::AddFolder(const std::wstring& folder, const std::stop_token& 
                 ++leftAside_;
         }
     };
-    ScanFolder(folder, options_.recursive, kEveryFile, stop, receive,
-               [this](const std::wstring&) { ++leftAside_; });
+    ScanFolder(
+        folder, options_.recursive, kEveryFile, stop, receive, [this](const std::wstring&) { ++leftAside_; },
+        [this](const std::wstring& unread) { failed_(unread, L"The folder cannot be read"); });
 }
 
 void SourceFinder::AddFile(const std::wstring& path) {

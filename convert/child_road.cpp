@@ -40,6 +40,7 @@ ChildRoadEnd ConvertForRun(const AppContext& context, const std::vector<std::wst
         context, LookUpFormats(EnvironmentText(kFormatInVariable), EnvironmentText(kFormatOutVariable)),
         arguments[3]);
     request.multiprocess = false;
+    request.crashLog.clear();  // it is one file, of the run as a whole
     request.schemaFolder = arguments[4];
     const std::wstring& input = arguments[1];
     return Run({std::move(request),

@@ -12,11 +12,22 @@ std::wstring_view UpToLast(std::wstring_view text, wchar_t mark) {
     return text.substr(0, text.rfind(mark));
 }
 
+std::wstring FolderAsName(std::wstring_view path) {
+    std::wstring folder = WithoutLongPrefix(path);
+    if (folder.ends_with(L'\\')) folder.pop_back();  // of a drive's root
+    for (wchar_t& unit : folder) {
+        if (unit == L'\\' || unit == L'/' || unit == L':') unit = L'_';
+    }
+    return folder;
+}
+
 // The output's name without its extension.
 std::wstring BaseName(const SourceFile& source, int inputCode) {
     // Cadds keeps each part in a folder that carries the part's name.
     if (SameText(source.name, L"_pd") || SameText(source.name, L"_db")) {
-        return std::wstring(FileNameOf(source.folder));
+        std::wstring_view folder = source.folder;
+        if (folder.ends_with(L'\\')) folder.remove_suffix(1);
+        return FolderAsName(FileNameOf(folder));
     }
     std::wstring_view name = source.name;
     const bool versioned = inputCode == kCodeCreo && name.find(L".prt.") != name.npos;
@@ -34,14 +45,6 @@ bool NamesDevice(std::wstring_view name) {
         name.size() == 4 && std::wstring_view(L"123456789\u00B9\u00B2\u00B3").find(name[3]) != name.npos;
     if (port) return SameText(name.substr(0, 3), L"COM") || SameText(name.substr(0, 3), L"LPT");
     return std::ranges::any_of(kNames, [name](std::wstring_view device) { return SameText(device, name); });
-}
-
-std::wstring FolderAsName(std::wstring_view path) {
-    std::wstring folder = WithoutLongPrefix(path);
-    for (wchar_t& unit : folder) {
-        if (unit == L'\\' || unit == L'/' || unit == L':') unit = L'_';
-    }
-    return folder;
 }
 
 }  // namespace

@@ -22,12 +22,14 @@ std::optional<FileId> IdOf(std::wstring_view folder) {
 class FolderScan {
   public:
     FolderScan(const std::wstring& root, bool recursive, std::wstring_view inputFilterText,
-               const ScanReceiver& receive, const std::function<void(const std::wstring&)>& refuse)
+               const ScanReceiver& receive, const std::function<void(const std::wstring&)>& refuse,
+               const std::function<void(const std::wstring&)>& unread)
         : root_(root),
           recursive_(recursive),
           inputFilterText_(inputFilterText),
           receive_(receive),
-          refuse_(refuse) {}
+          refuse_(refuse),
+          unread_(unread) {}
 
     void Run(const std::stop_token& stop) {
         Enter(root_);
@@ -36,7 +38,10 @@ class FolderScan {
             OpenFolder& folder = open_.back();
             const WIN32_FIND_DATAW entry = folder.entry;
             std::wstring path = folder.path + L"\\" + entry.cFileName;
-            if (!FindNextFileW(folder.find.get(), &folder.entry)) open_.pop_back();
+            if (!FindNextFileW(folder.find.get(), &folder.entry)) {
+                if (GetLastError() != ERROR_NO_MORE_FILES) TellUnread(folder.path);
+                open_.pop_back();
+            }
             TakeEntry(std::move(path), entry);
         }
         if (!rows_.empty()) Report(root_);
@@ -56,9 +61,17 @@ class FolderScan {
         const HANDLE find =
             FindFirstFileExW(WithLongPrefix(folder + L"\\*").c_str(), FindExInfoBasic, &opened.entry,
                              FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH);
-        if (find == INVALID_HANDLE_VALUE) return;
+        if (find == INVALID_HANDLE_VALUE) {
+            // An empty root has no entry at all.
+            if (GetLastError() != ERROR_FILE_NOT_FOUND) TellUnread(folder);
+            return;
+        }
         opened.find.reset(find);
         open_.push_back(std::move(opened));
+    }
+
+    void TellUnread(const std::wstring& folder) const {
+        if (unread_) unread_(folder);
     }
 
     void TakeEntry(std::wstring path, const WIN32_FIND_DATAW& entry) {
@@ -96,7 +109,7 @@ class FolderScan {
     const bool recursive_;
     const std::wstring_view inputFilterText_;
     const ScanReceiver& receive_;
-    const std::function<void(const std::wstring&)>& refuse_;
+    const std::function<void(const std::wstring&)>&refuse_, &unread_;
     std::vector<OpenFolder> open_;
     FileSet linked_;
     std::vector<ListRow> rows_;
@@ -107,9 +120,11 @@ class FolderScan {
 
 void ScanFolder(const std::wstring& folder, bool recursive, std::wstring_view inputFilterText,
                 const std::stop_token& stop, const ScanReceiver& receive,
-                const std::function<void(const std::wstring& path)>& refuse) {
+                const std::function<void(const std::wstring& path)>& refuse,
+                const std::function<void(const std::wstring& folder)>& unread) {
     const bool endsInBackslash = folder.ends_with(L'\\');  // "C:\"
-    FolderScan(folder.substr(0, folder.size() - endsInBackslash), recursive, inputFilterText, receive, refuse)
+    FolderScan(folder.substr(0, folder.size() - endsInBackslash), recursive, inputFilterText, receive, refuse,
+               unread)
         .Run(stop);
 }
 

@@ -16,12 +16,13 @@ namespace morvex {
 using ScanReceiver = std::function<void(std::vector<ListRow> rows, const std::wstring& currentFolder)>;
 
 // Finds the files of a folder that may become rows under the input format, in the order the file system
-// gives; a sub-folder is entered where it stands in that order when `recursive` is on. Folders that cannot be
-// read are passed over, and a link to a folder is followed once at most, never into a folder the scan is
-// inside of. `refuse`, if given, gets the path of every file that may not become a row. Any thread; ends
-// early, without a last call, when `stop` is requested.
+// gives; a sub-folder is entered where it stands in that order when `recursive` is on. A link to a folder is
+// followed once at most, never into a folder the scan is inside of. `refuse`, if given, gets the path of
+// every file that may not become a row, `unread` that of every folder that could not be read, or not to its
+// end. Any thread; ends early, without a last call, when `stop` is requested.
 void ScanFolder(const std::wstring& folder, bool recursive, std::wstring_view inputFilterText,
                 const std::stop_token& stop, const ScanReceiver& receive,
-                const std::function<void(const std::wstring& path)>& refuse = {});
+                const std::function<void(const std::wstring& path)>& refuse = {},
+                const std::function<void(const std::wstring& folder)>& unread = {});
 
 }  // namespace morvex

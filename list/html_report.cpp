@@ -159,7 +159,7 @@ bool HtmlReport::Finish(std::wstring_view summary) {
 }
 
 std::wstring HtmlReport::Temporary() const {
-    return WithLongPrefix(path_ + L"." + std::to_wstring(GetCurrentProcessId()) + L".tmp");
+    return WithLongPrefix(TemporaryBeside(path_));
 }
 
 bool HtmlReport::Write(std::wstring_view text) {

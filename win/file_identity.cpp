@@ -21,7 +21,7 @@ std::optional<FileId> IdentityOf(const std::wstring& path) {
                             FILE_FLAG_BACKUP_SEMANTICS, nullptr));
     BY_HANDLE_FILE_INFORMATION info;
     if (!file || !GetFileInformationByHandle(file.get(), &info)) return std::nullopt;
-    return FileId{Joined(info.nFileIndexHigh, info.nFileIndexLow), info.dwVolumeSerialNumber,
+    return FileId{Joined(info.nFileIndexHigh, info.nFileIndexLow),
                   Joined(info.nFileSizeHigh, info.nFileSizeLow),
                   Joined(info.ftLastWriteTime.dwHighDateTime, info.ftLastWriteTime.dwLowDateTime)};
 }

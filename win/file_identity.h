@@ -9,17 +9,14 @@
 
 namespace morvex {
 
-// What tells an existing file or folder from every other one, links followed. One volume may be known under
-// two drive letters by two numbers: then size and time of the last change decide.
+// What tells an existing file or folder from every other one, links followed: its number on its volume, with
+// its size and the time of its last change, because one volume may be known under two drive letters by two
+// serial numbers, several under one, and some shares number no files.
 struct FileId {
-    std::uint64_t number = 0;  // on its volume
-    std::uint32_t volume = 0;
+    std::uint64_t number = 0;
     std::uint64_t size = 0, changed = 0;
 
-    bool operator==(const FileId& other) const {
-        return number == other.number &&
-               (volume == other.volume || (size == other.size && changed == other.changed));
-    }
+    bool operator==(const FileId&) const = default;
 };
 
 // The identity of an existing file or folder; nothing when there is none or it cannot be opened.

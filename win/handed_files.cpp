@@ -56,10 +56,10 @@ HandOver HandFiles(HWND window, const HandedFiles& files) {
     COPYDATASTRUCT message{files.alone ? kAlone : kMore, static_cast<DWORD>(text.size() * sizeof(wchar_t)),
                            text.data()};
     const ULONGLONG end = GetTickCount64() + kLongestWait;
-    while (GetTickCount64() < end) {
+    for (ULONGLONG now; (now = GetTickCount64()) < end;) {
         DWORD_PTR answer = 0;
         SendMessageTimeoutW(window, WM_COPYDATA, 0, reinterpret_cast<LPARAM>(&message), SMTO_NORMAL,
-                            kLongestWait, &answer);
+                            static_cast<UINT>(end - now), &answer);
         const auto said = static_cast<HandOver>(answer);
         if (said != HandOver::NotYet) return said == HandOver::Taken ? said : HandOver::Refused;
         Sleep(kPause);

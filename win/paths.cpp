@@ -3,14 +3,59 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <cstdio>
 
 namespace morvex {
 namespace {
 
 constexpr size_t kLongestPlainPath = 259;
+constexpr std::wstring_view kLongPrefix = L"\\\\?\\", kNetwork = L"\\\\";
 
 DWORD Attributes(const std::wstring& path) {
     return GetFileAttributesW(WithLongPrefix(path).c_str());
+}
+
+std::wstring CurrentFolder(const std::wstring& drive) {
+    const std::wstring start = drive.empty() ? L"." : drive;
+    std::wstring folder(GetFullPathNameW(start.c_str(), 0, nullptr, nullptr), L'\0');
+    folder.resize(GetFullPathNameW(start.c_str(), static_cast<DWORD>(folder.size()), folder.data(), nullptr));
+    return folder;
+}
+
+// The path from its drive or share on.
+std::wstring Rooted(std::wstring path) {
+    // Odd names must reach whoever opens them as they are.
+    if (path.starts_with(kLongPrefix)) return path;
+    std::ranges::replace(path, L'/', L'\\');
+    if (path.starts_with(kNetwork)) return path;
+    const bool onDrive = path.size() > 1 && path[1] == L':';
+    if (onDrive && path.size() > 2 && path[2] == L'\\') return path;
+    // "D:part.stp" lies in that drive's own current folder, "\\part.stp" on the current drive.
+    const std::wstring here = CurrentFolder(onDrive ? path.substr(0, 2) : L"");
+    if (path.starts_with(L'\\')) return here.starts_with(L'\\') ? path : here.substr(0, 2) + path;
+    return JoinPath(here, onDrive ? path.substr(2) : path);
+}
+
+// Where the names begin: behind "C:\" or "\\server\share\".
+size_t RootLength(std::wstring_view path) {
+    if (!path.starts_with(kNetwork)) return path.find(L'\\') + 1;
+    const size_t server = path.find(L'\\', kNetwork.size());
+    const size_t share = server == path.npos ? server : path.find(L'\\', server + 1);
+    return share == path.npos ? path.size() : share + 1;
+}
+
+// Whether the system would take a dot or blanks off the end of a name: on Linux they may be part of it.
+bool HasNameToCut(std::wstring_view path) {
+    const bool full = path.starts_with(kNetwork) || (path.size() > 2 && path[1] == L':' && path[2] == L'\\');
+    if (!full || path.starts_with(L"\\\\.\\")) return false;
+    bool found = false;
+    while (!path.empty()) {
+        const std::wstring_view name = path.substr(0, path.find(L'\\'));
+        path.remove_prefix(std::min(name.size() + 1, path.size()));
+        if (name == L"." || name == L"..") return false;
+        found = found || name.ends_with(L'.') || name.ends_with(L' ');
+    }
+    return found;
 }
 
 }  // namespace
@@ -46,16 +91,22 @@ std::wstring_view ExtensionOf(std::wstring_view path) {
     return dot == path.npos ? std::wstring_view{} : path.substr(dot + 1);
 }
 
-std::wstring FullPath(std::wstring path) {
-    // Odd names must reach whoever opens them as they are.
-    if (!path.starts_with(L"\\\\?\\")) std::replace(path.begin(), path.end(), L'/', L'\\');
-    const bool onDrive = path.size() > 1 && path[1] == L':';
-    if (path.starts_with(L'\\') || (onDrive && path.size() > 2 && path[2] == L'\\')) return path;
-    // "D:part.stp" lies in that drive's own current folder.
-    const std::wstring start = onDrive ? path.substr(0, 2) : L".";
-    std::wstring folder(GetFullPathNameW(start.c_str(), 0, nullptr, nullptr), L'\0');
-    folder.resize(GetFullPathNameW(start.c_str(), static_cast<DWORD>(folder.size()), folder.data(), nullptr));
-    return JoinPath(folder, onDrive ? path.substr(2) : path);
+std::wstring FullPath(const std::wstring& typed) {
+    const std::wstring full = Rooted(typed);
+    if (full.starts_with(kLongPrefix)) return full;
+    std::wstring_view rest = full;
+    const size_t root = RootLength(rest);
+    std::wstring path(rest.substr(0, root));
+    for (rest.remove_prefix(root); !rest.empty();) {
+        const std::wstring_view name = rest.substr(0, rest.find(L'\\'));
+        rest.remove_prefix(std::min(name.size() + 1, rest.size()));
+        if (name == L"..")
+            path.resize(std::max(root, path.find_last_of(L'\\', path.size() - 2) + 1));
+        else if (!name.empty() && name != L".")
+            path += std::wstring(name) + L"\\";
+    }
+    if (path.size() > root) path.pop_back();
+    return path;
 }
 
 bool SameText(std::wstring_view a, std::wstring_view b) {
@@ -64,10 +115,23 @@ bool SameText(std::wstring_view a, std::wstring_view b) {
 }
 
 std::wstring WithLongPrefix(std::wstring path) {
-    if (path.size() <= kLongestPlainPath || path.starts_with(L"\\\\?\\")) return path;
-    std::replace(path.begin(), path.end(), L'/', L'\\');  // behind the prefix a slash would be part of a name
-    if (path.starts_with(L"\\\\")) return L"\\\\?\\UNC\\" + path.substr(2);
-    return L"\\\\?\\" + path;
+    if (path.starts_with(kLongPrefix)) return path;
+    std::ranges::replace(path, L'/', L'\\');  // behind the prefix a slash would be part of a name
+    if (path.starts_with(kLongPrefix) || (path.size() <= kLongestPlainPath && !HasNameToCut(path)))
+        return path;
+    if (!path.starts_with(kNetwork)) return std::wstring(kLongPrefix) + path;
+    return std::wstring(kLongPrefix) + L"UNC\\" + path.substr(kNetwork.size());
+}
+
+std::wstring TemporaryBeside(const std::wstring& path) {
+    constexpr std::uint32_t kBasis = 2166136261, kPrime = 16777619;  // FNV-1a
+    std::uint32_t hash = kBasis;
+    for (const wchar_t unit : std::to_wstring(GetCurrentProcessId()) + L'-' + std::wstring(FileNameOf(path)))
+        hash = (hash ^ unit) * kPrime;
+    wchar_t name[16];
+    swprintf_s(name, L"~%08x.tmp", hash);
+    const std::wstring_view folder = FolderOf(path);
+    return folder.empty() ? name : JoinPath(folder, name);
 }
 
 bool PathExists(const std::wstring& path) {

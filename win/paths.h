@@ -25,15 +25,21 @@ size_t ExtensionStart(std::wstring_view path);
 // The text after the last "." of the file name, without the "."; empty when there is none.
 std::wstring_view ExtensionOf(std::wstring_view path);
 
-// The full path of one typed by hand, which may be relative or hold slashes. Nothing else of it is touched.
-std::wstring FullPath(std::wstring path);
+// The full path that somebody means who has typed it, with "." and ".." taken out: a path with the long-path
+// prefix is opened as it stands, and they would be names in it. Only a root ends in a backslash. One that has
+// the prefix already stays as it is.
+std::wstring FullPath(const std::wstring& typed);
 
 // Compares without regard to case, as the file system does.
 bool SameText(std::wstring_view a, std::wstring_view b);
 
-// The path with the long-path prefix "\\?\" when it is longer than 259 characters and has none ("\\?\UNC\"
-// for a share).
+// The path with the long-path prefix "\\?\" ("\\?\UNC\" for a share) when it is longer than 259 characters,
+// or full and with a name that ends in a dot or a blank, which the system would take off.
 std::wstring WithLongPrefix(std::wstring path);
+
+// Where this process writes what is to get this name once it is whole: in the same folder, under a short
+// name, so that no limit is met that the path itself does not meet. The same for each call.
+std::wstring TemporaryBeside(const std::wstring& path);
 
 bool PathExists(const std::wstring& path);    // a file or folder of that name
 bool FolderExists(const std::wstring& path);  // a folder of that name

@@ -13,10 +13,6 @@ namespace {
 
 constexpr wchar_t kWritersTurn[] = L"Local\\Morvex-profile";
 
-std::wstring TemporaryFor(const std::wstring& file) {
-    return file + L"." + std::to_wstring(GetCurrentProcessId()) + L".tmp";
-}
-
 // The system's functions say nothing of a disk that is full, and leave a cut file: so its room is looked at
 // first. A new file of ours takes a few kilobytes.
 bool HasRoomFor(const std::wstring& file) {
@@ -74,7 +70,7 @@ bool WriteText(const std::wstring& file, const wchar_t* section, const wchar_t* 
     const DWORD attributes = GetFileAttributesW(file.c_str());
     const bool exists = attributes != INVALID_FILE_ATTRIBUTES;
     if (exists && attributes & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY)) return false;
-    const std::wstring temporary = TemporaryFor(file);
+    const std::wstring temporary = TemporaryBeside(file);
     const Entry entry = {section, key, value.c_str()};
     return MakeTemporary(temporary, file, {&entry, 1}) &&
            PutInPlace(temporary, file, MOVEFILE_REPLACE_EXISTING);
@@ -83,7 +79,7 @@ bool WriteText(const std::wstring& file, const wchar_t* section, const wchar_t* 
 bool Create(const std::wstring& file, std::span<const Entry> entries) {
     const SystemLock turn(kWritersTurn);
     if (PathExists(file)) return false;
-    const std::wstring temporary = TemporaryFor(file);
+    const std::wstring temporary = TemporaryBeside(file);
     return MakeTemporary(temporary, file, entries) && PutInPlace(temporary, file, 0);
 }
 

@@ -96,8 +96,7 @@ std::string Encode(std::wstring_view text) {
 
 // Written beside the target and then renamed.
 bool WriteWhole(const std::wstring& path, std::string_view bytes, DWORD moveFlags) {
-    const std::wstring temporary =
-        WithLongPrefix(path + L"." + std::to_wstring(GetCurrentProcessId()) + L".tmp");
+    const std::wstring temporary = WithLongPrefix(TemporaryBeside(path));
     bool written = false;
     {
         const UniqueHandle file = OwnFile(CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr,

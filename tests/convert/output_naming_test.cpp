@@ -47,6 +47,7 @@ TEST(OutputNaming, FollowsTheRules) {
         {{L"C:\\in", L"gear.prt.3"}, To(L".stp", 17, 4), L"C:\\in\\gear.prt.stp"},
         // Cadds parts are named by their folder.
         {{L"C:\\in\\flange", L"_pd"}, To(L".stp", 7, 4), L"C:\\in\\flange\\flange.stp"},
+        {{L"C:\\", L"_pd"}, To(L".stp", 7, 4), L"C:\\C_.stp"},
         {{L"C:\\in\\flange", L"_db"}, Into(To(L".stp", 7, 4)), L"D:\\out\\flange.stp"},
         {{L"C:\\in\\a b", L"part.stp"}, pathInName, L"D:\\out\\C__in_a b_part.stl"},
         {{L"C:\\in", L"part.stp"}, To(L""), L"C:\\in\\part"},

@@ -51,6 +51,29 @@ TEST(FolderScan, FindsTheFilesOfTheFormat) {
     });
 }
 
+TEST(FolderScan, KeepsNamesThatTheSystemWouldCut) {
+    const test::TempFolder folder;
+    AddFile(folder / L"ACME Inc.\\a.stp");
+    AddFile(folder / L"ACME Inc\\b.stp");
+    EXPECT_THAT(Scan(folder.Path(), true), UnorderedElementsAre(L"ACME Inc.\\a.stp", L"ACME Inc\\b.stp"));
+    EXPECT_THAT(Scan(folder / L"ACME Inc.", false), ElementsAre(L"a.stp"));
+}
+
+TEST(FolderScan, TellsFoldersThatItCannotRead) {
+    const test::TempFolder folder;
+    AddFile(folder / L"a.stp");
+    std::vector<std::wstring> unread;
+    const auto scan = [&](const std::wstring& path) {
+        ScanFolder(
+            path, true, kAll, {}, [](const auto&, const auto&) {}, {},
+            [&](const std::wstring& one) { unread.push_back(one); });
+    };
+    scan(folder.Path());
+    EXPECT_THAT(unread, IsEmpty());
+    scan(folder / L"missing");
+    EXPECT_THAT(unread, ElementsAre(folder / L"missing"));
+}
+
 TEST(FolderScan, GoesBelowTheLengthOfAPlainPath) {
     const test::TempFolder folder;
     std::wstring below;

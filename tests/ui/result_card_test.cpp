@@ -15,7 +15,7 @@ constexpr char kReport[] =
   <read parts="2" solids="1" faces="10" triangles="0" box="-27.5 -10 -34.5 -7.5 9.25 7.75"/>
   <written triangles="1344" box="-27.5 -10 -34.5 -7.5 9.25 7.25"/>
   <missing>1 of 11 faces</missing>
-  <warning>a &amp; b</warning>
+  <warning>a &amp;&#10;b</warning>
   <warning>c</warning>
   <preview type="image/png" encoding="base64">iVBORw0KGgoAAAANSUhEUgAAAAQAAAACCAIAAADwyuo0AAAA
 EElEQVR42mM4ocEFRwzIHABrmgfRDUJqtAAAAABJRU5ErkJggg==</preview>

@@ -91,8 +91,30 @@ TEST(Paths, LongOnesGetThePrefixOfTheirKind) {
                  {L"C:\\d" + longest, L"\\\\?\\C:\\d" + longest},
                  {L"C:/x/" + deep, L"\\\\?\\C:\\x\\" + deep},
                  {L"\\\\host\\share\\" + deep, L"\\\\?\\UNC\\host\\share\\" + deep},
-                 {L"\\\\?\\C:\\" + deep, L"\\\\?\\C:\\" + deep}};
+                 {L"\\\\?\\C:\\" + deep, L"\\\\?\\C:\\" + deep},
+                 {L"//?/C:/" + deep, L"\\\\?\\C:\\" + deep},
+                 {L"C:\\ACME Inc.\\a.stp", L"\\\\?\\C:\\ACME Inc.\\a.stp"},
+                 {L"C:\\a.stp ", L"\\\\?\\C:\\a.stp "},
+                 {L"C:\\a.\\..\\b.stp", L"C:\\a.\\..\\b.stp"},
+                 {L"a.", L"a."}};
     for (const auto& [plain, prefixed] : cases) EXPECT_EQ(WithLongPrefix(plain), prefixed);
+}
+
+TEST(Paths, TypedOnesBecomeFull) {
+    std::wstring here(MAX_PATH, L'\0');
+    here.resize(GetCurrentDirectoryW(MAX_PATH, here.data()));
+    const std::wstring drive = here.substr(0, 2);
+    const struct {
+        std::wstring typed, full;
+    } cases[] = {{L"a.stp", JoinPath(here, L"a.stp")},
+                 {L"./x/../a.stp", JoinPath(here, L"a.stp")},
+                 {L"\\parts\\a.stp", drive + L"\\parts\\a.stp"},
+                 {L"C:/parts//x/../../../a.stp", L"C:\\a.stp"},
+                 {L"C:\\parts\\", L"C:\\parts"},
+                 {L"C:\\", L"C:\\"},
+                 {L"\\\\host\\share\\..\\a.stp", L"\\\\host\\share\\a.stp"},
+                 {L"\\\\?\\C:\\..\\a", L"\\\\?\\C:\\..\\a"}};
+    for (const auto& [typed, full] : cases) EXPECT_EQ(FullPath(typed), full);
 }
 
 }  // namespace
