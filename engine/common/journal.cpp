@@ -140,6 +140,7 @@ void JournalRecord::TakeLine(std::string_view line) {
             picture = line;
             break;
         case kFinishLine:
+            if (finished) break;  // the first one counts
             finished = true;
             outcome.result = NumberAt(line);
             outcome.reason = line;

@@ -68,11 +68,19 @@ static HANDLE MakeJob(void) {
     return job;
 }
 
-/* Starts the process suspended, so that it is in the job before its first instruction. Only the pipes' ends
- * named here are inherited, whatever else the process holds. */
+/* NULL when there is none. */
+static HANDLE InheritableStandardError(void) {
+    HANDLE copy = NULL;
+    HANDLE const self = GetCurrentProcess();
+    DuplicateHandle(self, GetStdHandle(STD_ERROR_HANDLE), self, &copy, 0, TRUE, DUPLICATE_SAME_ACCESS);
+    return copy;
+}
+
+/* Starts the process suspended, so that it is in the job before its first instruction. Only the handles named
+ * here are inherited, whatever else the process holds. */
 static HANDLE Spawn(const WCHAR* path, HANDLE job, HANDLE input, HANDLE output, int showMessages) {
     WCHAR command[] = L"\"" WIDE(MORVEX_WORKER_NAME) L"\" " WIDE(MORVEX_SERVE_OPTION);
-    HANDLE inherited[2] = {input, output};
+    HANDLE inherited[3] = {input, output, NULL};
     STARTUPINFOEXW start;
     PROCESS_INFORMATION process = {NULL, NULL, 0, 0};
     SIZE_T size = 0;
@@ -81,7 +89,6 @@ static HANDLE Spawn(const WCHAR* path, HANDLE job, HANDLE input, HANDLE output, 
     start.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
     start.StartupInfo.hStdInput = input;
     start.StartupInfo.hStdOutput = output;
-    start.StartupInfo.hStdError = showMessages ? GetStdHandle(STD_ERROR_HANDLE) : NULL;
     InitializeProcThreadAttributeList(NULL, 1, 0, &size);
     start.lpAttributeList = malloc(size);
     if (start.lpAttributeList == NULL ||
@@ -89,13 +96,15 @@ static HANDLE Spawn(const WCHAR* path, HANDLE job, HANDLE input, HANDLE output, 
         free(start.lpAttributeList);
         return NULL;
     }
+    if (showMessages) start.StartupInfo.hStdError = inherited[2] = InheritableStandardError();
     UpdateProcThreadAttribute(start.lpAttributeList, 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, inherited,
-                              sizeof inherited, NULL, NULL);
+                              (inherited[2] != NULL ? 3 : 2) * sizeof(HANDLE), NULL, NULL);
     const BOOL started = CreateProcessW(path, command, NULL, NULL, TRUE,
                                         CREATE_NO_WINDOW | CREATE_SUSPENDED | EXTENDED_STARTUPINFO_PRESENT,
                                         NULL, NULL, &start.StartupInfo, &process);
     DeleteProcThreadAttributeList(start.lpAttributeList);
     free(start.lpAttributeList);
+    CloseAll(&inherited[2], 1);
     if (!started) return NULL;
     AssignProcessToJobObject(job, process.hProcess);
     ResumeThread(process.hThread);

@@ -116,7 +116,9 @@ void Complete(Command& command, const std::vector<std::string>& files) {
     command.input = files[0];
     request.input = FullPath(files[0]);
     request.output = FullPath(files[1]);
-    if (request.picture == request.input || request.picture == request.output)
+    std::error_code error;
+    if (request.picture == request.output || request.picture == request.input ||
+        std::filesystem::equivalent(request.picture, request.input, error))
         throw UsageError("the picture needs a file of its own");
     if (const char* const asked = std::getenv("MORVEX_PREVIEW");
         asked != nullptr && asked == std::string("1"))

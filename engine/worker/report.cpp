@@ -92,10 +92,17 @@ fs::path ReportPath(const fs::path& output) {
 }
 
 bool WriteReport(const Request& request, const ReportFacts& facts) {
-    return WriteWhole(ReportPath(request.output), ReportText(request, facts));
+    const fs::path path = ReportPath(request.output);
+    if (WriteWhole(path, ReportText(request, facts))) return true;
+    std::error_code ignored;
+    fs::remove(path, ignored);
+    return false;
 }
 
 bool WritePicture(const Request& request, const JournalRecord& journal) {
+    std::error_code error;
+    for (const fs::path& other : {request.input, request.output})
+        if (fs::equivalent(request.picture, other, error)) return false;
     return !journal.picture.empty() && WriteWhole(request.picture, FromBase64(journal.picture));
 }
 

@@ -21,10 +21,11 @@ struct ReportFacts {
 std::filesystem::path ReportPath(const std::filesystem::path& output);
 
 // Written under a temporary name and renamed; well-formed whatever bytes the names hold. False when the
-// folder refuses it.
+// folder refuses it: there is none then, not even that of an earlier conversion.
 bool WriteReport(const Request& request, const ReportFacts& facts);
 
-// Writes the picture that the request asks for, in the same way. False when the job has drawn none, too.
+// Writes the picture that the request asks for, in the same way. False also when the job has drawn none, or
+// when it would replace the input or the output.
 bool WritePicture(const Request& request, const JournalRecord& journal);
 
 }  // namespace morvex

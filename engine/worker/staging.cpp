@@ -20,6 +20,10 @@ Outcome CannotWrite(const std::string& what) {
     return Outcome::Fail(ZEL_CANNOT_WRITE, what);
 }
 
+std::string NotInPlace(const std::error_code& why) {
+    return "The output could not be moved into place: " + why.message();
+}
+
 // A file that the writer leaves beside the main one must not replace a folder or the input.
 Outcome CheckSideFile(const Request& request) {
     if (request.to->sideSuffix == nullptr) return Outcome::Ok();
@@ -53,11 +57,21 @@ std::error_code Move(const fs::path& from, const fs::path& to) {
     return error;
 }
 
-// Undoes what a process that was killed while it replaced a set of files had done of it.
-void Recover(const fs::path& abandoned) {
-    if (FilesBelow(abandoned / kNew).empty()) return;  // it was done
-    for (const fs::path& file : FilesBelow(abandoned / kOld))
-        Move(abandoned / kOld / file, abandoned.parent_path() / file);
+// Undoes what a process had done that ended while it replaced a set of files. False when it cannot be undone
+// now, as another program holds one of them.
+bool Recover(const fs::path& abandoned, const fs::path& parent) {
+    if (FilesBelow(abandoned / kNew).empty()) return true;  // it was done
+    std::vector<fs::path> files = FilesBelow(abandoned / kOld);
+    // Whose place the new file has taken already. The others' is empty, unless somebody has written the set
+    // since.
+    const auto isReplaced = [&](const fs::path& file) {
+        return !fs::exists(fs::symlink_status(abandoned / kNew / file));
+    };
+    const auto others = std::ranges::partition(files, isReplaced);
+    const auto isThere = [&](const fs::path& file) { return fs::exists(fs::symlink_status(parent / file)); };
+    if (std::ranges::any_of(others, isThere)) return true;
+    return std::ranges::all_of(
+        files, [&](const fs::path& file) { return !Move(abandoned / kOld / file, parent / file); });
 }
 
 }  // namespace
@@ -96,18 +110,18 @@ Outcome Staging::Publish(const std::vector<fs::path>& sources) {
             return CannotWrite("A folder has the name of the output's side file");
         sides.push_back(file);
     }
-    error = sides.empty() ? Move(file_, target_) : PublishSet(sides);
-    if (error) return CannotWrite("The output could not be moved into place: " + error.message());
+    if (!sides.empty()) return PublishSet(sides);
+    if (error = Move(file_, target_); error) return CannotWrite(NotInPlace(error));
     FlushToDisk(target_.parent_path());
     return Outcome::Ok();
 }
 
 // The old main file goes first and the new one comes last, so that nobody ever finds files of two sets
 // together.
-std::error_code Staging::PublishSet(std::vector<fs::path> files) {
+Outcome Staging::PublishSet(std::vector<fs::path> files) {
     const fs::path from = folder_.Path() / kNew, aside = folder_.Path() / kOld, to = target_.parent_path();
     files.push_back(file_.filename());
-    std::vector<std::pair<fs::path, fs::path>> moves;
+    std::vector<Step> moves;
     for (auto file = files.rbegin(); file != files.rend(); ++file) {
         if (fs::exists(fs::symlink_status(to / *file))) moves.emplace_back(to / *file, aside / *file);
     }
@@ -119,11 +133,20 @@ std::error_code Staging::PublishSet(std::vector<fs::path> files) {
     }
     for (std::size_t done = 0; done < moves.size(); ++done) {
         const std::error_code error = Move(moves[done].first, moves[done].second);
-        if (!error) continue;
-        while (done-- > 0) Move(moves[done].second, moves[done].first);
-        return error;
+        if (error) return TakeBack({moves.begin(), moves.begin() + static_cast<std::ptrdiff_t>(done)}, error);
     }
-    return {};
+    FlushToDisk(to);
+    return Outcome::Ok();
+}
+
+// What cannot be moved back now stays where it is, for a later conversion or the user.
+Outcome Staging::TakeBack(const std::vector<Step>& done, const std::error_code& why) {
+    const bool undone = std::all_of(done.rbegin(), done.rend(),
+                                    [](const Step& move) { return !Move(move.second, move.first); });
+    if (undone) return CannotWrite(NotInPlace(why));
+    const std::string old = Utf8(folder_.Path() / kOld);
+    folder_.Abandon();
+    return CannotWrite(NotInPlace(why) + ", and the old files could not be put back from " + old);
 }
 
 }  // namespace morvex

@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include "engine/common/outcome.h"
@@ -23,12 +24,15 @@ class Staging {
     const std::filesystem::path& File() const { return file_; }
 
     // Puts all files on the disk and then into place; those of a set never stand beside those of another,
-    // even when this process is killed over it. A failure leaves the old files as they were, and so does a
-    // side file that would replace one of the `sources`, the files that were read.
+    // even when this process is killed over it. A failure leaves the old files as they were, or says where
+    // they are, and so does a side file that would replace one of the `sources`, the files that were read.
     Outcome Publish(const std::vector<std::filesystem::path>& sources);
 
   private:
-    std::error_code PublishSet(std::vector<std::filesystem::path> files);
+    using Step =
+        std::pair<std::filesystem::path, std::filesystem::path>;  // a file's old path and its new one
+    Outcome PublishSet(std::vector<std::filesystem::path> files);
+    Outcome TakeBack(const std::vector<Step>& done, const std::error_code& why);
 
     TemporaryFolder folder_;
     std::filesystem::path target_, file_;

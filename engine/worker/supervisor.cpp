@@ -42,10 +42,6 @@ Outcome Broken(Phase phase, const std::string& why) {
 
 Outcome OutcomeOf(const JobEnd& end, const JournalRecord& record) {
     switch (end.cause) {
-        case Cause::TimeOver:
-            return Failed("The conversion exceeded its time limit");
-        case Cause::Stalled:
-            return Broken(record.phase, "The conversion made no progress");
         case Cause::EndRequested:
             return Failed("The conversion was stopped");
         case Cause::CallerGone:
@@ -54,12 +50,17 @@ Outcome OutcomeOf(const JobEnd& end, const JournalRecord& record) {
             return Failed("The conversion process could not be started: " + end.detail);
         case Cause::Unwatchable:
             return Failed("The conversion process could not be watched");
+        case Cause::TimeOver:
+        case Cause::Stalled:
         case Cause::ByItself:
         case Cause::Killed:
         case Cause::Crashed:
             break;
     }
+    // Also when the process fell over what it did last, the picture.
     if (record.finished) return record.outcome;
+    if (end.cause == Cause::TimeOver) return Failed("The conversion exceeded its time limit");
+    if (end.cause == Cause::Stalled) return Broken(record.phase, "The conversion made no progress");
     if (end.cause == Cause::Killed) return Failed("The conversion process was killed (" + end.detail + ")");
     if (end.cause == Cause::ByItself) return Failed("The conversion process ended without a result");
     return Broken(record.phase, std::string("The conversion crashed in the phase \"") +
@@ -121,6 +122,8 @@ Outcome Supervise(const Request& request, const SupervisorOptions& options) {
     if (outcome.IsOk()) WarnOfLosses(record);
     record.Enter(Phase::Publish);
 
+    if (outcome.IsOk() && end.cause != Cause::ByItself)
+        record.warnings.emplace_back("No picture: the drawing of it was given up");
     if (outcome.IsOk() && !request.picture.empty() && !WritePicture(request, record))
         record.warnings.emplace_back("The picture could not be written");
     if (settings.writeReport && WorthReport(end, outcome.result)) {

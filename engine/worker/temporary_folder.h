@@ -9,7 +9,8 @@
 namespace morvex {
 
 // Owns the folder and removes it with all that is left in it. Holds a lock on it, by which others see that
-// its process, or a child of it, is still there.
+// its process, or a child of it, is still there. A lock is seen on its own machine only, so each user of each
+// machine cleans up what is theirs alone.
 class TemporaryFolder {
   public:
     TemporaryFolder() = default;
@@ -17,12 +18,14 @@ class TemporaryFolder {
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
     ~TemporaryFolder() { Remove(); }
 
-    // Makes a folder with a name of its own in `parent`; the error says why there is none. Calls `recover`
-    // for each such folder there whose process has died, and then removes it.
-    using Recover = void(const std::filesystem::path& abandoned);
+    // Makes a folder with a name of its own in `parent` or below; the error says why there is none. Calls
+    // `recover` for each such folder there whose process has died, and then removes it, unless that answers
+    // that something in it is still needed.
+    using Recover = bool(const std::filesystem::path& abandoned, const std::filesystem::path& parent);
     std::error_code Make(const std::filesystem::path& parent, Recover* recover = nullptr);
     const std::filesystem::path& Path() const { return path_; }
     void Remove();
+    void Abandon();  // leaves it and all in it for another process to recover
 
   private:
     std::filesystem::path path_;

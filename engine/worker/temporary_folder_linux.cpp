@@ -7,20 +7,27 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "engine/worker/machine.h"
 #include "engine/worker/temporary_folder.h"
 
 namespace morvex {
 namespace fs = std::filesystem;
 namespace {
 
-constexpr std::string_view kPattern = ".morvex-XXXXXX";
+constexpr std::string_view kStart = ".morvex-", kPattern = "XXXXXX";
 
-// The folder when it is one of ours, opened; else -1.
+// The folder that holds the temporary ones, so that nobody has to look for them among the outputs.
+fs::path NestIn(const fs::path& parent) {
+    return parent / (std::string(kStart) + ShortUserAndMachine());
+}
+
+// The folder when it is one of ours, opened; else -1, with the reason in errno.
 int OpenOurs(const fs::path& path) {
     const int folder = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     struct stat status {};
     if (folder >= 0 && (fstat(folder, &status) != 0 || status.st_uid != geteuid())) {
         close(folder);
+        errno = EPERM;
         return -1;
     }
     return folder;
@@ -33,39 +40,50 @@ bool IsStillThere(int folder, const fs::path& path) {
            opened.st_dev == named.st_dev;
 }
 
-void RemoveAbandoned(const fs::path& parent, TemporaryFolder::Recover* recover) {
-    constexpr std::string_view kStart = kPattern.substr(0, kPattern.find('X'));
+void RemoveAbandoned(const fs::path& nest, TemporaryFolder::Recover* recover) {
     std::error_code error;
-    for (fs::directory_iterator entry(parent, error); !error && entry != fs::directory_iterator();
+    for (fs::directory_iterator entry(nest, error); !error && entry != fs::directory_iterator();
          entry.increment(error)) {
-        const std::string name = entry->path().filename().string();
-        if (name.size() != kPattern.size() || !name.starts_with(kStart)) continue;
         const int folder = OpenOurs(entry->path());
         if (folder < 0) continue;
         // The lock goes when the last process that holds the descriptor ends.
-        if (flock(folder, LOCK_EX | LOCK_NB) == 0 && IsStillThere(folder, entry->path())) {
+        if (flock(folder, LOCK_EX | LOCK_NB) == 0 && IsStillThere(folder, entry->path()) &&
+            recover(entry->path(), nest.parent_path())) {
             std::error_code ignored;
-            recover(entry->path());
             fs::remove_all(entry->path(), ignored);
         }
         close(folder);
     }
 }
 
+// What to make a folder by; empty when the nest has gone meanwhile. Where the file system says that the nest
+// belongs to somebody else, the folder comes to lie beside it, and nobody will look for it.
+std::string PatternIn(const fs::path& nest, TemporaryFolder::Recover* recover) {
+    const int ours = OpenOurs(nest);
+    if (ours < 0 && errno == ENOENT) return {};
+    if (ours < 0) return (nest.parent_path() / kStart).concat(kPattern);
+    close(ours);
+    if (recover != nullptr) RemoveAbandoned(nest, recover);
+    return nest / kPattern;
+}
+
 }  // namespace
 
 std::error_code TemporaryFolder::Make(const fs::path& parent, Recover* recover) {
-    if (recover != nullptr) RemoveAbandoned(parent, recover);
-    constexpr int kTries = 10;
+    const fs::path nest = NestIn(parent);
+    constexpr int kTries = 100;
     for (int tries = 0; tries < kTries; ++tries) {
-        std::string folder = (parent / kPattern).string();
-        if (mkdtemp(folder.data()) == nullptr) return {errno, std::generic_category()};
-        const int lock = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-        // Those who look for abandoned folders may have been quicker and have removed it: here, or below.
+        if (mkdir(nest.c_str(), S_IRWXU) != 0 && errno != EEXIST) return {errno, std::generic_category()};
+        // Others remove the nest when it is empty, and those who look for abandoned folders what is in it,
+        // also between any two steps here.
+        std::string folder = PatternIn(nest, tries == 0 ? recover : nullptr);
+        if (folder.empty()) continue;
+        const int lock =
+            mkdtemp(folder.data()) != nullptr ? open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC) : -1;
         if (lock < 0 && errno == ENOENT) continue;
         if (lock < 0) return {errno, std::generic_category()};
         lock_ = lock;
-        // Fails where the file system has no locks, and then fails for those others too.
+        // Fails where the file system has no locks, and then fails for others of this machine too.
         flock(lock, LOCK_EX);
         path_ = folder;
         if (IsStillThere(lock, path_)) return {};
@@ -78,6 +96,12 @@ void TemporaryFolder::Remove() {
     if (path_.empty()) return;
     std::error_code ignored;
     fs::remove_all(path_, ignored);
+    const fs::path nest = path_.parent_path();
+    if (NestIn(nest.parent_path()) == nest) rmdir(nest.c_str());  // fails while others are at work in it
+    Abandon();
+}
+
+void TemporaryFolder::Abandon() {
     path_.clear();
     if (lock_ >= 0) close(static_cast<int>(lock_));
     lock_ = -1;

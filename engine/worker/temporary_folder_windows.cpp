@@ -4,34 +4,40 @@
 #include <string>
 
 #include "engine/worker/handle_windows.h"
+#include "engine/worker/machine.h"
 #include "engine/worker/temporary_folder.h"
 
 namespace morvex {
 namespace fs = std::filesystem;
 namespace {
 
-constexpr wchar_t kStart[] = L".morvex-";
 constexpr std::size_t kRandomLetters = 6;
 
 std::error_code LastError() {
     return {static_cast<int>(GetLastError()), std::system_category()};
 }
 
+// What the names of this user's folders on this machine begin with.
+std::wstring Start() {
+    const std::string whose = ShortUserAndMachine();
+    return L".morvex-" + std::wstring(whose.begin(), whose.end()) + L"-";
+}
+
 std::wstring RandomName() {
     static constexpr wchar_t kLetters[] = L"abcdefghijklmnopqrstuvwxyz0123456789";
     std::random_device random;
-    std::wstring name = kStart;
+    std::wstring name = Start();
     for (std::size_t letter = 0; letter < kRandomLetters; ++letter)
         name += kLetters[random() % (std::size(kLetters) - 1)];
     return name;
 }
 
-// Calls take(name, attributes) for all that lies in a folder. By the system: the library's own directory
-// iterator ends at 260 characters.
+// Calls take(name, attributes) for all that a folder has of such names. By the system: the library's own
+// directory iterator ends at 260 characters, and looks at every name where the system knows where they are.
 template <class Take>
-void ForEachEntry(const fs::path& folder, Take take) {
+void ForEachEntry(const fs::path& folder, const std::wstring& pattern, Take take) {
     WIN32_FIND_DATAW found;
-    const HANDLE search = FindFirstFileW((folder / L"*").c_str(), &found);
+    const HANDLE search = FindFirstFileW((folder / pattern).c_str(), &found);
     if (search == INVALID_HANDLE_VALUE) return;
     do {
         const std::wstring name = found.cFileName;
@@ -46,7 +52,7 @@ bool IsFolder(DWORD attributes) {
 }
 
 void AddFiles(const fs::path& folder, const fs::path& from, std::vector<fs::path>& files) {
-    ForEachEntry(folder / from, [&](const std::wstring& name, DWORD attributes) {
+    ForEachEntry(folder / from, L"*", [&](const std::wstring& name, DWORD attributes) {
         if (IsFolder(attributes)) AddFiles(folder, from / name, files);
         if ((attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT)) == 0)
             files.push_back(from / name);
@@ -54,7 +60,7 @@ void AddFiles(const fs::path& folder, const fs::path& from, std::vector<fs::path
 }
 
 void RemoveTree(const fs::path& folder) {
-    ForEachEntry(folder, [&](const std::wstring& name, DWORD attributes) {
+    ForEachEntry(folder, L"*", [&](const std::wstring& name, DWORD attributes) {
         const fs::path entry = folder / name;
         if (IsFolder(attributes)) {
             RemoveTree(entry);
@@ -75,15 +81,13 @@ OwnedHandle Lock(const fs::path& folder, DWORD disposition) {
 
 void RemoveAbandoned(const fs::path& parent, TemporaryFolder::Recover* recover) {
     std::vector<fs::path> abandoned;
-    ForEachEntry(parent, [&](const std::wstring& name, DWORD attributes) {
-        if (IsFolder(attributes) && name.starts_with(kStart) &&
-            name.size() == std::size(kStart) - 1 + kRandomLetters)
-            abandoned.push_back(parent / name);
-    });
+    ForEachEntry(parent, Start() + std::wstring(kRandomLetters, L'?'),
+                 [&](const std::wstring& name, DWORD attributes) {
+                     if (IsFolder(attributes)) abandoned.push_back(parent / name);
+                 });
     for (const fs::path& folder : abandoned) {
         OwnedHandle lock = Lock(folder, OPEN_ALWAYS);
-        if (lock == nullptr) continue;
-        recover(folder);
+        if (lock == nullptr || !recover(folder, parent)) continue;
         RemoveTree(folder);
         lock.reset();
         RemoveDirectoryW(folder.c_str());
@@ -94,28 +98,40 @@ void RemoveAbandoned(const fs::path& parent, TemporaryFolder::Recover* recover) 
 
 std::error_code TemporaryFolder::Make(const fs::path& parent, Recover* recover) {
     if (recover != nullptr) RemoveAbandoned(parent, recover);
-    for (int attempt = 0; attempt < 100; ++attempt) {
+    constexpr int kTries = 10;
+    std::error_code error;
+    for (int tries = 0; tries < kTries; ++tries) {
         const fs::path folder = parent / RandomName();
         if (!CreateDirectoryW(folder.c_str(), nullptr)) {
-            if (GetLastError() != ERROR_ALREADY_EXISTS) return LastError();
+            error = LastError();
+            if (error.value() != ERROR_ALREADY_EXISTS) return error;
             continue;
         }
-        // One who looks for abandoned folders may have been quicker and hold it, or have removed it.
         OwnedHandle lock = Lock(folder, CREATE_NEW);
-        if (lock == nullptr) continue;
+        if (lock == nullptr) {
+            error = LastError();
+            // One who looks for abandoned folders may have been quicker: then this one is theirs to remove.
+            RemoveDirectoryW(folder.c_str());
+            continue;
+        }
         lock_ = reinterpret_cast<std::intptr_t>(lock.release());
         path_ = folder;
         return {};
     }
-    return {ERROR_ALREADY_EXISTS, std::system_category()};
+    return error;
 }
 
 void TemporaryFolder::Remove() {
     if (path_.empty()) return;
-    RemoveTree(path_);
-    CloseHandle(reinterpret_cast<HANDLE>(lock_));
+    const fs::path folder = path_;
+    RemoveTree(folder);
+    Abandon();
+    RemoveDirectoryW(folder.c_str());
+}
+
+void TemporaryFolder::Abandon() {
+    if (!path_.empty()) CloseHandle(reinterpret_cast<HANDLE>(lock_));
     lock_ = -1;
-    RemoveDirectoryW(path_.c_str());
     path_.clear();
 }
 

@@ -8,6 +8,7 @@
 #include "engine/common/protocol.h"
 #include "engine/worker/full_path.h"
 #include "engine/worker/job_order_windows.h"
+#include "engine/worker/machine.h"
 #include "tests/engine_windows/worker_process.h"
 
 namespace morvex::test {
@@ -48,6 +49,14 @@ TEST(Worker, LongPaths) {
     const WorkerRun run = RunWorker({input.native(), output.native()});
     EXPECT_EQ(run.code, 0u) << run.output;
     EXPECT_EQ(GetFileAttributesW((deep + L"out.obj").c_str()) & FILE_ATTRIBUTE_DIRECTORY, 0u);
+
+    // Short enough by itself, but not what comes to lie beside it.
+    const std::wstring nearly = (folder / L"").native() + std::wstring(100, L'f') + L"\\";
+    CreateDirectoryW(nearly.c_str(), nullptr);
+    const std::wstring last = nearly + std::wstring(250 - nearly.size(), L'o') + L".obj";
+    EXPECT_TRUE(FullPath(Utf8(last)).native().starts_with(L"\\\\?\\"));
+    EXPECT_EQ(RunWorker({folder.Input("convert").native(), last}).code, 0u);
+    EXPECT_TRUE(fs::exists(last + L"-zel.xml"));
 }
 
 TEST(Worker, WhateverBecomesOfTheJobIsAResult) {
@@ -168,6 +177,29 @@ TEST(Worker, AbandonedFoldersGo) {
     EXPECT_EQ(foldersOfWorkers(folder), 0);
 }
 
+// What stopped in the middle of replacing a set, and whose old file cannot go back yet.
+TEST(Worker, OldFilesStayUntilTheyArePutBack) {
+    const ScratchFolder folder;
+    const fs::path rest = folder / PathFromUtf8(".morvex-" + ShortUserAndMachine() + "-abcdef"),
+                   elsewhere = folder / L".morvex-01234567-abcdef", side = folder / L"a.mtl";
+    for (const fs::path& part : {rest / L"new", rest / L"old", elsewhere}) fs::create_directories(part);
+    WriteWhole(rest / L"new" / L"a.obj", "new");
+    for (const wchar_t* name : {L"a.obj", L"a.mtl"}) WriteWhole(rest / L"old" / name, "old");
+    WriteWhole(side, "new");
+    const auto convert = [&] {
+        EXPECT_EQ(RunWorker({folder.Input("convert").native(), (folder / L"out.obj").native()}).code, 0u);
+    };
+    const HANDLE lock =
+        CreateFileW(side.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+    convert();
+    CloseHandle(lock);
+    EXPECT_EQ(ReadWhole(rest / L"old" / L"a.obj"), "old");
+    convert();
+    EXPECT_FALSE(fs::exists(rest));
+    EXPECT_TRUE(fs::exists(elsewhere)) << "it is another machine's";
+    EXPECT_EQ(ReadWhole(folder / L"a.obj") + ReadWhole(side), "oldold");
+}
+
 TEST(Worker, ALockedOutputStaysAsItIs) {
     const ScratchFolder folder;
     const fs::path output = folder / L"out.obj";
@@ -181,6 +213,8 @@ TEST(Worker, ALockedOutputStaysAsItIs) {
     EXPECT_EQ(RunWorker({folder.Input("convert").native(), output.native()}).code, 0u);
     const fs::path same = folder.Input("convert");
     EXPECT_EQ(RunWorker({same.native(), same.native()}).code, 23u);
+    EXPECT_EQ(RunWorker({L"--preview", (folder / L"IN.OBJ").native(), same.native(), output.native()}).code,
+              64u);
 }
 
 TEST(Paths, DrivesAndServers) {

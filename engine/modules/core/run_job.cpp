@@ -91,11 +91,14 @@ void PreloadWriter(const Format& format, LoadFunction* load) {
     }
 }
 
-// A failure of it is no failure of the conversion.
+// Whatever becomes of it, the conversion has its outcome already, and what is said of these triangles is not
+// said of the output.
 void AddPicture(JobContext& context, LoadFunction* load) {
     std::string reason;
     try {
-        MeshFaces(context);
+        Journal silent([](std::string_view) {});
+        JobContext meshing{context.request, context.settings, silent, context.document, context.file, {}};
+        MeshFaces(meshing);
         const Outcome outcome = reinterpret_cast<FormatFunction*>(load("picture", "DrawPicture"))(context);
         reason = outcome.reason;
     } catch (const Standard_Failure& failure) {
@@ -134,7 +137,10 @@ Outcome Convert(const Job& job) {
     outcome = write(context);
     if (outcome.IsOk()) outcome = VerifyWritten(context, size, job.load);
     if (!outcome.IsOk()) return outcome;
-    if (job.settings.picture || !job.request.picture.empty()) AddPicture(context, job.load);
+    if (job.settings.picture || !job.request.picture.empty()) {
+        journal.Finish(outcome);
+        AddPicture(context, job.load);
+    }
     return outcome;
 }
 

@@ -120,6 +120,7 @@ TEST(Journal, ArrivesInPiecesOfAnySize) {
     journal.Warn("two\nlines");
     journal.Warn(std::string(5000, 'w'));
     journal.Finish(Outcome::Fail(ZEL_EMPTY, "why not"));
+    journal.Finish(OutOfMemory());  // over the picture: the first word holds
     for (const std::size_t size : {std::size_t{1}, std::size_t{7}, sent.size()}) {
         JournalRecord record;
         for (std::size_t at = 0; at < sent.size(); at += size)

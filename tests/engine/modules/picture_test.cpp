@@ -46,6 +46,16 @@ class Picture : public testing::Test {
     const ScratchFolder folder_;
 };
 
+// Triangles of no size at all take for ever: that ends the picture and not the conversion.
+TEST_F(Picture, CostsNoConversion) {
+    const WorkerRun run =
+        RunWorker({"--preview", folder_ / "view.png", "--seconds", "4", "--set", "STL CONF/LINEAR_DIS=0",
+                   "--set", "STL CONF/LINEAR_TOL=0.000001", Sample("step/screw.step"), folder_ / "out.brep"});
+    EXPECT_EQ(run.code, 0) << run.errors;
+    EXPECT_EQ(folder_.Names(), (std::vector<std::string>{"out.brep", "out.brep-zel.xml"}));
+    EXPECT_NE(ReadWhole(folder_ / "out.brep-zel.xml").find("No picture: "), std::string::npos);
+}
+
 // A red box and a half transparent green cylinder on white, the same whether triangles or surfaces are
 // written.
 TEST_F(Picture, ShowsColoursAndEdges) {

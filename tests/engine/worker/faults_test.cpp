@@ -90,6 +90,8 @@ TEST(Faults, PlacesThatCannotBeReadOrWritten) {
     EXPECT_EQ(RunWorker({screw, folder / "self.step/a.stl"}).code, 23);
     EXPECT_EQ(RunWorker({folder / "self.step", folder / "self.step"}).code, 23);
     EXPECT_EQ(RunWorker({folder / "self.step", folder / "twin.step"}).code, 23);
+    EXPECT_EQ(RunWorker({"--preview", folder / "twin.step", folder / "self.step", folder / "a.stl"}).code,
+              64);
     EXPECT_EQ(ReadWhole(folder / "self.step"), ReadWhole(screw));
     for (const char* output : {"a.obj", "taken.stl", "side.obj", "self.step", "twin.step"})
         expected.push_back(std::string(output) + "-zel.xml");
@@ -213,6 +215,19 @@ TEST(Faults, FullDisk) {
         EXPECT_EQ(ReadWhole(output), "old");
         EXPECT_EQ(folder.Names().size(), 2u) << "the old output and the report";
     }
+}
+
+// What an earlier conversion has said would be said of this one.
+TEST(Faults, AReportThatCannotBeWrittenLeavesNone) {
+    const BeforeExec limit = [] {
+        const rlimit size{64, 64};
+        setrlimit(RLIMIT_FSIZE, &size);
+        signal(SIGXFSZ, SIG_IGN);
+    };
+    const ScratchFolder folder;
+    ASSERT_EQ(RunWorker({Sample("step/screw.step"), folder / "out.stl"}).code, 0);
+    EXPECT_EQ(RunWorker({Sample("step/screw.step"), folder / "out.stl"}, limit).code, 23);
+    EXPECT_EQ(folder.Names(), Strings{"out.stl"});
 }
 
 }  // namespace

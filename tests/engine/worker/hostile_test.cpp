@@ -1,6 +1,7 @@
 // Files made to get something out of the machine, or to bring it down: what they refer to, what they claim,
 // and what stands in the way of their outputs.
 #include <algorithm>
+#include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
@@ -8,6 +9,7 @@
 #include <unistd.h>
 
 #include "tests/engine/support/gltf_maker.h"
+#include "tests/engine/support/piped_worker.h"
 #include "tests/engine/support/samples.h"
 #include "tests/engine/support/worker_run.h"
 
@@ -15,6 +17,7 @@ namespace morvex::test {
 namespace {
 
 namespace fs = std::filesystem;
+using namespace std::chrono_literals;
 
 constexpr char kTexturedObj[] =
     "mtllib m.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\nvt 0 0\nvt 1 0\nvt 0 1\nusemtl m\nf 1/1 2/2 3/3\n";
@@ -66,6 +69,7 @@ TEST(Hostile, TexturesComeFromTheFolderOfTheInput) {
         EXPECT_NE(ReadWhole(at / "out/a.obj-zel.xml").find("A texture was left out"), std::string::npos);
     }
     EXPECT_EQ(picture("sub\\inside.png"), Image('i'));
+    EXPECT_EQ(picture(at / "in/sub/../sub/inside.png"), Image('i'));
     EXPECT_EQ(picture("-s 1 1 1 -clamp on link.png"), Image('i'));
 }
 
@@ -163,9 +167,26 @@ TEST(Hostile, SetsOfFilesAreReplacedWhole) {
     EXPECT_EQ(ReadWhole(at / "in/m.obj"), "old");
 }
 
-// What a conversion leaves behind that was killed while it replaced a set.
+// The folder in which this user's workers on this machine make their temporary ones, with one in it that a
+// killed worker has left.
+std::string LeaveNest(const ScratchFolder& folder) {
+    const PipedWorker killed({Sample("stl/head.stl"), folder / "killed.3mf"});
+    EXPECT_TRUE(Within(20s, [&] { return !folder.Names().empty() && ChildOf(killed.Process()) != 0; }));
+    const pid_t job = ChildOf(killed.Process());
+    kill(killed.Process(), SIGKILL);
+    EXPECT_TRUE(Within(20s, [&] { return !Exists(job); }));
+    return folder.Names().front() + "/";
+}
+
+// What conversions leave behind that were killed, or that could not finish, while they replaced a set.
 TEST(Hostile, TheNextRunCleansUpAfterAKilledOne) {
     const ScratchFolder folder;
+    const auto convert = [&] { EXPECT_EQ(RunWorker({Sample("step/screw.step"), folder / "b.stl"}).code, 0); };
+    const std::string nest = LeaveNest(folder), rest = nest + "abcdef", alive = nest + "ghijkl";
+    EXPECT_TRUE(fs::exists(folder / nest));
+    convert();
+    EXPECT_EQ(folder.Names(), (std::vector<std::string>{"b.stl", "b.stl-zel.xml"}));
+
     const auto abandon = [&](const std::string& name, bool finished) {
         fs::create_directories(folder / name + "/new");
         fs::create_directories(folder / name + "/old");
@@ -174,18 +195,40 @@ TEST(Hostile, TheNextRunCleansUpAfterAKilledOne) {
         WriteWhole(folder / name + "/old/a.bin", "old");
         WriteWhole(folder / "a.bin", "new");
     };
-    const auto convert = [&] { EXPECT_EQ(RunWorker({Sample("step/screw.step"), folder / "b.stl"}).code, 0); };
-    const std::string rest = ".morvex-abcdef", alive = ".morvex-ghijkl";
+    const auto set = [&] { return ReadWhole(folder / "a.gltf") + ReadWhole(folder / "a.bin"); };
     abandon(rest, false);
     convert();
-    EXPECT_EQ(ReadWhole(folder / "a.gltf") + ReadWhole(folder / "a.bin"), "oldold");
+    EXPECT_EQ(set(), "oldold");
+
+    // Somebody has written the set since.
+    abandon(rest, false);
+    convert();
+    EXPECT_EQ(set(), "oldnew");
+    EXPECT_FALSE(fs::exists(folder / rest));
+
+    // A file of it cannot be put back for a while: all stays until it can.
+    fs::remove(folder / "a.gltf");
+    abandon(rest, false);
+    fs::remove(folder / "a.bin");
+    fs::create_directory(folder / "a.bin");
+    convert();
+    EXPECT_FALSE(fs::exists(folder / "a.gltf"));
+    fs::remove(folder / "a.bin");
+    convert();
+    EXPECT_EQ(set(), "oldold");
+
+    // Those of a living worker and of another machine are not touched.
     fs::remove(folder / "a.gltf");
     abandon(rest, true);
-    fs::create_directory(folder / alive);
+    fs::create_directories(folder / alive);
+    fs::create_directories(folder / ".morvex-01234567/abcdef/new");
     const int lock = open((folder / alive).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     ASSERT_EQ(flock(lock, LOCK_EX), 0);
     convert();
-    EXPECT_EQ(folder.Names(), (std::vector<std::string>{alive, "a.bin", "b.stl", "b.stl-zel.xml"}));
+    EXPECT_EQ(folder.Names().size(), 5u);
+    EXPECT_TRUE(fs::exists(folder / alive));
+    EXPECT_FALSE(fs::exists(folder / rest));
+    EXPECT_TRUE(fs::exists(folder / ".morvex-01234567/abcdef/new"));
     EXPECT_EQ(ReadWhole(folder / "a.bin"), "new");
     close(lock);
 }
