@@ -12,10 +12,18 @@ namespace {
 constexpr char kPhaseLine = 'S', kProgressLine = 'P', kCountLine = 'C', kLossLine = 'L', kWarningLine = 'W',
                kPictureLine = 'I', kFinishLine = 'R', kFileLine = 'F';
 constexpr char kBeforeValue = '\t';  // names and values may hold blanks
-constexpr std::size_t kLongestText = 2000;
+constexpr std::size_t kLongestText = 2000, kMostTexts = 1000;
 
 double Now() {
     return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+// An input can give rise to any number of them.
+void Keep(std::vector<std::string>& texts, std::string_view text) {
+    if (texts.size() < kMostTexts)
+        texts.emplace_back(text);
+    else if (texts.size() == kMostTexts)
+        texts.emplace_back("more than are listed here");
 }
 
 int NumberAt(std::string_view& text) {
@@ -128,10 +136,10 @@ void JournalRecord::TakeLine(std::string_view line) {
             TakeCount(line);
             break;
         case kLossLine:
-            losses.emplace_back(line);
+            Keep(losses, line);
             break;
         case kWarningLine:
-            warnings.emplace_back(line);
+            Keep(warnings, line);
             break;
         case kFileLine:
             sideInputs.push_back(PathFromUtf8(line));

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <fstream>
 #include <thread>
 
 #include "engine/common/job.h"
@@ -82,7 +83,14 @@ void WarnOfLosses(JournalRecord& record) {
     record.warnings.insert(record.warnings.begin(), text);
 }
 
+bool CanRead(const std::filesystem::path& file) {
+    std::error_code error;
+    return std::filesystem::is_regular_file(file, error) && std::ifstream(file);
+}
+
 Settings SettingsOf(const Request& request, JournalRecord& record) {
+    if (!request.config.empty() && !CanRead(request.config))
+        record.warnings.emplace_back("The configuration file could not be read, the defaults were taken");
     IniFile file = IniFile::Read(request.config);
     for (const std::string& setting : request.settings) file.Override(setting);
     return ReadSettings(file, record.warnings);

@@ -143,6 +143,18 @@ TEST(Journal, ArrivesInPiecesOfAnySize) {
     EXPECT_EQ(record.phase, Phase::Read);
 }
 
+TEST(Journal, KeepsAThousandTextsOfAKind) {
+    JournalRecord record;
+    Journal journal([&](std::string_view line) { record.Take(line); });
+    for (int at = 0; at < 5000; ++at) {
+        journal.Warn("warning");
+        if (at >= 4000) journal.Lose("face");
+    }
+    EXPECT_EQ(record.warnings.size(), 1001u);
+    EXPECT_EQ(record.warnings[999] + "|" + record.warnings[1000], "warning|more than are listed here");
+    EXPECT_EQ(record.losses.size(), 1000u);
+}
+
 TEST(Text, XmlIsWellFormedWhateverTheBytes) {
     EXPECT_EQ(XmlText("a<b>&\"c\""), "a&lt;b&gt;&amp;&quot;c&quot;");
     EXPECT_EQ(XmlText("Ω漢😀"), "Ω漢😀");

@@ -217,6 +217,13 @@ TEST(Faults, FullDisk) {
     }
 }
 
+TEST(Faults, AConfigurationThatCannotBeReadIsTold) {
+    const ScratchFolder folder;
+    EXPECT_EQ(RunWorker({"--config", folder.Path(), Sample("step/screw.step"), folder / "out.stl"}).code, 0);
+    EXPECT_NE(ReadWhole(folder / "out.stl-zel.xml").find("configuration file could not be read"),
+              std::string::npos);
+}
+
 // What an earlier conversion has said would be said of this one.
 TEST(Faults, AReportThatCannotBeWrittenLeavesNone) {
     const BeforeExec limit = [] {
