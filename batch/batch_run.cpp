@@ -156,7 +156,7 @@ class Batch {
             record.reason = status.reason.empty() ? status.text : status.reason;
         if (status.end == ConversionEnd::NotStarted) {
             record.result = kResultFailed;
-            record.reason = L"The system could not start a process for it";
+            record.reason = status.reason;
         }
         if (record.result == kResultOk) record.outputBytes = FileSizeOf(task.output).value_or(0);
         results_.Ended(record, attempts);

@@ -14,15 +14,18 @@
 #include "convert/result_channel.h"
 #include "convert/row_status.h"
 #include "core/program_folders.h"
+#include "res/string_ids.h"
 #include "win/environment.h"
 
 namespace morvex {
 namespace {
 
 constexpr DWORD kPollMilliseconds = 5;
-constexpr ULONGLONG kLookMilliseconds = 200;  // between the looks that cost more
-constexpr DWORD kDeathMilliseconds = 10000;   // no process takes that long to die
-constexpr int kTries = 50;                    // to start a child, while what hinders it may pass
+constexpr ULONGLONG kLookMilliseconds = 200;   // between the looks that cost more
+constexpr DWORD kDeathMilliseconds = 10000;    // no process takes that long to die
+constexpr DWORD kLastWordMilliseconds = 2000;  // between a whole output and the result, at the most
+constexpr int kTries = 50;                     // to start a child, while what hinders it may pass
+constexpr int kBirths = 3;                     // of a child that dies before it has begun
 constexpr DWORD kBetweenTriesMilliseconds = 100;
 
 // Backslashes right before the closing quote would escape it.
@@ -144,10 +147,12 @@ class Child {
 
     bool Runs() const {
         DWORD exitCode = 0;
-        return GetExitCodeProcess(process_.get(), &exitCode) && exitCode == STILL_ACTIVE;
+        return !GetExitCodeProcess(process_.get(), &exitCode) || exitCode == STILL_ACTIVE;
     }
     // 259 means "still running", but a process may also end with it: then only its handle tells.
-    bool HasEnded() const { return WaitForSingleObject(process_.get(), 0) != WAIT_TIMEOUT; }
+    bool EndsWithin(DWORD milliseconds) const {
+        return WaitForSingleObject(process_.get(), milliseconds) != WAIT_TIMEOUT;
+    }
     int Percent() const { return channel_.Percent(); }
 
     std::uint64_t Memory() const {
@@ -162,15 +167,21 @@ class Child {
         WaitForSingleObject(process_.get(), kDeathMilliseconds);
     }
 
-    ChildEnd End() const {
+    ChildEnd End(const TextCatalogue& text) const {
         DWORD exitCode = 0;
         GetExitCodeProcess(process_.get(), &exitCode);
         const int code = static_cast<int>(exitCode);
         const std::optional<ChildReport> report = channel_.Read();
-        if (!report) return {ChildEnd::Kind::Died, code == kResultOk ? kResultFailed : code, {}};
+        if (!report) {
+            const bool begun = channel_.HasBegun();
+            return {begun ? ChildEnd::Kind::Died : ChildEnd::Kind::NeverBegan,
+                    code == kResultOk ? kResultFailed : code,
+                    Format(text(begun ? IDS_REASON_DIED : IDS_REASON_NEVER_BEGAN).c_str(), code)};
+        }
         if (report->abandoned) return {ChildEnd::Kind::Abandoned, kResultFailed, report->message};
-        const auto kind = report->crashed ? ChildEnd::Kind::Crashed : ChildEnd::Kind::Finished;
-        return {kind, code == kResultOk || killed_ ? report->result : code, {}};
+        const int result = code == kResultOk || killed_ ? report->result : code;
+        if (report->crashed) return {ChildEnd::Kind::Crashed, result, text(IDS_REASON_CRASHED)};
+        return {ChildEnd::Kind::Finished, result, {}};
     }
 
   private:
@@ -198,11 +209,22 @@ ChildRunner::ChildRunner(const ConversionRequest& request)
                                    OPEN_EXISTING, 0, nullptr));
 }
 
-ChildEnd ChildRunner::Run(const ChildArguments& arguments, const std::function<bool()>& stop,
-                          const std::function<void(int percent)>& progress) const {
+ChildEnd ChildRunner::Run(const ChildArguments& arguments, const Follower& follower) const {
+    // On a busy machine a process may die on the system's way to its first instruction. It has done nothing.
+    for (int tries = 1;; ++tries) {
+        ChildEnd end = RunOnce(arguments, follower);
+        if (end.kind != ChildEnd::Kind::NeverBegan || tries == kBirths || follower.stop()) return end;
+        Sleep(kBetweenTriesMilliseconds);
+    }
+}
+
+ChildEnd ChildRunner::RunOnce(const ChildArguments& arguments, const Follower& follower) const {
+    using Kind = ChildEnd::Kind;
+    const TextCatalogue& text = request_.text;
     Child child;
     // That such a file counts as converted is this program's long-standing rule, which scripts rely on.
-    if (!child.Start(request_, arguments, nowhere_.get())) return {ChildEnd::Kind::NotStarted, kResultOk, {}};
+    if (!child.Start(request_, arguments, nowhere_.get()))
+        return {Kind::NotStarted, kResultOk, text(IDS_REASON_NOT_STARTED)};
     const ULONGLONG started = GetTickCount64();
     const ULONGLONG limit = request_.secondsPerFile * 1000ULL;
     int shown = 0;
@@ -212,21 +234,23 @@ ChildEnd ChildRunner::Run(const ChildArguments& arguments, const std::function<b
         const bool late = limit != 0 && now - started >= limit;
         bool greedy = false;
         if (now >= nextLook) {
-            if (child.HasEnded()) break;
+            if (child.EndsWithin(0)) break;
             greedy = child.Memory() > mostMemory_;
             nextLook = now + kLookMilliseconds;
         }
-        if (late || greedy || stop()) {
+        if (late || greedy || follower.stop()) {
+            // Without its result a whole output would pass for a half one.
+            if (!greedy && follower.outputIsThere() && child.EndsWithin(kLastWordMilliseconds)) break;
             child.Kill();
-            ChildEnd end = child.End();
-            const bool over = end.kind == ChildEnd::Kind::Finished || end.kind == ChildEnd::Kind::Crashed;
-            if (greedy || over) return end;
-            return {late ? ChildEnd::Kind::TimedOut : ChildEnd::Kind::Stopped, kResultFailed, {}};
+            ChildEnd end = child.End(text);
+            if (end.kind == Kind::Finished || end.kind == Kind::Crashed) return end;
+            if (greedy) return {Kind::Greedy, kResultFailed, text(IDS_REASON_MEMORY)};
+            return {late ? Kind::TimedOut : Kind::Stopped, kResultFailed, {}};
         }
-        if (const int percent = child.Percent(); percent != shown) progress(shown = percent);
+        if (const int percent = child.Percent(); percent != shown) follower.progress(shown = percent);
         Sleep(kPollMilliseconds);
     }
-    return child.End();
+    return child.End(text);
 }
 
 }  // namespace morvex

@@ -38,15 +38,18 @@ struct ChildEnd {
     enum class Kind {
         Finished,    // it told its result
         Crashed,     // it told that the library has faulted
-        Died,        // it ended without a word, or had to be ended because it took too much memory
+        Died,        // it ended without a word, once its conversion had begun
+        NeverBegan,  // it ended before that, at every try
+        Greedy,      // ended because it took too much memory
         NotStarted,  // the system could not start it
         Stopped,     // ended on request
         TimedOut,    // ended because it took too long
         Abandoned,   // it cannot use the library
     };
     Kind kind;
-    int result;            // what the row shows: of a child that died never 0
-    std::wstring message;  // of an Abandoned one, what to tell the user
+    int result;  // what the row shows: of a child that died never 0
+    // Of an Abandoned one, what to tell the user; of those that died, crashed or were not started, why.
+    std::wstring message;
 };
 
 // Starts children of this program and waits for them. A child, and everything it starts, dies with its Run,
@@ -55,12 +58,22 @@ class ChildRunner {
   public:
     explicit ChildRunner(const ConversionRequest& request);
 
-    // Converts one file in a child and waits for its end, or ends it when `stop` says so. `progress` gets the
-    // child's whole percents, on the calling thread.
-    ChildEnd Run(const ChildArguments& arguments, const std::function<bool()>& stop,
-                 const std::function<void(int percent)>& progress) const;
+    // Who follows a child, on the thread that runs it.
+    struct Follower {
+        std::function<bool()> stop;                 // true: the child is to be ended
+        std::function<void(int percent)> progress;  // whole percents
+        // True when the conversion's output lies there and nobody writes to it.
+        std::function<bool()> outputIsThere;
+    };
+
+    // Converts one file in a child and waits for its end, or ends it when it takes too long or its follower
+    // says so. One whose output is there already gets a moment to tell its result before that; one that dies
+    // while it starts is started again.
+    ChildEnd Run(const ChildArguments& arguments, const Follower& follower) const;
 
   private:
+    ChildEnd RunOnce(const ChildArguments& arguments, const Follower& follower) const;
+
     const ConversionRequest& request_;
     std::uint64_t mostMemory_;  // of one child, bytes
     UniqueHandle nowhere_;      // the children's output: nobody may be reading what this process was given

@@ -17,6 +17,7 @@ namespace {
 
 struct Printer : RunObserver {
     void OnStatus(size_t row, const RowStatus& now) override {
+        if (now.state == RowState::Running) run.ShowBegun();
         if (row == 0) status = now;  // a further row tells the whole run's time
     }
     void OnProgress(size_t, int percent) override { run.ShowPercent(percent); }

@@ -53,6 +53,13 @@ class PictureWish {
     const std::wstring before_ = EnvironmentText(kPictureVariable);
 };
 
+ConversionEnd EndOf(ChildEnd::Kind kind) {
+    using Kind = ChildEnd::Kind;
+    if (kind == Kind::NotStarted) return ConversionEnd::NotStarted;
+    if (kind == Kind::TimedOut) return ConversionEnd::TimedOut;
+    return kind == Kind::Finished ? ConversionEnd::Told : ConversionEnd::Crashed;
+}
+
 class Run {
   public:
     Run(const ConversionJob& job, RunObserver& observer)
@@ -115,44 +122,34 @@ class Run {
         if (SameFile(output, input))
             end = FileEnd{Status(kResultCannotWrite)};
         else
-            end = children_ ? ConvertInChild(row, input, output) : ConvertHere(row, input, output);
+            end = children_ ? ConvertInChild(row, input, watch) : ConvertHere(row, input, output);
         if (!end) return;  // the run is abandoned
         if (!end->whole) watch.RemoveHalfWritten();
         if (end->status.state != RowState::Converted) {
             watch.RemoveStaleReport();
-            end->status.reason = watch.ReadReason();
+            if (std::wstring told = watch.ReadReason(); !told.empty()) end->status.reason = std::move(told);
         }
         end->status.output = output;
         Finish(row, std::move(end->status), (std::clock() - start) / CLOCKS_PER_SEC);
     }
 
-    std::optional<FileEnd> ConvertInChild(size_t row, const std::wstring& input, const std::wstring& output) {
-        const ChildEnd end = children_->Run(
-            {input, output, request_.configFile, request_.schemaFolder},
-            [this] { return observer_.StopRequested(); },
-            [this, row](int percent) { observer_.OnProgress(row, percent); });
-        switch (end.kind) {
-            case ChildEnd::Kind::NotStarted:
-                TellNotStarted();
-                return FileEnd{Status(end.result, ConversionEnd::NotStarted)};
-            case ChildEnd::Kind::Stopped:
-                return FileEnd{StatusOfState(RowState::Stopped, request_.text), false};
-            case ChildEnd::Kind::TimedOut: {
-                FileEnd late{Status(end.result, ConversionEnd::TimedOut), false};
-                late.status.text = request_.text(IDS_TIME_LIMIT);
-                return late;
-            }
-            case ChildEnd::Kind::Abandoned:
-                Abandon(end.message);
-                return std::nullopt;
-            case ChildEnd::Kind::Crashed:
-                return FileEnd{Status(end.result, ConversionEnd::Crashed)};
-            case ChildEnd::Kind::Died:
-                return FileEnd{Status(end.result, ConversionEnd::Crashed), false};
-            case ChildEnd::Kind::Finished:
-                break;
+    std::optional<FileEnd> ConvertInChild(size_t row, const std::wstring& input, const OutputWatch& watch) {
+        using Kind = ChildEnd::Kind;
+        ChildEnd end = children_->Run({input, watch.Output(), request_.configFile, request_.schemaFolder},
+                                      {[this] { return observer_.StopRequested(); },
+                                       [this, row](int percent) { observer_.OnProgress(row, percent); },
+                                       [&watch] { return watch.OutputIsThere(); }});
+        if (end.kind == Kind::Stopped) return FileEnd{StatusOfState(RowState::Stopped, request_.text), false};
+        if (end.kind == Kind::Abandoned) {
+            Abandon(end.message);
+            return std::nullopt;
         }
-        return FileEnd{Status(end.result)};
+        if (end.kind == Kind::NotStarted) TellNotStarted();
+        const bool ended = end.kind == Kind::Died || end.kind == Kind::Greedy || end.kind == Kind::TimedOut;
+        FileEnd file{Status(end.result, EndOf(end.kind)), !ended};
+        if (end.kind == Kind::TimedOut) file.status.text = request_.text(IDS_TIME_LIMIT);
+        if (end.kind != Kind::Finished) file.status.reason = std::move(end.message);
+        return file;
     }
 
     // Children that cannot be started leave the user with rows that read as converted. When the reason is
@@ -181,8 +178,10 @@ class Run {
         if (end.library == Library::WithoutEntries) Abandon({});
         if (end.library != Library::Usable) return std::nullopt;
         if (end.crashed) log_.FileCrashed();
-        return FileEnd{Status(end.result, end.crashed ? ConversionEnd::Crashed : ConversionEnd::Told),
-                       !end.crashed};
+        if (!end.crashed) return FileEnd{Status(end.result)};
+        FileEnd crash{Status(end.result, ConversionEnd::Crashed), false};
+        crash.status.reason = request_.text(IDS_REASON_CRASHED);
+        return crash;
     }
 
     RowStatus Status(int result, ConversionEnd end = ConversionEnd::Told) const {

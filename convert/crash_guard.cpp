@@ -77,9 +77,16 @@ struct CallThread {
 
     DWORD id = 0;
 
+    // Patiently: on a busy machine there may be room for a thread in a moment.
     bool Start() {
-        thread.reset(CreateThread(nullptr, kStackSize, Work, this, STACK_SIZE_PARAM_IS_A_RESERVATION, &id));
-        return begin && done && thread;
+        constexpr int kTries = 50;
+        constexpr DWORD kBetweenTries = 100;  // milliseconds
+        for (int tries = 0; begin && done && !thread && tries < kTries; ++tries) {
+            if (tries > 0) Sleep(kBetweenTries);
+            thread.reset(
+                CreateThread(nullptr, kStackSize, Work, this, STACK_SIZE_PARAM_IS_A_RESERVATION, &id));
+        }
+        return thread != nullptr;
     }
 
     static DWORD WINAPI Work(void* given) {

@@ -15,9 +15,17 @@ OutputWatch::OutputWatch(std::wstring output)
       before_(StampOf(output_)),
       reportBefore_(StampOf(report_)) {}
 
-void OutputWatch::RemoveHalfWritten() const {
+bool OutputWatch::IsNew() const {
     const FileStamp now = StampOf(output_);
-    if (now && now != before_) DeleteFileW(WithLongPrefix(output_).c_str());
+    return now && now != before_;
+}
+
+bool OutputWatch::OutputIsThere() const {
+    return IsNew() && !IsBeingWritten(output_);
+}
+
+void OutputWatch::RemoveHalfWritten() const {
+    if (IsNew()) DeleteFileW(WithLongPrefix(output_).c_str());
     if (ReadReason().empty()) DeleteFileW(WithLongPrefix(report_).c_str());
 }
 

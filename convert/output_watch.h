@@ -12,6 +12,9 @@ class OutputWatch {
   public:
     explicit OutputWatch(std::wstring output);
 
+    const std::wstring& Output() const { return output_; }
+    // An output lies there that was not before, and nobody is writing to it.
+    bool OutputIsThere() const;
     // The conversion did not come to its end: what it has written goes, but for a report that says why. An
     // output that it has not touched stays.
     void RemoveHalfWritten() const;
@@ -21,6 +24,8 @@ class OutputWatch {
     std::wstring ReadReason() const;
 
   private:
+    bool IsNew() const;
+
     std::wstring output_, report_;
     FileStamp before_;
     FileStamp reportBefore_;

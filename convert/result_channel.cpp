@@ -11,6 +11,7 @@ namespace {
 
 // What lies in the memory that run and child share.
 struct Shared {
+    std::atomic<int> begun;       // 1 when the conversion has
     std::atomic<int> percent;     // of the conversion so far
     std::atomic<DWORD> complete;  // kComplete when the rest is there
     int result;
@@ -48,6 +49,11 @@ std::optional<ChildReport> ResultChannel::Read() const {
     return ChildReport{shared->result, shared->abandoned != 0, shared->crashed != 0, {shared->message, end}};
 }
 
+bool ResultChannel::HasBegun() const {
+    const auto* shared = static_cast<const Shared*>(view_.get());
+    return !shared || shared->begun != 0;
+}
+
 int ResultChannel::Percent() const {
     const auto* shared = static_cast<const Shared*>(view_.get());
     return shared ? std::clamp<int>(shared->percent, 0, 100) : 0;
@@ -57,6 +63,10 @@ ChannelToRun::ChannelToRun() {
     const std::wstring name = EnvironmentText(kResultChannelVariable);
     if (name.empty()) return;
     view_ = MapShared(reinterpret_cast<HANDLE>(std::wcstoull(name.c_str(), nullptr, 10)), FILE_MAP_WRITE);
+}
+
+void ChannelToRun::ShowBegun() const {
+    if (auto* const shared = static_cast<Shared*>(view_.get())) shared->begun = 1;
 }
 
 void ChannelToRun::ShowPercent(int percent) const {

@@ -34,6 +34,8 @@ class ResultChannel {
     std::wstring Name() const;
     // What the child has told by now; nothing when it has not come to its end.
     std::optional<ChildReport> Read() const;
+    // The child has come to its conversion: from here on it may have written something.
+    bool HasBegun() const;
     // How far the child's conversion is, 0 to 100.
     int Percent() const;
 
@@ -48,6 +50,8 @@ class ChannelToRun {
   public:
     ChannelToRun();
 
+    // Before the library is called.
+    void ShowBegun() const;
     void ShowPercent(int percent) const;
     // Once, when the conversion is over.
     void Report(const ChildReport& report) const;

@@ -51,6 +51,7 @@ RowStatus StatusOfResult(int result, const TextCatalogue& text, bool numberForKo
     status.state = result == kResultOk ? RowState::Converted : RowState::Failed;
     status.result = result;
     status.text = id == IDS_RESULT_KO && numberForKo ? Format(L"%d", result) : text(id);
+    if (id == IDS_RESULT_KO) status.reason = Format(text(IDS_REASON_RESULT).c_str(), result);
     return status;
 }
 

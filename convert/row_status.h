@@ -38,7 +38,7 @@ struct RowStatus {
     int result = kResultOk;           // of a file that was begun
     std::wstring text = kStatusNone;  // as the list shows it
     std::wstring output;              // the file that was written, or was to be; empty before a run
-    std::wstring reason;              // why it failed, in one line, where the library says so
+    std::wstring reason;              // why it failed, in one line, where the text alone does not say it
     ConversionEnd end = ConversionEnd::Told;
 
     // The run is done with the row.

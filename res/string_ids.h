@@ -135,6 +135,12 @@
 #define IDS_REPORT_OUTPUT 3062     // columns of the results as a web page
 #define IDS_REPORT_OUTPUT_BYTES 3063
 #define IDS_REPORT_INPUT_BYTES 3064
+#define IDS_REASON_CRASHED 3080  // why a row failed, where the conversion library does not say it
+#define IDS_REASON_DIED 3081
+#define IDS_REASON_MEMORY 3082
+#define IDS_REASON_NOT_STARTED 3083
+#define IDS_REASON_RESULT 3084
+#define IDS_REASON_NEVER_BEGAN 3085
 
 // Captions of the conversion settings dialogs, shared between them.
 #define IDS_CFG_TITLE_WRITE 3100

@@ -31,6 +31,12 @@ bool SameFile(const std::wstring& a, const std::wstring& b) {
     return first && first == IdentityOf(b);
 }
 
+bool IsBeingWritten(const std::wstring& path) {
+    // Who does not share the file with writers is not let in while there is one.
+    return !OwnFile(CreateFileW(WithLongPrefix(path).c_str(), GENERIC_READ,
+                                FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING, 0, nullptr));
+}
+
 FileStamp StampOf(const std::wstring& path) {
     WIN32_FILE_ATTRIBUTE_DATA data;
     if (!GetFileAttributesExW(WithLongPrefix(path).c_str(), GetFileExInfoStandard, &data))

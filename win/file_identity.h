@@ -25,6 +25,9 @@ std::optional<FileId> IdentityOf(const std::wstring& path);
 // True when both paths lead to one existing file, however they are spelled.
 bool SameFile(const std::wstring& a, const std::wstring& b);
 
+// True when somebody has the file open to write to it, or it cannot be opened at all.
+bool IsBeingWritten(const std::wstring& path);
+
 class FileSet {
   public:
     // False when the file is in the set already.

@@ -178,10 +178,10 @@ TEST(BatchRun, RetriesCrashesAndTimeOutsOnly) {
         size_t calls;
         const char* reason;
     } cases[] = {
-        {L"{read}.stp", L"--retries 2", 3, "KO"},
-        {L"{abort}.stp", L"--retries 1", 2, "KO"},
-        {L"{kill}.stp", L"", 1, "KO"},
-        {L"{result=1}.stp", L"--retries 2", 1, "KO"},
+        {L"{read}.stp", L"--retries 2", 3, "library crashed"},
+        {L"{abort}.stp", L"--retries 1", 2, "ended without a result (code 3)"},
+        {L"{kill}.stp", L"", 1, "ended without a result (code 0)"},
+        {L"{result=1}.stp", L"--retries 2", 1, "answered 1 and gave no reason"},
         {L"{abort,sleep=60000}.stp", L"--retries 1 --seconds-per-file 4", 2, "too long"},
     };
     for (const auto& test : cases) {

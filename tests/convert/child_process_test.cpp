@@ -14,7 +14,8 @@
 #include <thread>
 
 #include "convert/conversion_run.h"
-#include "tests/support/library_log.h"
+#include "convert/output_watch.h"
+#include "tests/support/child_of_tests.h"
 #include "win/text_file.h"
 
 namespace morvex {
@@ -28,9 +29,10 @@ class LastStatus : public RunObserver {
     void OnStatus(size_t row, const RowStatus& status) override {
         const std::lock_guard lock(mutex_);
         texts[row] = status.text;
+        reasons[row] = status.reason;
     }
     bool StopRequested() override { return stop && stop(); }
-    std::map<size_t, std::wstring> texts;
+    std::map<size_t, std::wstring> texts, reasons;
     std::function<bool()> stop;
 
   private:
@@ -71,7 +73,7 @@ std::set<int> Processes(const std::vector<LibraryCall>& calls) {
 }
 
 TEST(ChildProcess, OneChildAFileAndAsManyAtOnceAsWorkers) {
-    const LibraryLog log(L"sleep=300");
+    const LibraryLog log(L"sleep=2000");
     LastStatus status;
     const int workers = std::max(2, omp_get_max_threads());
     omp_set_num_threads(workers);
@@ -141,19 +143,29 @@ TEST(ChildProcess, ExitCodesAndDeathsBecomeTheRowsText) {
 }
 
 // A library may deal with an overflow itself, on the very stack that has run over: there is room for that.
+// Without the room its thread hangs.
 TEST(ChildProcess, OverflowsOfAnyFrameLeaveRoom) {
-    for (const bool multiprocess : {false, true}) {
-        for (const int frame : {40, 300, 900, 3000, 9000}) {
-            const LibraryLog log;
-            LastStatus status;
-            ConversionJob job = Job({L"{reporter,overflow=" + std::to_wstring(frame) + L"}.stp"});
-            job.request.multiprocess = multiprocess;
-            job.request.libraryPath = LibraryLog::LibraryPath();
-            RunConversions(job, status);
-            EXPECT_EQ(status.texts[0], L"KO");
-            EXPECT_EQ(test::ReadFileBytes(log.Path() + L".overflow"), "told") << multiprocess << frame;
-        }
+    for (const int frame : {40, 300, 900, 3000, 9000}) {
+        const LibraryLog log;
+        LastStatus status;
+        ConversionJob job = Job({L"{reporter,overflow=" + std::to_wstring(frame) + L"}.stp"});
+        job.request.secondsPerFile = 20;
+        RunConversions(job, status);
+        ASSERT_EQ(status.texts[0], L"KO") << frame;
+        EXPECT_EQ(status.reasons[0], L"The conversion library crashed");
+        EXPECT_EQ(test::ReadFileBytes(log.Path() + L".overflow"), "told") << frame;
     }
+}
+
+TEST(ChildProcess, OneThatTakesTooMuchMemoryIsEnded) {
+    const LibraryLog log;
+    LastStatus status;
+    ConversionJob job = Job({L"{hold=300,sleep=8000}.stp", L"{hold=20,sleep=1000}.stp"});
+    job.request.megabytesPerFile = 200;
+    RunConversions(job, status);
+    EXPECT_EQ(status.texts[0], L"KO");
+    EXPECT_EQ(status.reasons[0], L"The conversion took too much memory");
+    EXPECT_EQ(status.texts[1], L"OK");
 }
 
 // Somebody looks through the program's file for a moment, a virus scanner say.
@@ -176,6 +188,27 @@ TEST(ChildProcess, WaitsForAProgramThatIsInUse) {
     });
     RunConversions(job, status);
     EXPECT_EQ(status.texts[0], L"Empty File");
+}
+
+// A process that the system loses on its way to its first instruction has harmed nothing.
+TEST(ChildProcess, OneThatDiesWhileItStartsIsStartedAgain) {
+    const LibraryLog log;
+    const test::TempFolder folder;
+    LastStatus status;
+    test::WriteFileBytes(folder / L"one death", "");
+    SetEnvironmentVariableW(test::kStillbornVariable, (folder / L"one death").c_str());
+    RunConversions(Job({L"{result=-32}.stp"}), status);
+    EXPECT_EQ(status.texts[0], L"Empty File");
+    EXPECT_FALSE(PathExists(folder / L"one death"));
+    SetEnvironmentVariableW(test::kStillbornVariable, L"always");
+    RunConversions(Job({L"a.stp"}), status);
+    SetEnvironmentVariableW(test::kStillbornVariable, nullptr);
+    EXPECT_EQ(status.texts[0], L"KO");
+    EXPECT_EQ(status.reasons[0], L"The process of the conversion ended while it was starting (code 0)");
+    // One that dies later is not: nobody knows what it has done.
+    RunConversions(Job({L"{kill}.stp"}), status);
+    EXPECT_EQ(status.reasons[0], L"The process of the conversion ended without a result (code 0)");
+    EXPECT_EQ(log.Calls().size(), 2u);
 }
 
 TEST(ChildProcess, TellsItsProgress) {
@@ -245,6 +278,38 @@ TEST(ChildProcess, AStoppedRunLeavesNothingHalf) {
     EXPECT_EQ(status.texts[0], L"OK");
     EXPECT_EQ(status.texts[1], L"Not converted");
     EXPECT_TRUE(PathExists(folder / L"a.stl"));
+}
+
+// The stop comes between the output and the child's word that it is done.
+TEST(ChildProcess, AStoppedRunKeepsWhatIsWhole) {
+    const LibraryLog log(L"output,praise,sleep=300");
+    const test::TempFolder folder;
+    ConversionJob job = Job({L"a.stp", L"b.stp"});
+    job.request.outputFolder = folder.Path();
+    test::WriteFileBytes(folder / L"a.stl", "an earlier result");
+    LastStatus status;
+    status.stop = [&] { return PathExists(folder / L"a.stl-zel.xml"); };
+    omp_set_num_threads(1);
+    RunConversions(job, status);
+    EXPECT_EQ(status.texts, (std::map<size_t, std::wstring>{{0, L"OK"}, {1, L"Not converted"}}));
+    EXPECT_EQ(test::ReadFileBytes(folder / L"a.stl"), "written");
+    EXPECT_TRUE(PathExists(folder / L"a.stl-zel.xml"));
+}
+
+TEST(OutputWatch, TellsAWholeOutputFromOneBeingWritten) {
+    const test::TempFolder folder;
+    const std::wstring output = folder / L"a.stl";
+    test::WriteFileBytes(output, "old");
+    const OutputWatch watch(output);
+    EXPECT_FALSE(watch.OutputIsThere());
+    UniqueHandle writer =
+        OwnFile(CreateFileW(output.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                            CREATE_ALWAYS, 0, nullptr));
+    DWORD written = 0;
+    ASSERT_TRUE(WriteFile(writer.get(), "new one", 7, &written, nullptr));
+    EXPECT_FALSE(watch.OutputIsThere());
+    writer.reset();
+    EXPECT_TRUE(watch.OutputIsThere());
 }
 
 TEST(ChildProcess, NothingItStartedOutlivesTheRun) {

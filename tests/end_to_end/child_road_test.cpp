@@ -256,7 +256,8 @@ TEST(ChildRoad, SaysTheStatusInDeveloperModeToo) {
     const Program program;
     const LibraryLog log;
     WriteTextFile(program.Settings(), L"[General]\nDeveloperMode=1\n");
-    EXPECT_EQ(program.Run(Quoted(L"C:\\in\\{result=-40}.stp")).errors, "-40 [0.00 sec]\n");
+    EXPECT_EQ(program.Run(Quoted(L"C:\\in\\{result=-40}.stp")).errors,
+              "-40 [0.00 sec]\nThe conversion library answered -40 and gave no reason\n");
 }
 
 // A user folder that the tests' own user has is put aside meanwhile.

@@ -15,6 +15,7 @@
 #include "convert/child_process.h"
 #include "convert/in_process.h"
 #include "convert/row_status.h"
+#include "win/environment.h"
 #include "win/file_identity.h"
 #include "win/text_file.h"
 
@@ -69,6 +70,9 @@ BOOL GetFileAttributesExW(const wchar_t*, int, void*) {
 DWORD GetModuleFileNameW(HMODULE, wchar_t*, DWORD) {
     return 0;
 }
+BOOL SetEnvironmentVariableW(const wchar_t*, const wchar_t*) {
+    return TRUE;
+}
 BOOL DeleteFileW(const wchar_t*) {
     return FALSE;
 }
@@ -94,6 +98,9 @@ namespace morvex {
 std::wstring TextCatalogue::operator()(int id) const {
     return std::to_wstring(id);
 }
+std::wstring EnvironmentText(const wchar_t*) {
+    return {};
+}
 std::wstring Format(const wchar_t* pattern, ...) {
     std::wstring text(200, L'\0');
     va_list arguments;
@@ -118,18 +125,20 @@ std::optional<FileId> IdentityOf(const std::wstring&) {
 bool SameFile(const std::wstring&, const std::wstring&) {
     return false;
 }
+bool IsBeingWritten(const std::wstring&) {
+    return false;
+}
 FileStamp StampOf(const std::wstring&) {
     return std::nullopt;
 }
 
 ChildRunner::ChildRunner(const ConversionRequest& request) : request_(request), mostMemory_(0) {}
 
-ChildEnd ChildRunner::Run(const ChildArguments& arguments, const std::function<bool()>& stop,
-                          const std::function<void(int percent)>& progress) const {
+ChildEnd ChildRunner::Run(const ChildArguments& arguments, const Follower& follower) const {
     using Kind = ChildEnd::Kind;
-    progress(50);
+    follower.progress(50);
     std::this_thread::yield();
-    if (stop()) return {Kind::Stopped, kResultFailed, {}};
+    if (follower.stop() && !follower.outputIsThere()) return {Kind::Stopped, kResultFailed, {}};
     const auto named = [&](const wchar_t* word) { return arguments.input.find(word) != std::wstring::npos; };
     if (named(L"died")) return {Kind::Died, kResultFailed, {}};
     if (named(L"late")) return {Kind::TimedOut, kResultFailed, {}};

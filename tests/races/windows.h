@@ -56,6 +56,7 @@ int CompareStringOrdinal(const wchar_t*, int, const wchar_t*, int, BOOL);
 DWORD GetFileAttributesW(const wchar_t*);
 BOOL GetFileAttributesExW(const wchar_t*, int, void*);
 DWORD GetModuleFileNameW(HMODULE, wchar_t*, DWORD);
+BOOL SetEnvironmentVariableW(const wchar_t*, const wchar_t*);
 BOOL DeleteFileW(const wchar_t*);
 BOOL PostMessageW(HWND, UINT message, WPARAM, LPARAM);
 BOOL IsWindow(HWND);

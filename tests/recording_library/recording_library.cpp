@@ -19,6 +19,7 @@
 //   abort, fastfail, exit=N      ends of the process
 //   kill, exitthread             the process ended from outside with code 0, the thread ended
 //   loop, hoard                  an endless loop, one that takes memory
+//   hold=N                       takes N megabytes before it sleeps
 //   otherthread, lonely          a fault on a thread of its own; ends all threads but the first and its own
 //   unload, handles              takes itself, or everybody's handles, away
 //   disturb, divide              changes what belongs to the process; divides by zero
@@ -161,12 +162,10 @@ void Disturb() {
     _controlfp(0, _MCW_EM);  // floating-point faults become exceptions
 }
 
-void Hoard() {
-    constexpr size_t kBlock = 16 << 20;
-    for (;;) {
-        auto* const block = static_cast<char*>(std::malloc(kBlock));
-        for (size_t at = 0; block && at < kBlock; at += 4096) static_cast<volatile char*>(block)[at] = 1;
-    }
+void Take(int megabytes) {
+    const size_t size = static_cast<size_t>(megabytes) << 20;
+    auto* const block = static_cast<volatile char*>(std::malloc(size));
+    for (size_t at = 0; block && at < size; at += 4096) block[at] = 1;
 }
 
 void EndOtherThreads() {
@@ -196,7 +195,7 @@ void Misbehave(const Script& script) {
     if (script.Has(L"loop")) {
         for (;;) sink = sink + 1;
     }
-    if (script.Has(L"hoard")) Hoard();
+    while (script.Has(L"hoard")) Take(16);
     if (script.Has(L"unload")) Unload();
     if (script.Has(L"lonely")) EndOtherThreads();
     if (script.Has(L"otherthread")) {
@@ -236,6 +235,7 @@ void Play(const Script& script, const wchar_t* output, ProgressCallback progress
     if (script.Has(L"report"))
         WriteBytes(std::wstring(output) + L"-zel.xml", "<reason>1 &lt; 2 &amp;amp;</reason>");
     if (script.Has(L"praise")) WriteBytes(std::wstring(output) + L"-zel.xml", "<written solids=\"1\"/>");
+    Take(script.Number(L"hold", 0));
     if (const int sleep = script.Number(L"sleep", 0)) Sleep(static_cast<DWORD>(sleep));
     if (const int kilobytes = script.Number(L"spew", 0)) Spew(kilobytes);
     for (int i = script.Number(L"stdio", 0); i > 0; --i) std::printf("%01024d", i);
