@@ -16,6 +16,9 @@
 #define MORVEX_WORKER_NAME "morvex-engine"
 #define MORVEX_SERVE_OPTION "--serve"
 
+/* The report beside an output: the output's path with this behind it. */
+#define MORVEX_REPORT_SUFFIX "-zel.xml"
+
 #define MORVEX_JOB_INPUT "input="
 #define MORVEX_JOB_OUTPUT "output="
 #define MORVEX_JOB_INPUT_FORMAT "input-format="

@@ -8,6 +8,7 @@
 #include "engine/common/protocol.h"
 #include "engine/common/result.h"
 #include "engine/entry/platform.h"
+#include "engine/entry/report.h"
 
 enum { kVersion = 244, kRelease = 20240930, kConvertingPhase = 1 };
 
@@ -100,10 +101,24 @@ static int ComposeJob(struct Text* job, const WCHAR* inputPath, const WCHAR* out
     return result;
 }
 
-/* Takes one line of the worker. Nonzero when it was the result, which is stored. */
-static int TakeLine(const char* line, ProgressCallback progress, int* result) {
+enum { kLongestLine = 4096 }; /* the rest of a longer one is only the reason's text */
+
+struct Answer {
+    int result;
+    char reason[kLongestLine]; /* of a failure */
+};
+
+static void Fail(struct Answer* answer, int result, const char* reason) {
+    answer->result = result;
+    lstrcpynA(answer->reason, reason, sizeof answer->reason);
+}
+
+/* Takes one line of the worker. Nonzero when it was the result. */
+static int TakeLine(const char* line, ProgressCallback progress, struct Answer* answer) {
     if (line[0] == MORVEX_LINE_RESULT) {
-        *result = atoi(line + 1);
+        char* reason;
+        const int result = (int)strtol(line + 1, &reason, 10);
+        Fail(answer, result, reason + strspn(reason, " "));
         return 1;
     }
     if (line[0] == MORVEX_LINE_PROGRESS && progress != NULL) {
@@ -113,14 +128,14 @@ static int TakeLine(const char* line, ProgressCallback progress, int* result) {
     return 0;
 }
 
-static int FollowWorker(struct Worker* worker, ProgressCallback progress) {
-    char line[4096]; /* the rest of a longer one is only the reason's text */
+/* Nonzero when the worker has told its result. */
+static int FollowWorker(struct Worker* worker, ProgressCallback progress, struct Answer* answer) {
+    char line[kLongestLine];
     size_t length = 0;
     char bytes[4096];
-    int result = ZEL_FAILED;
     for (;;) {
         const size_t got = ReceiveFromWorker(worker, bytes, sizeof bytes);
-        if (got == 0) return result;
+        if (got == 0) return 0;
         for (size_t at = 0; at < got; ++at) {
             if (bytes[at] != '\n') {
                 if (length + 1 < sizeof line) line[length++] = bytes[at];
@@ -128,20 +143,38 @@ static int FollowWorker(struct Worker* worker, ProgressCallback progress) {
             }
             line[length] = '\0';
             length = 0;
-            if (TakeLine(line, progress, &result)) return result;
+            if (TakeLine(line, progress, answer)) return 1;
         }
     }
 }
 
-static int RunWorker(const struct Text* job, const char* server, int showMessages,
-                     ProgressCallback progress) {
+/* A worker of the server's, or else one of our own; patiently, while the system has no room for a process. */
+static struct Worker* FindWorker(const char* server, int showMessages) {
+    enum { kTries = 50, kBetweenTries = 100 /* milliseconds */ };
     struct Worker* worker = server != NULL ? ReachWorker(server) : NULL;
-    if (worker == NULL) worker = StartWorker(showMessages);
-    if (worker == NULL) return ZEL_FAILED;
-    const int result =
-        SendToWorker(worker, job->bytes, job->size) ? FollowWorker(worker, progress) : ZEL_FAILED;
+    for (int tries = 0; worker == NULL && tries < kTries; ++tries) {
+        int mayPass = 0;
+        if (tries > 0) Sleep(kBetweenTries);
+        worker = StartWorker(showMessages, &mayPass);
+        if (!mayPass) break;
+    }
+    return worker;
+}
+
+static void RunWorker(const struct Text* job, const char* server, int showMessages, ProgressCallback progress,
+                      struct Answer* answer) {
+    if (job->failed) {
+        Fail(answer, ZEL_FAILED, "There is no memory left");
+        return;
+    }
+    struct Worker* const worker = FindWorker(server, showMessages);
+    if (worker == NULL) {
+        Fail(answer, ZEL_FAILED, "The engine's worker " MORVEX_WORKER_NAME " could not be started");
+        return;
+    }
+    if (!SendToWorker(worker, job->bytes, job->size) || !FollowWorker(worker, progress, answer))
+        Fail(answer, ZEL_FAILED, "The engine's worker " MORVEX_WORKER_NAME " ended without a result");
     CloseWorker(worker);
-    return result;
 }
 
 static int IsSetTo1(const char* variable) {
@@ -171,13 +204,14 @@ int __cdecl _zelConvert(int inputFormat, int outputFormat, const WCHAR* inputPat
                         int parallel, void* reserved, int option, int traceLevel, int reserved2,
                         int runSize) {
     struct Text job = {NULL, 0, 0, 0};
-    int result;
+    struct Answer answer = {ZEL_OK, ""};
     (void)schemaFolder, (void)reserved, (void)option, (void)reserved2; /* of no use to this engine */
     if (inputPath == NULL || outputPath == NULL || *inputPath == 0 || *outputPath == 0) return ZEL_FAILED;
     const int refused = CheckLocks(inputPath, outputPath);
     if (refused == ZEL_NO_FILE) return refused;
-    result = ComposeJob(&job, inputPath, outputPath, configFile);
-    if (result == ZEL_OK) {
+    const ULONGLONG before = ReportTime(outputPath);
+    answer.result = ComposeJob(&job, inputPath, outputPath, configFile);
+    if (answer.result == ZEL_OK) {
         AppendNumber(&job, MORVEX_JOB_INPUT_FORMAT, inputFormat);
         AppendNumber(&job, MORVEX_JOB_OUTPUT_FORMAT, outputFormat);
         AppendNumber(&job, MORVEX_JOB_PARALLEL, parallel || RunsBesideOthers());
@@ -187,11 +221,15 @@ int __cdecl _zelConvert(int inputFormat, int outputFormat, const WCHAR* inputPat
         char* const server = ServerOfRun(runSize, traceLevel);
         if (server != NULL) AppendField(&job, MORVEX_JOB_RUN, server);
         Append(&job, "", 1);
-        result = job.failed ? ZEL_FAILED : RunWorker(&job, server, traceLevel < 0, progress);
+        RunWorker(&job, server, traceLevel < 0, progress, &answer);
         free(server);
+    } else {
+        Fail(&answer, answer.result, "The path has no equivalent on this system");
     }
     free(job.bytes);
-    return result;
+    if (answer.result != ZEL_OK && answer.result != ZEL_NO_FILE)
+        LeaveReport(outputPath, before, configFile, answer.result, answer.reason);
+    return answer.result;
 }
 
 int __cdecl _zel_Execute(int inputFormat, int outputFormat, const WCHAR* inputPath, const WCHAR* outputPath,

@@ -6,6 +6,9 @@
 
 #include <stddef.h>
 
+#define WIDE_TEXT(text) L##text
+#define WIDE(text) WIDE_TEXT(text)
+
 struct Worker; /* one running worker and the pipes to and from it */
 
 /* The path as the worker knows it, UTF-8, to be freed; NULL when there is none (a missing folder, a name that
@@ -21,8 +24,8 @@ char* ServerName(const char* run);
 struct Worker* ReachWorker(const char* server);
 
 /* Starts the worker that lies beside this library. `showMessages` lets what it says to standard error
- * through. NULL when it cannot be started. */
-struct Worker* StartWorker(int showMessages);
+ * through. NULL when it cannot be started; `mayPass` is nonzero then if another moment may be better. */
+struct Worker* StartWorker(int showMessages, int* mayPass);
 
 /* Whether all bytes were taken. */
 int SendToWorker(struct Worker* worker, const char* bytes, size_t size);

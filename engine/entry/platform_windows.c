@@ -5,9 +5,6 @@
 #include "engine/common/protocol.h"
 #include "engine/entry/platform.h"
 
-#define WIDE_TEXT(text) L##text
-#define WIDE(text) WIDE_TEXT(text)
-
 struct Worker {
     HANDLE process, job, toWorker, fromWorker;
 };
@@ -112,7 +109,7 @@ static HANDLE Spawn(const WCHAR* path, HANDLE job, HANDLE input, HANDLE output, 
     return process.hProcess;
 }
 
-struct Worker* StartWorker(int showMessages) {
+struct Worker* StartWorker(int showMessages, int* mayPass) {
     struct Worker* const worker = calloc(1, sizeof *worker);
     WCHAR* const path = WorkerPath();
     HANDLE theirs[2] = {NULL, NULL};
@@ -121,6 +118,11 @@ struct Worker* StartWorker(int showMessages) {
         worker->job = MakeJob();
         worker->process = Spawn(path, worker->job, theirs[0], theirs[1], showMessages);
     }
+    const DWORD error = GetLastError();
+    *mayPass = (worker == NULL || worker->process == NULL) &&
+               (error == ERROR_NOT_ENOUGH_MEMORY || error == ERROR_OUTOFMEMORY ||
+                error == ERROR_NO_SYSTEM_RESOURCES || error == ERROR_COMMITMENT_LIMIT ||
+                error == ERROR_SHARING_VIOLATION);
     free(path);
     CloseAll(theirs, 2);
     if (worker != NULL && worker->process == NULL) {

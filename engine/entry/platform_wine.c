@@ -95,6 +95,7 @@ struct Worker* ReachWorker(const char* server) {
     return worker;
 }
 
+/* The process, or -1 with the reason in errno. */
 static pid_t Spawn(const char* path, int input, int output, int showMessages) {
     char* arguments[] = {(char*)path, MORVEX_SERVE_OPTION, NULL};
     posix_spawn_file_actions_t actions;
@@ -114,13 +115,15 @@ static pid_t Spawn(const char* path, int input, int output, int showMessages) {
     posix_spawnattr_setsigmask(&attributes, &none);
     posix_spawnattr_setsigdefault(&attributes, &all);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-    if (posix_spawn(&process, path, &actions, &attributes, arguments, environ) != 0) process = -1;
+    const int error = posix_spawn(&process, path, &actions, &attributes, arguments, environ);
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
-    return process;
+    errno = error;
+    return error == 0 ? process : -1;
 }
 
-struct Worker* StartWorker(int showMessages) {
+struct Worker* StartWorker(int showMessages, int* mayPass) {
+    errno = 0;
     struct Worker* const worker = malloc(sizeof *worker);
     char* const path = WorkerPath();
     int in[2] = {-1, -1}, out[2] = {-1, -1};
@@ -128,6 +131,8 @@ struct Worker* StartWorker(int showMessages) {
     if (worker != NULL && path != NULL && pipe2(in, O_CLOEXEC) == 0 && pipe2(out, O_CLOEXEC) == 0) {
         process = Spawn(path, in[0], out[1], showMessages);
     }
+    /* Want of processes, of memory or of descriptors. */
+    *mayPass = process < 0 && (errno == EAGAIN || errno == ENOMEM || errno == EMFILE || errno == ENFILE);
     free(path);
     if (in[0] >= 0) close(in[0]);
     if (out[1] >= 0) close(out[1]);

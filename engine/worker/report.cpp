@@ -8,6 +8,7 @@
 #include "engine/common/base64.h"
 #include "engine/common/formats.h"
 #include "engine/common/paths.h"
+#include "engine/common/protocol.h"
 #include "engine/common/text.h"
 #include "engine/worker/temporary_folder.h"
 
@@ -87,7 +88,7 @@ bool WriteWhole(const fs::path& path, const std::string& contents) {
 
 fs::path ReportPath(const fs::path& output) {
     fs::path path = output;
-    path += "-zel.xml";
+    path += MORVEX_REPORT_SUFFIX;
     return path;
 }
 

@@ -1,6 +1,7 @@
 #include "engine/worker/serve.h"
 
 #include <cstdlib>
+#include <exception>
 #include <optional>
 #include <string>
 
@@ -72,7 +73,11 @@ ConversionEnd Convert(const std::string& job) {
     options.watchCaller = true;
     options.time.secondsAllowed = SecondsFromEnvironment();
     options.onProgress = [](int percent) { Answer(MORVEX_LINE_PROGRESS, std::to_string(percent)); };
-    return {Supervise(request, options), request.from, request.to};
+    try {
+        return {Supervise(request, options), request.from, request.to};
+    } catch (const std::exception& error) {
+        return fail(ZEL_FAILED, error.what());  // the caller waits for an answer, whatever comes
+    }
 }
 
 void AnswerEnd(const Outcome& outcome) {

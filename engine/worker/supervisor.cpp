@@ -96,10 +96,25 @@ Settings SettingsOf(const Request& request, JournalRecord& record) {
     return ReadSettings(file, record.warnings);
 }
 
-std::uint64_t SizeOf(const std::filesystem::path& file) {
+// What tells whether a file has been written in between.
+struct FileStamp {
+    std::uint64_t size = 0;  // 0 when there is no such file
+    std::filesystem::file_time_type changed;
+    bool operator==(const FileStamp&) const = default;
+};
+
+FileStamp StampOf(const std::filesystem::path& file) {
     std::error_code error;
     const auto size = std::filesystem::file_size(file, error);
-    return error ? 0 : size;
+    if (error) return {};
+    return {size, std::filesystem::last_write_time(file, error)};
+}
+
+// Of an input that somebody writes to meanwhile nobody knows what was read. One that is taken away was read
+// as it was.
+bool HasChanged(const std::filesystem::path& input, const FileStamp& before) {
+    const FileStamp now = StampOf(input);
+    return now != FileStamp{} && now != before;
 }
 
 }  // namespace
@@ -116,14 +131,16 @@ Outcome Supervise(const Request& request, const SupervisorOptions& options) {
     if (outcome.IsOk()) outcome = staging.Open(request);
     if (outcome.IsOk() && request.refused != ZEL_OK) outcome = Refused(request.refused);
     if (outcome.IsOk()) {
-        const std::uint64_t inputSize = SizeOf(request.input);
+        const FileStamp input = StampOf(request.input);
         const std::uint64_t memory =
             options.memoryAllowed != 0 ? options.memoryAllowed : MemoryShare(request.parallel);
         end = RunJobProcess(
             {request, settings, staging.File(), memory,
-             options.memoryAllowed != 0 ? memory : MemoryWorth(inputSize)},
-            {TimeLimits(options.time, inputSize), options.watchCaller, signals, options.onProgress}, record);
+             options.memoryAllowed != 0 ? memory : MemoryWorth(input.size)},
+            {TimeLimits(options.time, input.size), options.watchCaller, signals, options.onProgress}, record);
         outcome = OutcomeOf(end, record);
+        if ((outcome.IsOk() || end.cause == Cause::Crashed) && HasChanged(request.input, input))
+            outcome = Outcome::Fail(ZEL_CORRUPTED, "The input was changed while it was converted");
     }
     record.Enter(Phase::Publish);
     if (outcome.IsOk()) outcome = staging.Publish(record.sideInputs);

@@ -103,6 +103,26 @@ TEST(Faults, HaveTheirCodes) {
     EXPECT_EQ(ReadBytes(folder / "same.step"), ReadBytes(screw));
 }
 
+TEST(Faults, AnEngineWithoutItsWorkerSaysSo) {
+    const Program program;
+    const fs::path plugins = program.Root() / "Plugins", built = fs::canonical(plugins);
+    fs::remove(plugins);
+    fs::create_directory(plugins);
+    fs::copy_file(built / "Polyvane_x64.dll", plugins / "Polyvane_x64.dll");
+    const auto reasonOfFailure = [&] {
+        const Folder out;
+        EXPECT_EQ(program.Convert("STEP", "STL", kParts / "step/screw.step", (out / "a.stl").string()), 1);
+        EXPECT_EQ(out.Names(), std::vector<std::string>{"a.stl-zel.xml"});
+        const std::string report = ReadBytes(out / "a.stl-zel.xml"), start = "<reason>The engine's worker ";
+        const size_t at = report.find(start) + start.size();
+        return report.substr(at, report.find("</reason>") - at);
+    };
+    EXPECT_EQ(reasonOfFailure(), "morvex-engine could not be started");
+    WriteBytes(plugins / "morvex-engine", "#!/bin/sh\nexit 0\n");
+    fs::permissions(plugins / "morvex-engine", fs::perms::owner_all);
+    EXPECT_EQ(reasonOfFailure(), "morvex-engine ended without a result");
+}
+
 // A run over a saved list that starts by itself, as many files at once as there are processors.
 void PrepareSelfStartingRun(const Program& program, const Folder& out, const std::string& from,
                             const std::string& to, const std::vector<fs::path>& inputs) {

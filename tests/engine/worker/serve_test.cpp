@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cmath>
 #include <csignal>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <thread>
@@ -83,6 +84,29 @@ TEST(Serve, NothingOutlivesTheCaller) {
         EXPECT_TRUE(Within(20s, [&] { return !Exists(job); }));
         EXPECT_TRUE(Within(20s, [&] { return waitpid(service.Process(), nullptr, WNOHANG) != 0; }));
         EXPECT_TRUE(end == kKilled || folder.Names().empty());
+    }
+}
+
+// Nobody knows what was read of it; when it is only taken away, that is known.
+TEST(Serve, AnInputThatChangesMeanwhileIsNoSuccess) {
+    for (const bool written : {true, false}) {
+        SCOPED_TRACE(written);
+        const ScratchFolder folder;
+        const std::string input = folder / "rods.step";
+        std::filesystem::copy_file(Sample("step/linkrods.step"), input);
+        Service service;
+        service.SendJob(Job(input, 4, folder / "a.3mf", 50));
+        ASSERT_TRUE(service.Line().starts_with(MORVEX_LINE_PROGRESS));
+        const pid_t job = ChildOf(service.Process());
+        kill(job, SIGSTOP);
+        if (written)
+            std::ofstream(input, std::ios::app) << "\n";
+        else
+            std::filesystem::remove(input);
+        kill(job, SIGCONT);
+        const std::string end = service.LastLine();
+        EXPECT_EQ(end, written ? "R -5 The input was changed while it was converted" : "R 0 ");
+        EXPECT_EQ(std::filesystem::exists(folder / "a.3mf"), !written);
     }
 }
 
