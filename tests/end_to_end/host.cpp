@@ -73,7 +73,7 @@ void HostDisk::MakeReadOnly() const {
     OnHost(L"mount", L"-o remount,ro \"" + HostPath(folder_) + L"\"", [&] { return !IsWritable(folder_); });
 }
 
-void HostDisk::Fill() const {
+std::wstring HostDisk::Fill(int left) const {
     const std::wstring path = folder_ + L"\\filler";
     const UniqueHandle file =
         OwnFile(CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
@@ -82,6 +82,11 @@ void HostDisk::Fill() const {
     while (written > 0 &&
            WriteFile(file.get(), block.data(), static_cast<DWORD>(block.size()), &written, nullptr)) {
     }
+    LARGE_INTEGER back{};
+    back.QuadPart = -left;
+    SetFilePointerEx(file.get(), back, nullptr, FILE_CURRENT);
+    SetEndOfFile(file.get());
+    return path;
 }
 
 }  // namespace morvex::test

@@ -24,8 +24,8 @@ class HostDisk {
     bool Mounted() const { return mounted_; }
     const std::wstring& Path() const { return folder_; }
     void MakeReadOnly() const;
-    // Takes all the room that is left, by one file.
-    void Fill() const;
+    // Takes the room that is left, all but so many bytes, by one file, which is told.
+    std::wstring Fill(int left = 0) const;
 
   private:
     std::wstring folder_;

@@ -141,5 +141,42 @@ TEST(Settings, OutliveAFullDisk) {
               static_cast<std::ptrdiff_t>(before.size()) + 1);  // what fills it
 }
 
+// The disk becomes full in the middle of a change: it is made as a whole or not at all, and nothing is left.
+TEST(Settings, AreNeverCutByADiskThatFillsUp) {
+    const test::TempFolder folder;
+    const test::HostDisk disk(folder / L"small", L"size=128k");
+    if (!disk.Mounted()) GTEST_SKIP() << "Only the host's administrator can make a small disk";
+    const std::wstring settings = disk.Path() + L"\\settings.ini", list = disk.Path() + L"\\list.ini";
+    const std::wstring longText(900, L'x');
+    const auto files = [&] { return std::distance(std::filesystem::directory_iterator(disk.Path()), {}); };
+    ASSERT_TRUE(WriteTextFile(list, L"a short list"));
+    const std::string oldList = test::ReadFileBytes(list);
+    ASSERT_TRUE(WriteTextFile(settings, L"[General]\nLast=" + longText + L"\n"));
+    for (int pages = 0; pages < 8; ++pages) {
+        SCOPED_TRACE(pages);
+        const std::string before = test::ReadFileBytes(settings);
+        const std::wstring filler = disk.Fill(pages * 4096), value(4000, static_cast<wchar_t>(L'a' + pages));
+        if (profile::WriteText(settings, L"General", L"New", value)) {
+            EXPECT_EQ(profile::ReadText(settings, L"General", L"New", L"", 8000), value);
+            EXPECT_EQ(profile::ReadText(settings, L"General", L"Last", L"", 8000), longText);
+        } else {
+            EXPECT_EQ(test::ReadFileBytes(settings), before);
+        }
+        const std::wstring created = disk.Path() + L"\\first.ini";
+        const profile::Entry entry = {L"General", L"New", value.c_str()};
+        if (profile::Create(created, {&entry, 1})) {
+            EXPECT_EQ(profile::ReadText(created, L"General", L"New", L"", 8000), value);
+            DeleteFileW(created.c_str());
+        }
+        if (pages < 3) {
+            EXPECT_FALSE(WriteTextFile(list, std::wstring(8000, L'y')));
+            EXPECT_EQ(test::ReadFileBytes(list), oldList);
+        }
+        EXPECT_EQ(files(), 3);
+        DeleteFileW(filler.c_str());
+    }
+    EXPECT_TRUE(profile::WriteText(settings, L"General", L"New", L"there is room again"));
+}
+
 }  // namespace
 }  // namespace morvex
