@@ -64,6 +64,8 @@ bool OpenWindow::Converting() const {
 }
 
 void OpenWindow::Begin() const {
+    // Rows stand in the list before their adding is over, and until then no run can be begun.
+    Eventually([&] { return IsWindowEnabled(GetDlgItem(window_, IDS_RUN_CONVERSION)) != FALSE; });
     SendMessageW(window_, WM_COMMAND, IDS_RUN_CONVERSION, 0);
 }
 
