@@ -1,5 +1,6 @@
 #include "engine/worker/start_job_windows.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -20,7 +21,7 @@ SECURITY_ATTRIBUTES Inheritable() {
 
 // Anonymous pipes know no overlapped reads, so the journal's has a name.
 Pipe MakeJournalPipe() {
-    static int count = 0;
+    static std::atomic<int> count = 0;
     const std::wstring name = L"\\\\.\\pipe\\morvex-engine-" + std::to_wstring(GetCurrentProcessId()) + L"-" +
                               std::to_wstring(++count);
     constexpr DWORD kBuffer = 64 << 10;

@@ -200,6 +200,21 @@ TEST(Worker, OldFilesStayUntilTheyArePutBack) {
     EXPECT_EQ(ReadWhole(folder / L"a.obj") + ReadWhole(side), "oldold");
 }
 
+// Answers come as jobs end: the second does not wait for the first, which takes until it is told to end.
+TEST(Worker, JobsRunAtOnce) {
+    const ScratchFolder folder;
+    const std::string slow = Utf8(folder.Input("sleep", L"slow.obj")),
+                      quick = Utf8(folder.Input("convert", L"имя с .obj")), output = Utf8(folder / L"x.obj");
+    const auto line = [&](const std::string& input, const std::string& options) {
+        return options + " \"" + input + "\" '" + output + "'\r\n";
+    };
+    WriteWhole(folder / L"jobs.txt", line(slow, "--seconds 5") + "\r\n" + line(quick, ""));
+    const WorkerRun run = RunWorker({L"--jobs", (folder / L"jobs.txt").native(), L"-j", L"2"});
+    EXPECT_EQ(run.code, 1u);
+    EXPECT_EQ(run.output, "3\t0\t\n1\t1\tThe conversion exceeded its time limit\n");
+    EXPECT_EQ(ReadWhole(output), "x.obj OBJ OBJ parallel\n");
+}
+
 TEST(Worker, ALockedOutputStaysAsItIs) {
     const ScratchFolder folder;
     const fs::path output = folder / L"out.obj";
