@@ -97,6 +97,13 @@ void Worker::Leave() {
     to_ = nullptr;
 }
 
+std::string Worker::ReadLine() {
+    std::string line;
+    DWORD got = 0;
+    for (char c; ReadFile(from_, &c, 1, &got, nullptr) && got != 0 && c != '\n';) line += c;
+    return line;
+}
+
 std::string Worker::ReadOutput() {
     std::string output;
     char bytes[4096];

@@ -40,6 +40,7 @@ class Worker {
 
     void Send(const std::string& bytes) const;
     void Leave();              // the caller's end of its standard input
+    std::string ReadLine();    // the next line of its output, without its end
     std::string ReadOutput();  // all of it, standard error included, to its end
     DWORD Wait() const;        // the exit code; 9999 when it does not end
     HANDLE Process() const { return process_; }
