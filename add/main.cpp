@@ -4,6 +4,10 @@
 #include <vector>
 
 #include "core/product.h"
+#include "core/program_folders.h"
+#include "core/settings.h"
+#include "core/text_catalogue.h"
+#include "res/string_ids.h"
 #include "win/command_line.h"
 #include "win/handed_files.h"
 #include "win/harden_process.h"
@@ -64,6 +68,16 @@ bool Add(const HandedFiles& files) {
     return window && HandFiles(window, {files.paths, true}) == HandOver::Taken;
 }
 
+// In the language of the window.
+void SayNotAdded() {
+    AppSettings settings(PrepareProgramFolders());
+    settings.language.Load();
+    TextCatalogue text;
+    text.SetLanguage(settings.language.Get());
+    MessageBoxW(nullptr, text(IDS_NOT_HANDED_OVER).c_str(), product::kMessageCaption,
+                MB_OK | MB_ICONEXCLAMATION);
+}
+
 }  // namespace
 }  // namespace morvex
 
@@ -74,7 +88,6 @@ int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int) {
     const std::vector<std::wstring> arguments = SplitCommandLine(GetCommandLineW());
     for (size_t i = 1; i < arguments.size(); ++i) files.paths.push_back(FullPath(arguments[i]));
     if (!files.paths.empty() && Add(files)) return 0;
-    MessageBoxW(nullptr, L"The files could not be added to a window of Morvex.", product::kMessageCaption,
-                MB_OK | MB_ICONEXCLAMATION);
+    SayNotAdded();
     return 1;
 }

@@ -73,8 +73,7 @@ ChildRoadEnd ConvertByHand(AppContext& context, const std::vector<std::wstring>&
     }
     const std::wstring output = given.empty() || outputIsFolder ? std::wstring() : FullPath(given);
     if (const std::wstring why = WhyNotOverwritten(output, formats); !output.empty() && !why.empty()) {
-        return {kResultCannotWrite,
-                StatusOfResult(kResultCannotWrite, context.text, false).text + L"\n" + why};
+        return {kResultCannotWrite, StatusOfResult(kResultCannotWrite, context.text).text + L"\n" + why};
     }
     ConversionRequest request = MakeRequest(
         context, formats, argument(3).empty() ? PrepareConfigFile(context, formats) : argument(3));

@@ -12,7 +12,6 @@
 
 #include "convert/child_process.h"
 #include "convert/crash_log.h"
-#include "convert/elapsed_text.h"
 #include "convert/in_process.h"
 #include "convert/output_plan.h"
 #include "convert/output_watch.h"
@@ -147,7 +146,6 @@ class Run {
         if (end.kind == Kind::NotStarted) TellNotStarted();
         const bool ended = end.kind == Kind::Died || end.kind == Kind::Greedy || end.kind == Kind::TimedOut;
         FileEnd file{Status(end.result, EndOf(end.kind)), !ended};
-        if (end.kind == Kind::TimedOut) file.status.text = request_.text(IDS_TIME_LIMIT);
         if (end.kind != Kind::Finished) file.status.reason = std::move(end.message);
         return file;
     }
@@ -185,9 +183,7 @@ class Run {
     }
 
     RowStatus Status(int result, ConversionEnd end = ConversionEnd::Told) const {
-        RowStatus status = StatusOfResult(result, request_.text, request_.developerMode);
-        status.end = end;
-        return status;
+        return StatusOfResult(result, request_.text, end);
     }
 
     // The first reason stands.
@@ -200,7 +196,10 @@ class Run {
     }
 
     void Finish(size_t row, RowStatus status, long seconds) {
-        if (request_.developerMode) status.text += ElapsedText(seconds);
+        if (request_.developerMode) {
+            status.developerSeconds = seconds;
+            status.text = StatusText(status, request_.text);
+        }
         {
             const std::lock_guard lock(mutex_);
             outcome_.lastResult = status.result;

@@ -1,5 +1,6 @@
 #include "convert/row_status.h"
 
+#include "convert/elapsed_text.h"
 #include "res/string_ids.h"
 
 namespace morvex {
@@ -31,27 +32,48 @@ int ResultTextId(int result) {
     return IDS_RESULT_KO;
 }
 
+std::wstring TextOfEnd(const RowStatus& status, const TextCatalogue& text) {
+    if (status.state == RowState::Stopped) return text(IDS_STOPPED);
+    if (status.end == ConversionEnd::TimedOut) return text(IDS_TIME_LIMIT);
+    const int id = ResultTextId(status.result);
+    return id == IDS_RESULT_KO && status.developerSeconds ? Format(L"%d", status.result) : text(id);
+}
+
 }  // namespace
+
+std::wstring StatusText(const RowStatus& status, const TextCatalogue& text) {
+    switch (status.state) {
+        case RowState::Idle:
+            return kStatusNone;
+        case RowState::Running:
+            return text(IDS_IN_PROGRESS);
+        case RowState::NotConverted:
+            return text(IDS_NOT_CONVERTED);
+        case RowState::Stopped:
+        case RowState::Converted:
+        case RowState::Failed:
+            break;
+    }
+    const std::wstring end = TextOfEnd(status, text);
+    return status.developerSeconds ? end + ElapsedText(*status.developerSeconds) : end;
+}
 
 RowStatus StatusOfState(RowState state, const TextCatalogue& text) {
     RowStatus status;
     status.state = state;
-    if (state == RowState::Running) status.text = text(IDS_IN_PROGRESS);
-    if (state == RowState::NotConverted) status.text = text(IDS_NOT_CONVERTED);
-    if (state == RowState::Stopped) {
-        status.text = text(IDS_STOPPED);
-        status.result = kResultFailed;
-    }
+    if (state == RowState::Stopped) status.result = kResultFailed;
+    status.text = StatusText(status, text);
     return status;
 }
 
-RowStatus StatusOfResult(int result, const TextCatalogue& text, bool numberForKo) {
-    const int id = ResultTextId(result);
+RowStatus StatusOfResult(int result, const TextCatalogue& text, ConversionEnd end) {
     RowStatus status;
     status.state = result == kResultOk ? RowState::Converted : RowState::Failed;
     status.result = result;
-    status.text = id == IDS_RESULT_KO && numberForKo ? Format(L"%d", result) : text(id);
-    if (id == IDS_RESULT_KO) status.reason = Format(text(IDS_REASON_RESULT).c_str(), result);
+    status.end = end;
+    status.text = StatusText(status, text);
+    if (ResultTextId(result) == IDS_RESULT_KO)
+        status.reason = Format(text(IDS_REASON_RESULT).c_str(), result);
     return status;
 }
 

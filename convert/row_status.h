@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "core/text_catalogue.h"
@@ -36,19 +37,24 @@ inline constexpr const wchar_t* kStatusNone = L"-";
 struct RowStatus {
     RowState state = RowState::Idle;
     int result = kResultOk;           // of a file that was begun
-    std::wstring text = kStatusNone;  // as the list shows it
+    std::wstring text = kStatusNone;  // StatusText of the rest, in the language of the moment
     std::wstring output;              // the file that was written, or was to be; empty before a run
     std::wstring reason;              // why it failed, in one line, where the text alone does not say it
     ConversionEnd end = ConversionEnd::Told;
+    std::optional<long> developerSeconds = {};  // that it took; in developer mode only
 
     // The run is done with the row.
     bool Final() const { return state != RowState::Idle && state != RowState::Running; }
 };
 
-// The status of a row in a state that has no result.
+// What the list shows for a status. In developer mode the time stands behind it, and a result's number in the
+// place of "KO".
+std::wstring StatusText(const RowStatus& status, const TextCatalogue& text);
+
+// The status of a row in a state that has no result, with its text.
 RowStatus StatusOfState(RowState state, const TextCatalogue& text);
 
-// The status of a file that ended with this result. The number takes the place of "KO" when it is wanted.
-RowStatus StatusOfResult(int result, const TextCatalogue& text, bool numberForKo);
+// The status of a file that came to this end with this result, with its text.
+RowStatus StatusOfResult(int result, const TextCatalogue& text, ConversionEnd end = ConversionEnd::Told);
 
 }  // namespace morvex

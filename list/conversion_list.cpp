@@ -98,6 +98,13 @@ std::vector<std::uint32_t> ConversionList::SortedOrder() const {
     return OrderOfTexts(texts, ascending_);
 }
 
+void ConversionList::Localise(const TextCatalogue& text) {
+    for (const Entry& row : rows_) {
+        RowStatus& status = row.texts->status;
+        if (status.state != RowState::Idle) status.text = StatusText(status, text);
+    }
+}
+
 std::vector<size_t> ConversionList::RowsIn(RowState state) const {
     std::vector<size_t> rows;
     for (size_t i = 0; i < rows_.size(); ++i) {

@@ -55,6 +55,9 @@ class ConversionList {
 
     void SetStatus(size_t row, RowStatus status) { rows_[row].texts->status = std::move(status); }
 
+    // Says the statuses in the language of the catalogue now.
+    void Localise(const TextCatalogue& text);
+
     std::vector<size_t> RowsIn(RowState state) const;  // ascending
 
     // The rows as a run takes them.

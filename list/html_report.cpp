@@ -15,7 +15,7 @@ constexpr size_t kMostPictures = 2000;  // a page with more is too heavy to open
 
 constexpr wchar_t kHead[] =
     LR"(<!DOCTYPE html>
-<html lang="en"><head><meta charset="utf-8"><title>%s</title>
+<html><head><meta charset="utf-8"><title>%s</title>
 <style>
 body { font: 14px sans-serif; margin: 1em; color: #222 }
 table { border-collapse: collapse }

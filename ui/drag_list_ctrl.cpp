@@ -55,9 +55,9 @@ CDragListCtrl::~CDragListCtrl() {
 void CDragListCtrl::Attach(HWND control) {
     view_ = ListView(control);
     view_.SetExtendedStyle(LVS_EX_GRIDLINES | LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER);
+    Rescale();
     for (int i = 0; i < kListColumns; ++i)
         view_.InsertColumn(i, L"", kColumns[i].format, Scaled(kColumns[i].width));
-    Rescale();
     dropTarget_.Register(control);
     SetWindowSubclass(control, Subclass, 0, reinterpret_cast<DWORD_PTR>(this));
 }
@@ -65,7 +65,8 @@ void CDragListCtrl::Attach(HWND control) {
 void CDragListCtrl::Localise() {
     for (int i = 0; i < kListColumns; ++i)
         view_.SetColumnTitle(i, text_(kColumns[i].title), kColumns[i].format);
-    ShowSorted(sorted_);  // titles take the arrow along
+    // Titles take the arrow along; statuses in another language are not in their order any more.
+    ShowSorted(sorted_ && model_.SortedColumn() != ListColumn::Status);
     hint_ = text_(IDS_EMPTY_HINT);
     InvalidateRect(view_.Handle(), nullptr, TRUE);
 }
@@ -127,7 +128,10 @@ void CDragListCtrl::FitColumnsToWidth() {
 
 void CDragListCtrl::SetColumnWidths(const std::array<int, kListColumns>& pixels) {
     fitting_ = true;
-    for (int i = 0; i < kListColumns; ++i) view_.SetColumnWidth(i, pixels[static_cast<size_t>(i)]);
+    for (int i = 0; i < kListColumns; ++i) {
+        const int width = pixels[static_cast<size_t>(i)];
+        if (view_.ColumnWidth(i) != width) view_.SetColumnWidth(i, width);
+    }
     fitting_ = false;
 }
 
@@ -148,9 +152,8 @@ void CDragListCtrl::OnDivider(int column) {
     pixels[taker] = std::max(rest, least);
     SetColumnWidths(pixels);
     if (roomForScrollBar_) pixels.back() += Scaled(kScrollBarRoom);
-    const int dpi = static_cast<int>(GetDpiForWindow(view_.Handle()));
     for (size_t i = 0; i < kListColumns; ++i)
-        widths_[i] = std::max(MulDiv(pixels[i], USER_DEFAULT_SCREEN_DPI, dpi), 1);
+        widths_[i] = std::max(MulDiv(pixels[i], USER_DEFAULT_SCREEN_DPI, dpi_), 1);
     ownWidths_ = true;
 }
 
@@ -158,14 +161,13 @@ void CDragListCtrl::OnDivider(int column) {
 void CDragListCtrl::WidenStatusColumn(size_t first, size_t last) {
     if (ownWidths_) return;
     const WindowDevice device(view_.Handle());
-    const int column = static_cast<int>(ListColumn::Status),
-              dpi = static_cast<int>(GetDpiForWindow(view_.Handle()));
+    const int column = static_cast<int>(ListColumn::Status);
     int missing = 0;
     for (size_t row = first; row <= last; ++row)
         missing = std::max(missing, WidthOf(device, model_.Row(row).status.text) - view_.ColumnWidth(column));
     if (missing <= 0) return;
     constexpr int kRounding = 2;  // what may get lost when the widths are scaled and shared out
-    missing = std::min(MulDiv(missing, USER_DEFAULT_SCREEN_DPI, dpi) + kRounding, widths_.front() / 2);
+    missing = std::min(MulDiv(missing, USER_DEFAULT_SCREEN_DPI, dpi_) + kRounding, widths_.front() / 2);
     widths_.front() -= missing;
     widths_.back() += missing;
     FitColumnsToWidth();
@@ -205,10 +207,10 @@ SIZE CDragListCtrl::NaturalSize() const {
 }
 
 void CDragListCtrl::Rescale() {
+    dpi_ = static_cast<int>(GetDpiForWindow(view_.Handle()));
     TEXTMETRICW metrics{};
     GetTextMetricsW(WindowDevice(view_.Handle()).Get(), &metrics);
     view_.SetRowHeight(static_cast<int>(metrics.tmHeight) + Scaled(kRowPadding));
-    FitColumnsToWidth();
 }
 
 void CDragListCtrl::Draw(const DRAWITEMSTRUCT& item) const {
@@ -332,8 +334,11 @@ ListColumn CDragListCtrl::ColumnAt(int x) const {
     return ListColumn::Status;
 }
 
-int CDragListCtrl::Scaled(int pixels) const {
-    return MulDiv(pixels, static_cast<int>(GetDpiForWindow(view_.Handle())), USER_DEFAULT_SCREEN_DPI);
+LONG CDragListCtrl::StatusesLeft() const {
+    POINT edge{};
+    for (int i = 0; i + 1 < kListColumns; ++i) edge.x += view_.ColumnWidth(i);
+    ClientToScreen(view_.Handle(), &edge);
+    return edge.x;
 }
 
 LRESULT CALLBACK CDragListCtrl::Subclass(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR,

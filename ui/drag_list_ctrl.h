@@ -40,7 +40,7 @@ class CDragListCtrl {
     void FitColumnsToWidth();
     // The outer size at which all columns and kRowsInSight rows fit exactly.
     SIZE NaturalSize() const;
-    // Row height and column widths for the window's scaling now.
+    // Row height for the window's scaling now; the columns follow with FitColumnsToWidth.
     void Rescale();
 
     void Draw(const DRAWITEMSTRUCT& item) const;
@@ -58,6 +58,8 @@ class CDragListCtrl {
     void SetWidths(const std::wstring& widths);
     // The column at that horizontal position of the control's client area; the last one beyond it.
     ListColumn ColumnAt(int x) const;
+    // Where the Status column begins on the screen.
+    LONG StatusesLeft() const;
 
   private:
     struct Colours {
@@ -68,7 +70,7 @@ class CDragListCtrl {
     void DrawCell(HDC device, const RECT& cell, const std::wstring& text, int format,
                   const Colours& colours) const;
     void DrawHint() const;
-    int Scaled(int pixels) const;
+    int Scaled(int pixels) const { return MulDiv(pixels, dpi_, USER_DEFAULT_SCREEN_DPI); }
     void SetColumnWidths(const std::array<int, kListColumns>& pixels);
     void WidenStatusColumn(size_t first, size_t last);
     void OnDivider(int column);
@@ -82,6 +84,7 @@ class CDragListCtrl {
     CListOleDropTarget dropTarget_;
     std::array<int, kListColumns> widths_;  // pixels at 96 dpi, in the natural size
     bool ownWidths_ = false;                // the user has chosen them
+    int dpi_ = USER_DEFAULT_SCREEN_DPI;     // since Rescale; each question to the system takes long
     bool fitting_ = false;                  // widths are being set by this class
     int tipRow_ = -1;                       // the cell that the pointer was in last
     ListColumn tipColumn_ = ListColumn::Filename;

@@ -23,7 +23,7 @@ void Show(const ComboBox& formats, const std::wstring& chosen) {
     formats.SelectText(chosen);
 }
 
-// The open list is as wide as its widest entry.
+// Just before it opens: the list is as wide as its widest entry.
 void FitList(const ComboBox& formats) {
     const WindowDevice device(formats.Handle());
     LONG widest = 0;
@@ -46,7 +46,6 @@ void FormatChoice::Fill() {
     TextSetting& chosen = state_.Settings().formatIn;
     if (chosen.Get().empty() && formats.Count() > 0) chosen.Set(formats.TextAt(0));
     Show(formats, chosen.Get());
-    FitList(formats);
     FillOutputs();
 }
 
@@ -70,7 +69,6 @@ void FormatChoice::FillOutputs() {
         formats.Add(pair.outputFilterText);
         shown.push_back(pair.outputFilterText);
     }
-    FitList(formats);
     TextSetting& chosen = state_.Settings().formatOut;
     if (formats.SelectText(chosen.Get())) return;
     formats.Select(0);
@@ -83,6 +81,7 @@ void FormatChoice::ShowChosen() const {
 }
 
 void FormatChoice::OnNotification(int box, int notification) {
+    if (notification == CBN_DROPDOWN) return FitList(ComboBox(state_.Item(box)));
     const bool open = SendMessageW(state_.Item(box), CB_GETDROPPEDSTATE, 0, 0) != 0;
     const bool altClosesIt = notification == CBN_SELENDCANCEL && GetKeyState(VK_MENU) < 0;  // so Wine says it
     if (notification == CBN_SELENDCANCEL && !altClosesIt) return ShowChosen();

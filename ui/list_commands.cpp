@@ -37,6 +37,7 @@ void ListCommands::Undo() {
     UndoStep step = std::move(*state_.undo);
     state_.undo.reset();
     state_.list.PutBack(std::move(step.rows));
+    state_.list.Localise(state_.context.text);  // the language may have changed since they went
     state_.run = step.run;
     if (step.formats.input != state_.Settings().formatIn.Get()) formats_.Choose(step.formats);
     control_.View().SelectAll(false);

@@ -64,6 +64,8 @@ bool CmorvexDlg::OnInit() {
     SetUpSize();
     maximised_ = RestorePlace(Handle(), settings_.windowPlace.Get());
     listControl_.SetWidths(settings_.columnWidths.Get());
+    made_ = true;
+    Arrange();
     Update();
     const bool runAtOnce = settings_.developerMode.Get() && settings_.convertAtStartup.Get();
     if (settings_.loadLastState.Get()) {
@@ -149,7 +151,7 @@ bool CmorvexDlg::OnMessage(UINT message, WPARAM wParam, LPARAM lParam, INT_PTR& 
             if (wParam == IDC_LIST) listControl_.Draw(*reinterpret_cast<DRAWITEMSTRUCT*>(lParam));
             return wParam == IDC_LIST;
         case WM_SIZE:
-            if (wParam == SIZE_MINIMIZED || !listControl_.View().Handle()) return false;
+            if (wParam == SIZE_MINIMIZED || !made_) return false;
             Arrange();
             return true;
         case WM_GETMINMAXINFO: {
@@ -162,12 +164,16 @@ bool CmorvexDlg::OnMessage(UINT message, WPARAM wParam, LPARAM lParam, INT_PTR& 
         }
         case WM_DPICHANGED:
             PostMessageW(Handle(), kRescaleMessage, 0, 0);
-            return false;  // the system scales the controls and their font
+            return false;   // the system scales the controls and their font
+        case WM_SETCURSOR:  // the pointer comes: from here on it may want to know
+            if (!tooltip_.Created()) SetUpTips();
+            return false;
         case WM_ACTIVATE:
             if (LOWORD(wParam) != WA_INACTIVE) running_.OnNoticed();
             return false;
         case WM_ACTIVATEAPP:
-            card_.OnProgramActivated(wParam != FALSE);
+        case WM_ENABLE:
+            card_.ComeForward(wParam != FALSE);
             return false;
         case WM_CONTEXTMENU:
             return OnContextMenu(reinterpret_cast<HWND>(wParam),

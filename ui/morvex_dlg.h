@@ -94,6 +94,7 @@ class CmorvexDlg : public ModelessDialog, private WindowView {
     void SwitchCard();
     // The card follows the row that has the focus, and what becomes of it.
     void UpdateCard();
+    void ShowCard();
     void TakeChosenFormat();
 
     WindowState state_;
@@ -105,6 +106,7 @@ class CmorvexDlg : public ModelessDialog, private WindowView {
     UINT smallestDpi_ = USER_DEFAULT_SCREEN_DPI;
     bool runWhenAdded_ = false;
     bool maximised_ = false;
+    bool made_ = false;  // its controls are where they belong
 
     bool summaryPending_ = false;  // the selection has changed since the last summary
 

@@ -205,16 +205,20 @@ void CmorvexDlg::SwitchOverride() {
 }
 
 void CmorvexDlg::SwitchCard() {
-    const int row = listControl_.View().FocusedRow();
-    if (card_.Shown() || row < 0) return card_.Hide();
-    card_.ShowRow(Handle(), state_.list.Row(static_cast<size_t>(row)));
+    if (card_.Shown()) return card_.Hide();
+    ShowCard();
 }
 
 void CmorvexDlg::UpdateCard() {
     if (!card_.Shown()) return;
     if (state_.list.Empty()) return card_.Hide();
+    ShowCard();
+}
+
+void CmorvexDlg::ShowCard() {
     const int row = listControl_.View().FocusedRow();
-    if (row >= 0) card_.ShowRow(Handle(), state_.list.Row(static_cast<size_t>(row)));
+    if (row >= 0)
+        card_.ShowRow(Handle(), listControl_.StatusesLeft(), state_.list.Row(static_cast<size_t>(row)));
 }
 
 void CmorvexDlg::TakeChosenFormat() {

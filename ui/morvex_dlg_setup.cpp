@@ -1,6 +1,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <map>
 #include <utility>
 
 #include "convert/conversion_library.h"
@@ -21,8 +22,6 @@ constexpr int kTextControls[] = {
     IDS_HEALING,        IDS_MULTIPROCESS,  IDS_CONVERT_AT_STARTUP, IDS_OVERRIDE,
     IDS_ADD_FILES,      IDS_EMPTY_LIST,    IDS_CONFIGURE,          IDS_OPTIONS,
     IDS_RUN_CONVERSION, IDS_QUIT};
-constexpr int kCheckBoxes[] = {IDS_WRITE_INTO_INPUT_FOLDER, IDS_HEALING, IDS_MULTIPROCESS,
-                               IDS_CONVERT_AT_STARTUP, IDS_OVERRIDE};
 constexpr int kDeveloperBoxes[] = {IDS_HEALING, IDS_MULTIPROCESS, IDS_CONVERT_AT_STARTUP, IDS_OVERRIDE};
 constexpr struct {
     int control;
@@ -52,17 +51,20 @@ void CmorvexDlg::SetUpWindow() {
                                        size, size, LR_SHARED);
         SendMessageW(Handle(), WM_SETICON, static_cast<WPARAM>(kind), reinterpret_cast<LPARAM>(icon));
     }
-    for (const int id : kCheckBoxes) WindowTheme::MakeColourable(Item(id));
+    WindowTheme::MakeColourable(Item(IDS_WRITE_INTO_INPUT_FOLDER));
     listControl_.Attach(Item(IDC_LIST));
     listControl_.DropTarget().dropped = [this](std::vector<std::wstring> paths, POINT screen) {
         adding_.OnDropped(std::move(paths), screen);
     };
-    tooltip_.Create(Handle());
     CheckBox(Item(IDS_HEALING)).Check(settings_.healing.Get());
     CheckBox(Item(IDS_MULTIPROCESS)).Check(settings_.multiprocess.Get());
     CheckBox(Item(IDS_CONVERT_AT_STARTUP)).Check(settings_.convertAtStartup.Get());
     CheckBox(Item(IDS_OVERRIDE)).Check(settings_.fillOverride.Get());
-    for (const int id : kDeveloperBoxes) Control(Item(id)).Show(settings_.developerMode.Get());
+    if (!settings_.developerMode.Get()) return;
+    for (const int id : kDeveloperBoxes) {
+        WindowTheme::MakeColourable(Item(id));
+        Control(Item(id)).Show();
+    }
 }
 
 void CmorvexDlg::KeepPlace() {
@@ -118,10 +120,13 @@ void CmorvexDlg::TakeRoomOfDeveloperBoxes() {
 void CmorvexDlg::ApplyTexts() {
     const TextCatalogue& text = state_.context.text;
     SetWindowTextW(Handle(), Title().c_str());
-    for (const int id : kTextControls) Control(Item(id)).SetText(EscapeAmpersands(text(id)));
-    AssignAccessKeys(Handle());
-    SetUpTips();
+    std::map<int, std::wstring> captions;
+    for (const int id : kTextControls) captions[id] = text(id);
+    AssignAccessKeys(Handle(), captions);
+    if (tooltip_.Created()) SetUpTips();
     listControl_.Localise();
+    state_.list.Localise(text);
+    listControl_.RedrawVisible();
     ShowAction();
     ShowRowSummary();
     UpdateCard();
@@ -129,6 +134,7 @@ void CmorvexDlg::ApplyTexts() {
 }
 
 void CmorvexDlg::SetUpTips() {
+    if (!tooltip_.Created()) tooltip_.Create(Handle());
     for (const auto& tip : kTooltips) tooltip_.SetText(tip.control, state_.Text(tip.text));
     for (const auto& tip : {std::pair{IDC_INPUT_FORMAT, IDS_TIP_INPUT_FORMAT},
                             {IDC_OUTPUT_FORMAT, IDS_TIP_OUTPUT_FORMAT},

@@ -1,5 +1,7 @@
 #include "ui/result_card.h"
 
+#include <algorithm>
+
 #include "res/resource.h"
 #include "res/string_ids.h"
 #include "win/controls.h"
@@ -38,7 +40,7 @@ std::wstring FactsOf(const ListRow& row, const ConversionReport& report, const T
     return facts;
 }
 
-void ResultCard::ShowRow(HWND owner, const ListRow& row) {
+void ResultCard::ShowRow(HWND owner, LONG statuses, const ListRow& row) {
     const std::wstring wanted =
         row.FullPath() + L'\n' + row.status.output + L'\n' + row.status.text + L'\n' + text_.Language();
     if (Shown() && wanted == shown_) return;
@@ -48,7 +50,7 @@ void ResultCard::ShowRow(HWND owner, const ListRow& row) {
     shown_ = wanted;
     if (!Shown()) {
         Create(IDD_RESULT_CARD, owner);
-        PlaceBeside(owner);
+        PlaceBeside(owner, statuses);
         const UINT column = kValueColumn;
         Control(Item(IDC_CARD_FACTS)).Send(EM_SETTABSTOPS, 1, reinterpret_cast<LPARAM>(&column));
     }
@@ -56,7 +58,13 @@ void ResultCard::ShowRow(HWND owner, const ListRow& row) {
     Control(Item(IDC_CARD_FACTS)).SetText(FactsOf(row, report, text_));
     FitScrollBar();
     InvalidateRect(Item(IDC_CARD_PICTURE), nullptr, TRUE);
-    ShowWindow(Handle(), SW_SHOWNOACTIVATE);
+    ComeForward(true);
+}
+
+void ResultCard::ComeForward(bool forward) const {
+    if (!Shown()) return;
+    const bool dialogOpen = !IsWindowEnabled(GetWindow(Handle(), GW_OWNER));
+    ShowWindow(Handle(), forward && !dialogOpen ? SW_SHOWNOACTIVATE : SW_HIDE);
 }
 
 bool ResultCard::PreTranslate(const MSG& message) {
@@ -85,8 +93,8 @@ void ResultCard::DrawPicture(const DRAWITEMSTRUCT& item) const {
               DT_SINGLELINE | DT_CENTER | DT_VCENTER | DT_NOPREFIX);
 }
 
-// To the right of the owner, or to its left, or at the screen's right edge: where there is room.
-void ResultCard::PlaceBeside(HWND owner) const {
+// To the right of the owner, or to its left, where there is room; else over the list, beside its statuses.
+void ResultCard::PlaceBeside(HWND owner, LONG statuses) const {
     RECT window{}, card{};
     GetWindowRect(owner, &window);
     GetWindowRect(Handle(), &card);
@@ -97,7 +105,7 @@ void ResultCard::PlaceBeside(HWND owner) const {
     const LONG width = card.right - card.left;
     LONG left = window.right;
     if (left + width > screen.right) left = window.left - width;
-    if (left < screen.left) left = screen.right - width;
+    if (left < screen.left) left = std::max(statuses - width, screen.left);
     SetWindowPos(Handle(), nullptr, left, window.top, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
 }
 

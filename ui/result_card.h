@@ -18,12 +18,11 @@ class ResultCard : private ModelessDialog {
 
     bool Shown() const { return Handle() != nullptr; }
     // Opens the card, if it is not open, and shows this row; reads its report when it shows another now.
-    void ShowRow(HWND owner, const ListRow& row);
+    // Where it has to cover the owner, it ends left of `statuses`, a place on the screen.
+    void ShowRow(HWND owner, LONG statuses, const ListRow& row);
     void Hide() { Destroy(); }
-    // The program comes to the front, or another one does, whose windows the card must not cover.
-    void OnProgramActivated(bool active) const {
-        if (Shown()) ShowWindow(Handle(), active ? SW_SHOWNOACTIVATE : SW_HIDE);
-    }
+    // Out of sight while another program or a dialog of the owner is in front: the card must not cover them.
+    void ComeForward(bool forward) const;
     // Before the dialog manager gets a message of the thread: true when the card has dealt with it.
     bool PreTranslate(const MSG& message);
 
@@ -31,7 +30,7 @@ class ResultCard : private ModelessDialog {
     bool OnInit() override { return false; }  // no control of it takes the focus
     bool OnMessage(UINT message, WPARAM wParam, LPARAM lParam, INT_PTR& result) override;
     void DrawPicture(const DRAWITEMSTRUCT& item) const;
-    void PlaceBeside(HWND owner) const;
+    void PlaceBeside(HWND owner, LONG statuses) const;
     void FitScrollBar() const;
 
     const TextCatalogue& text_;

@@ -104,14 +104,18 @@ void OfferLetters(Entry& entry) {
     entry.letters = entry.appended ? kLatin : LettersOf(entry.text);
 }
 
-std::vector<Entry> Collect(HWND dialog) {
+std::vector<Entry> Collect(HWND dialog, const std::map<int, std::wstring>& captions) {
     std::vector<Entry> entries;
     const bool hasOk = GetDlgItem(dialog, IDOK) != nullptr;
     for (HWND control = GetWindow(dialog, GW_CHILD); control; control = GetWindow(control, GW_HWNDNEXT)) {
-        Entry entry{control, KindOf(control), WithoutKey(Control(control).Text()), {}};
+        const int id = GetDlgCtrlID(control);
+        const auto caption = captions.find(id);
+        Entry entry{control,
+                    KindOf(control),
+                    caption == captions.end() ? WithoutKey(Control(control).Text()) : caption->second,
+                    {}};
         const HWND next = GetWindow(control, GW_HWNDNEXT);
         if (entry.kind == Kind::None || (entry.kind == Kind::Label && !(next && IsInput(next)))) continue;
-        const int id = GetDlgCtrlID(control);
         const bool answersKey = hasOk && (id == IDOK || id == IDCANCEL);
         if (!answersKey && (GetWindowLongW(control, GWL_STYLE) & WS_VISIBLE)) OfferLetters(entry);
         entries.push_back(std::move(entry));
@@ -203,8 +207,8 @@ std::vector<std::wstring> WithAccessKeys(const std::vector<std::wstring>& texts)
     return marked;
 }
 
-void AssignAccessKeys(HWND dialog) {
-    const std::vector<Entry> entries = Collect(dialog);
+void AssignAccessKeys(HWND dialog, const std::map<int, std::wstring>& captions) {
+    const std::vector<Entry> entries = Collect(dialog, captions);
     const Matching matching(entries);
     for (size_t i = 0; i < entries.size(); ++i) {
         Control(entries[i].control).SetText(WithKey(entries[i], matching.KeyOf(i)));

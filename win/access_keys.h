@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -17,7 +18,8 @@ std::vector<std::wstring> WithAccessKeys(const std::vector<std::wstring>& texts)
 // Gives the dialog's visible buttons, check boxes, radio buttons and the labels (group boxes too) right
 // before an input control an access key each, no key twice: a letter of the text, or "(&X)" appended to a
 // Chinese, Japanese or Korean one. OK and its Cancel answer Enter and Escape and get none; nor does a text
-// whose letters are all taken. Call again whenever the texts change; earlier keys are replaced.
-void AssignAccessKeys(HWND dialog);
+// whose letters are all taken. Call again whenever the texts change; earlier keys are replaced. `captions`:
+// texts by control id that take the place of what these controls show.
+void AssignAccessKeys(HWND dialog, const std::map<int, std::wstring>& captions = {});
 
 }  // namespace morvex

@@ -2,15 +2,19 @@
 
 #include <algorithm>
 
-#include "win/controls.h"
-
 namespace morvex {
 void AnchorLayout::Attach(HWND dialog) {
     dialog_ = dialog;
     dpi_ = GetDpiForWindow(dialog);
+    POINT origin{};
+    ClientToScreen(dialog, &origin);
     RECT all{};
     for (HWND control = GetWindow(dialog, GW_CHILD); control; control = GetWindow(control, GW_HWNDNEXT)) {
-        const RECT place = Control(control).Place(), before = all;
+        RECT place{};
+        GetWindowRect(control, &place);
+        OffsetRect(&place, -origin.x, -origin.y);
+        entries_.push_back({control, 0, place});
+        const RECT before = all;
         UnionRect(&all, &before, &place);
     }
     size_ = {all.right + all.left, all.bottom + all.left};
@@ -18,7 +22,7 @@ void AnchorLayout::Attach(HWND dialog) {
 
 void AnchorLayout::Add(int controlId, unsigned anchors) {
     const HWND control = GetDlgItem(dialog_, controlId);
-    entries_.push_back({control, anchors, Control(control).Place()});
+    std::ranges::find(entries_, control, &Entry::control)->anchors = anchors;
 }
 
 void AnchorLayout::Apply() const {
@@ -30,6 +34,7 @@ void AnchorLayout::Apply() const {
     const LONG higher = client.bottom - scale(size_.cy);
     HDWP moves = BeginDeferWindowPos(static_cast<int>(entries_.size()));
     for (const auto& [control, anchors, place] : entries_) {
+        if (!anchors) continue;
         LONG left = scale(place.left), right = scale(place.right);
         LONG top = scale(place.top), bottom = scale(place.bottom);
         if (anchors & kRight) right += wider;

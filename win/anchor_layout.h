@@ -15,7 +15,8 @@ class AnchorLayout {
     // same margin on all sides. (The window may be smaller already, where the screen is.)
     void Attach(HWND dialog);
     SIZE Size() const { return size_; }  // that size, of the client area
-    // Anchored to both opposite edges a control grows; to one of them, or none, it moves with it or stays.
+    // One of those controls. Anchored to both opposite edges a control grows; to one of them, or none, it
+    // moves with it or stays.
     void Add(int controlId, unsigned anchors);
     // Places all controls for the dialog's size now.
     void Apply() const;
@@ -23,8 +24,8 @@ class AnchorLayout {
   private:
     struct Entry {
         HWND control;
-        unsigned anchors;
-        RECT place;  // in client coordinates when it was added
+        unsigned anchors;  // none for a control that is not to be placed
+        RECT place;        // in client coordinates when the dialog was attached
     };
 
     HWND dialog_ = nullptr;

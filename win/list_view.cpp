@@ -1,6 +1,7 @@
 #include "win/list_view.h"
 
 #include <numeric>
+#include <utility>
 
 namespace morvex {
 
@@ -41,8 +42,9 @@ void ListView::ShowSortArrow(int column, bool ascending) const {
         HDITEMW item{};
         item.mask = HDI_FORMAT;
         SendMessageW(header, HDM_GETITEMW, static_cast<WPARAM>(i), reinterpret_cast<LPARAM>(&item));
-        item.fmt &= ~(HDF_SORTUP | HDF_SORTDOWN);
+        const int before = std::exchange(item.fmt, item.fmt & ~(HDF_SORTUP | HDF_SORTDOWN));
         if (i == column) item.fmt |= ascending ? HDF_SORTUP : HDF_SORTDOWN;
+        if (item.fmt == before) continue;
         SendMessageW(header, HDM_SETITEMW, static_cast<WPARAM>(i), reinterpret_cast<LPARAM>(&item));
     }
 }

@@ -49,7 +49,7 @@ bool Tooltip::Answer(NMHDR& header) {
 }
 
 void Tooltip::Hide() const {
-    SendMessageW(window_, TTM_POP, 0, 0);
+    if (window_) SendMessageW(window_, TTM_POP, 0, 0);
 }
 
 }  // namespace morvex

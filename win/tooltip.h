@@ -13,6 +13,7 @@ class Tooltip {
   public:
     // Call once the dialog's controls exist. Long texts wrap.
     void Create(HWND dialog);
+    bool Created() const { return window_ != nullptr; }
     // Gives the control this text; again to change it.
     void SetText(int controlId, const std::wstring& text);
     // Gives the control a text that is asked for when it is to be shown: `text` is called then, and an empty

@@ -9,6 +9,7 @@
 
 #include "res/resource.h"
 #include "tests/end_to_end/listed_files.h"
+#include "win/controls.h"
 #include "win/handed_files.h"
 #include "win/paths.h"
 
@@ -17,22 +18,25 @@ namespace {
 
 constexpr DWORD kLongestWait = 120000;
 
-// A process of morvex-add.exe for each path, all at once; their exit codes.
-std::vector<DWORD> Add(const Program& program, const std::vector<std::wstring>& paths) {
+// A process of morvex-add.exe with this behind its name.
+UniqueHandle Start(const Program& program, const std::wstring& arguments) {
     const std::wstring exe = program.Folder() + L"\\morvex-add.exe";
     const std::wstring built = std::wstring(FolderOf(ModulePath())) + L"\\program\\morvex-add.exe";
     CopyFileW(built.c_str(), exe.c_str(), TRUE);
+    std::wstring line = L"\"" + exe + L"\" " + arguments;
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION created{};
+    EXPECT_TRUE(CreateProcessW(exe.c_str(), line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                               &startup, &created));
+    CloseHandle(created.hThread);
+    return UniqueHandle(created.hProcess);
+}
+
+// A process for each path, all at once; their exit codes.
+std::vector<DWORD> Add(const Program& program, const std::vector<std::wstring>& paths) {
     std::vector<UniqueHandle> processes;
-    for (const std::wstring& path : paths) {
-        std::wstring line = L"\"" + exe + L"\" \"" + path + L"\"";
-        STARTUPINFOW startup{};
-        startup.cb = sizeof startup;
-        PROCESS_INFORMATION created{};
-        EXPECT_TRUE(CreateProcessW(exe.c_str(), line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                                   &startup, &created));
-        CloseHandle(created.hThread);
-        processes.emplace_back(created.hProcess);
-    }
+    for (const std::wstring& path : paths) processes.push_back(Start(program, L"\"" + path + L"\""));
     std::vector<DWORD> codes;
     for (const UniqueHandle& process : processes) {
         codes.push_back(99);
@@ -100,6 +104,22 @@ TEST(HandOver, TheFilesOfOneClickAreInOneWindow) {
     EXPECT_TRUE(Eventually([&] {
         return RowsOf(both) == std::vector<size_t>{1, clicked.size() + 1};
     })) << testing::PrintToString(RowsOf(both));
+}
+
+TEST(HandOver, AFailureIsToldInTheLanguageOfTheWindow) {
+    const Program program;
+    WriteTextFile(program.UserFolder() + L"\\zel_morvex.ini", L"[Options]\nLanguage=Deutsch\n");
+    const UniqueHandle process = Start(program, L"");  // no file
+    HWND message = nullptr;
+    ASSERT_TRUE(Eventually([&] { return (message = FindWindowW(L"#32770", L"Morvex 2024")) != nullptr; }));
+    constexpr int kText = 0xFFFF;  // of a message box
+    EXPECT_EQ(Control(GetDlgItem(message, kText)).Text(),
+              L"Die Dateien konnten keinem Fenster von Morvex hinzugefügt werden.");
+    PostMessageW(message, WM_COMMAND, IDOK, 0);
+    ASSERT_EQ(WaitForSingleObject(process.get(), kLongestWait), WAIT_OBJECT_0);
+    DWORD code = 0;
+    GetExitCodeProcess(process.get(), &code);
+    EXPECT_EQ(code, 1u);
 }
 
 // A window in a run is left alone.

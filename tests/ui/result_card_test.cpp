@@ -1,6 +1,7 @@
 #include "ui/result_card.h"
 
 #include "convert/conversion_report.h"
+#include "tests/support/dialog_driver.h"
 #include "tests/ui/main_window_fixture.h"
 
 namespace morvex::test {
@@ -96,6 +97,40 @@ TEST_F(ResultCardTest, ClosesBySpaceAndEscapeHereAndThere) {
     Select({1});  // this one failed
     menu = MenuNow();
     EXPECT_EQ(std::ranges::count(menu, IDS_PREVIEW), 0);
+}
+
+TEST_F(ResultCardTest, CoversNoDialog) {
+    OpenWithResults();
+    PressInList(VK_SPACE);
+    ASSERT_TRUE(Card());
+    Drive([&] { Command(IDS_OPTIONS); },
+          [](const ShownDialog& options) {
+              EXPECT_FALSE(Card());
+              ComboBox(options.Item(1030)).SelectText(L"Deutsch");
+              SendMessageW(options.Window(), WM_COMMAND, MAKEWPARAM(1030, CBN_SELCHANGE), 0);
+              EXPECT_FALSE(Card());
+          });
+    ASSERT_TRUE(Card());
+    EXPECT_TRUE(Facts().starts_with(L"Status\tOK\r\nGr\u00F6\u00DFe\t"));
+}
+
+TEST_F(ResultCardTest, LeavesTheStatusesInSight) {
+    OpenWithResults();
+    RECT window{};
+    GetWindowRect(window_->Handle(), &window);
+    const int width = window.right - window.left, screen = GetSystemMetrics(SM_CXSCREEN);
+    for (const int left : {0, (screen - width) / 2, screen - width}) {
+        SetWindowPos(window_->Handle(), nullptr, left, window.top, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
+        PressInList(VK_SPACE);
+        ASSERT_TRUE(Card());
+        RECT card{}, statuses{};
+        GetWindowRect(Card(), &card);
+        GetWindowRect(Item(IDC_LIST), &statuses);
+        statuses.left = statuses.right - View().ColumnWidth(3);
+        EXPECT_TRUE(card.right <= statuses.left || card.left >= statuses.right) << left;
+        EXPECT_TRUE(card.left >= 0 && card.right <= screen) << left;
+        PressInList(VK_SPACE);
+    }
 }
 
 TEST_F(ResultCardTest, ResultsAreSavedAsAPageToo) {

@@ -153,7 +153,14 @@ TEST_F(MainWindowTest, WhatARunSaysFitsInAllLanguages) {
 }
 
 TEST_F(MainWindowTest, LanguageChangesWhileOpen) {
+    const LibraryLog log;
+    Install(L"General", L"DeveloperMode", L"1");  // more in the statuses
     Open();
+    AddFiles({L"a.stp", L"b{result=-5}.stp", L"c{result=-9}.stp", L"d{result=-5}.stp"});
+    Click(IDS_RUN_CONVERSION);
+    ASSERT_TRUE(WaitForState(RunState::Finished));
+    Select({3});
+    Command(IDS_REMOVE_FROM_LIST);
     Drive([&] { Command(IDS_OPTIONS); },
           [](const ShownDialog& options) {
               ASSERT_TRUE(ComboBox(options.Item(1030)).SelectText(L"Deutsch"));
@@ -173,6 +180,9 @@ TEST_F(MainWindowTest, LanguageChangesWhileOpen) {
     EXPECT_EQ(HeaderTitle(View(), 0), german(IDS_FILENAME));
     EXPECT_EQ(HeaderTitle(View(), 3), german(IDS_STATUS));
     EXPECT_EQ(ComboBox(Item(IDC_INPUT_FORMAT)).SelectedText(), kStepIn);
+    Command(kUndoCommand);
+    const std::wstring time = L" [0.00 sec]", corrupted = german(IDS_RESULT_CORRUPTED) + time;
+    EXPECT_EQ(Statuses(), (Texts{L"OK" + time, corrupted, L"-9" + time, corrupted}));
 }
 
 // As the system does when the window comes to a screen of another scaling: a new font, then the message.
