@@ -1,5 +1,6 @@
 #include "tests/support/dialog_driver.h"
 #include "tests/ui/main_window_fixture.h"
+#include "ui/morvex_dlg_messages.h"
 #include "win/access_keys.h"
 #include "win/window_device.h"
 
