@@ -55,9 +55,10 @@ CDragListCtrl::~CDragListCtrl() {
 void CDragListCtrl::Attach(HWND control) {
     view_ = ListView(control);
     view_.SetExtendedStyle(LVS_EX_GRIDLINES | LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER);
-    Rescale();
+    dpi_ = static_cast<int>(GetDpiForWindow(control));
     for (int i = 0; i < kListColumns; ++i)
         view_.InsertColumn(i, L"", kColumns[i].format, Scaled(kColumns[i].width));
+    Rescale();
     dropTarget_.Register(control);
     SetWindowSubclass(control, Subclass, 0, reinterpret_cast<DWORD_PTR>(this));
 }
