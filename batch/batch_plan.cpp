@@ -89,40 +89,45 @@ bool BatchPlan::WaitUntilComplete(const std::function<bool()>& stop) {
 
 bool BatchPlan::Prepare(const SourceList::Entry& source, bool mine, const std::function<bool()>& stop,
                         BatchTask& task) {
-    task.key = names_.KeyOf(source.file.folder, source.file.name);
     task.input = JoinPath(source.file.folder, source.file.name);
     task.request = requests_.For(source.format, source.tree);
     const OutputName name = NameOutput(source.file, task.request);
-    const std::optional<JobRecord> record = RecordOf(task.key, name);
+    const std::optional<JobRecord> record = RecordOf(task.input, name);
     if (mine) LookAtInput(task);
     // Before its names are given away: other batches know the folder by its identity.
     if (task.inputExists && !options_.dryRun && std::exchange(lastFolder_, name.folder) != name.folder)
         MakeFolders(name.folder);
-    task.output = EarlierOutput(task.key, record);
-    const bool named = !task.output.empty();
-    int number = 1;
-    if (!named) {
+    Output output = EarlierOutput(task.input, record);
+    if (output.path.empty()) {
         const bool growing = options_.watch.empty() && !list_.IsComplete();
-        if (growing &&
-            (names_.Holds(names_.KeyOf(name.folder, FileNameOf(name.Path()))) || PathExists(name.Path())) &&
+        if (growing && (names_.Holds(names_.KeyOf(name.Path())) || PathExists(name.Path())) &&
             !WaitUntilComplete(stop))
             return false;
-        number = names_.Take(name);
-        task.output = name.Path(number);
+        output.number = names_.Take(name);
+        output.path = name.Path(output.number);
     }
     if (!mine) return false;
+    task.output = output.path;
     const auto objection = Objection(task, record);
-    if (!objection && !options_.dryRun && !named) {
-        number = AvoidLinks(name, number);
-        while (!names_.Claim(name, number)) number = names_.TakeNext(name);
-        task.output = name.Path(number);
-    }
-    if (!options_.watch.empty()) given_[task.key] = task.output;
+    if (!objection && !options_.dryRun && !output.claimed) Claim(name, output);
+    task.output = output.path;
+    if (!options_.watch.empty()) given_[task.input] = output;
     if (objection) refused_(task, *objection);
     return !objection;
 }
 
-std::optional<JobRecord> BatchPlan::RecordOf(OutputNames::Key input, const OutputName& name) {
+void BatchPlan::Claim(const OutputName& name, Output& output) {
+    output.claimed = true;
+    if (output.number == 0) {
+        if (names_.Claim(output.path)) return;
+        output.number = names_.TakeNext(name);
+    }
+    output.number = AvoidLinks(name, output.number);
+    while (!names_.Claim(name.Path(output.number))) output.number = names_.TakeNext(name);
+    output.path = name.Path(output.number);
+}
+
+std::optional<JobRecord> BatchPlan::RecordOf(const std::wstring& input, const OutputName& name) {
     if (!history_ || given_.contains(input)) return std::nullopt;
     std::optional<JobRecord> record = history_->Find(input);
     const bool ofOthers = record && !record->output.empty() &&
@@ -141,9 +146,10 @@ bool BatchPlan::IsBelow(const std::wstring& path, const std::wstring& folder) {
     return !above.empty();
 }
 
-std::wstring BatchPlan::EarlierOutput(OutputNames::Key input, const std::optional<JobRecord>& record) const {
+BatchPlan::Output BatchPlan::EarlierOutput(const std::wstring& input,
+                                           const std::optional<JobRecord>& record) const {
     if (const auto given = given_.find(input); given != given_.end()) return given->second;
-    return record && !options_.resume.empty() ? WithLongPrefix(record->output) : std::wstring();
+    return {record && !options_.resume.empty() ? WithLongPrefix(record->output) : std::wstring()};
 }
 
 std::optional<RefusedTask> BatchPlan::Objection(const BatchTask& task,

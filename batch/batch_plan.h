@@ -20,7 +20,6 @@ namespace morvex {
 
 // A file of the batch with all that its conversion needs.
 struct BatchTask {
-    OutputNames::Key key = 0;  // the input's
     std::wstring input, output;
     bool inputExists = false;
     DWORD inputError = 0;  // of the system, when it was looked at
@@ -74,13 +73,20 @@ class BatchPlan {
                  BatchTask& task);
     // What the log says of an input, unless it tells of other conversions: to another format, or to another
     // folder than that of --out.
-    std::optional<JobRecord> RecordOf(OutputNames::Key input, const OutputName& name);
+    std::optional<JobRecord> RecordOf(const std::wstring& input, const OutputName& name);
     bool IsBelow(const std::wstring& path, const std::wstring& folder);
-    // What was done before keeps its name; empty when it was not.
-    std::wstring EarlierOutput(OutputNames::Key input, const std::optional<JobRecord>& record) const;
+    struct Output {
+        std::wstring path;
+        int number = 0;  // as OutputNames gave it; 0: an earlier batch has named it
+        bool claimed = false;
+    };
+    // What was done before keeps its name; without a path when it was not.
+    Output EarlierOutput(const std::wstring& input, const std::optional<JobRecord>& record) const;
     std::optional<RefusedTask> Objection(const BatchTask& task, const std::optional<JobRecord>& record) const;
     std::optional<RefusedTask> ObjectionToOverwrite(const BatchTask& task,
                                                     const std::optional<JobRecord>& record) const;
+    // No other batch writes the output from now on; it gets the next number where one does already.
+    void Claim(const OutputName& name, Output& output);
     int AvoidLinks(const OutputName& name, int number);
     void Identify();
 
@@ -99,7 +105,7 @@ class BatchPlan {
     size_t identified_ = 0;  // inputs whose identity is known
     FileSet identities_;
     // Outputs of a hot folder's files, which may come again: they are others then than the log has known.
-    std::unordered_map<OutputNames::Key, std::wstring> given_;
+    std::unordered_map<std::wstring, Output> given_;  // by the input's path
 };
 
 }  // namespace morvex

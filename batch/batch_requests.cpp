@@ -37,6 +37,7 @@ ConversionRequest BatchRequests::For(BatchFormats::Index format, const std::wstr
         request.developerMode = false;  // its texts are for the window
         request.multiprocess = true;
         request.lowPriority = options_.nice;
+        request.childrenAtOnce = options_.children;
         if (options_.secondsPerFile) request.secondsPerFile = *options_.secondsPerFile;
         known = requests_.emplace(format, std::move(request)).first;
     }

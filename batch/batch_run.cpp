@@ -52,7 +52,7 @@ class Batch {
           plan_(options, list_, requests_, names_, &history_,
                 [this](const BatchTask& task, const RefusedTask& refused) {
                     results_.Refused(task, refused);
-                    hotFolder_.Ended(task.key);
+                    hotFolder_.Ended(task.input);
                 }) {}
 
     int Run() {
@@ -118,7 +118,7 @@ class Batch {
                     results_.Planned(*task);
                 else
                     Convert(*task);
-                hotFolder_.Ended(task->key);
+                hotFolder_.Ended(task->input);
             }
         } catch (const std::exception& failure) {
             Abandon(FromUtf8(failure.what()));

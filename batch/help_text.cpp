@@ -2,29 +2,30 @@
 
 namespace morvex {
 
+// Fits a screen of 80 by 24 characters.
 const wchar_t kBatchHelp[] =
     LR"(morvex-batch --to FORMAT [OPTIONS] PATH...     converts CAD files unattended
 
-PATH is a file, a folder, a wildcard or a list file of the window. The input's format is told by its name or
-its content, results go beside the inputs, as many files at once as there are processors.
+PATH: a file, a folder, a wildcard, a list file of the window. Results go beside
+the inputs, as many files at once as there are processors.
 
   -t, --to FORMAT         what to write: "STL", "glTF Binary", stl, ZEL_STEP
-  -f, --from FORMAT       what to read, where files of other formats are to be left aside
+  -f, --from FORMAT       what to read; without it each file tells its own
   -r, --recursive         folders with all that is below them
-      --files-from FILE   paths from a file, one a line; "-": from standard input
+      --files-from FILE   paths from a file, one a line; "-": standard input
       --watch DIR         converts what appears in a folder, until Ctrl+C
-  -o, --out DIR           where results go; --keep-tree keeps the sub-folders of PATH
+  -o, --out DIR           where results go; --keep-tree  in the same sub-folders
       --skip-existing     leaves out files whose result is newer than they are
   -j, --jobs N            so many at once
-      --set SECTION/KEY=VALUE   a conversion setting; --config FILE.zel  all of them
-      --log FILE          a line for each file; --resume LOG  goes on after a break,
-                          --retry-failed LOG  does again what failed
+      --set SECTION/KEY=VALUE   a conversion setting; --config FILE.zel  all
+      --log FILE          a line for each file
+      --resume LOG        goes on after a break; --retry-failed LOG  failed ones
       --report FILE.html  a page of all results
   -n, --dry-run           only says what would be done
-  -q, --quiet; --json     says failures only; says everything for programs
+  -q, --quiet             only failures; --json  everything, for programs
 
-Exit code: the number of failed files, at most 100; 101 wrong usage, 102 stopped by Ctrl+C (once: begins no
-more files; twice: ends those that are being converted). "morvex-batch --help all" says everything.
+Exit code: failed files, 100 at most; 101: wrong usage; 102: stopped by Ctrl+C
+(once: begins no more; twice: ends what runs). Everything: --help all
 )";
 
 const wchar_t kBatchHelpAll[] =

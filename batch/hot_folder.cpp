@@ -63,38 +63,39 @@ bool HotFolder::LookAround(const std::stop_token& stop) {
 }
 
 bool HotFolder::LookAt(const std::wstring& folder, const std::wstring& name) {
-    const OutputNames::Key key = names_.KeyOf(folder, name);
-    const auto known = sights_.find(key);
-    const bool ofBatch = known == sights_.end() && names_.Holds(key);  // a result
     const std::wstring path = JoinPath(folder, name);
-    const auto format = ofBatch ? std::nullopt : formats_.OfFolderFile(path);
+    const OutputNames::Key key = names_.KeyOf(folder, name);
+    // Whatever has been given away to no input is an output.
+    const bool result = names_.Holds(key) && !listed_.contains(key);
+    const auto format = result ? std::nullopt : formats_.OfFolderFile(path);
     if (!format) return true;
     const FileStamp stamp = StampOf(path);
     if (!stamp) return true;  // it has gone
-    Sight& sight = sights_[key];
+    Sight& sight = sights_[path];
     const ULONGLONG now = GetTickCount64();
     if (stamp != sight.stamp) {
         sight = {stamp, now, false};
         return false;
     }
     if (sight.listed) return true;
-    if (now - sight.since < kSettleMilliseconds || IsOpenForWriting(path) || !Begin(key)) return false;
+    if (now - sight.since < kSettleMilliseconds || IsOpenForWriting(path) || !Begin(path)) return false;
     sight.listed = true;
     names_.Keep(key);
+    listed_.insert(key);
     const size_t root = options_.watch.size() + !options_.watch.ends_with(L'\\');
     list_.Append({{folder, name}, folder.size() > root ? folder.substr(root) : std::wstring(), *format});
     return true;
 }
 
 // No file is converted twice at once: one that comes again meanwhile waits.
-bool HotFolder::Begin(OutputNames::Key file) {
+bool HotFolder::Begin(const std::wstring& path) {
     const std::lock_guard lock(mutex_);
-    return underWay_.insert(file).second;
+    return underWay_.insert(path).second;
 }
 
-void HotFolder::Ended(OutputNames::Key file) {
+void HotFolder::Ended(const std::wstring& path) {
     const std::lock_guard lock(mutex_);
-    underWay_.erase(file);
+    underWay_.erase(path);
 }
 
 }  // namespace morvex

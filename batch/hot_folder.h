@@ -24,7 +24,7 @@ class HotFolder {
     std::wstring Watch(const std::stop_token& stop);
 
     // A file that was listed is done with: it may be listed again. Any thread.
-    void Ended(OutputNames::Key file);
+    void Ended(const std::wstring& path);
 
   private:
     struct Sight {
@@ -35,16 +35,17 @@ class HotFolder {
 
     bool LookAround(const std::stop_token& stop);
     bool LookAt(const std::wstring& folder, const std::wstring& name);
-    bool Begin(OutputNames::Key file);
+    bool Begin(const std::wstring& path);
 
     const BatchOptions& options_;
     BatchFormats& formats_;
     OutputNames& names_;
     SourceList& list_;
-    std::unordered_map<OutputNames::Key, Sight> sights_;
+    std::unordered_map<std::wstring, Sight> sights_;  // by path
+    std::unordered_set<OutputNames::Key> listed_;
 
     std::mutex mutex_;  // guards what follows
-    std::unordered_set<OutputNames::Key> underWay_;
+    std::unordered_set<std::wstring> underWay_;
 };
 
 }  // namespace morvex

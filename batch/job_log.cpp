@@ -2,12 +2,15 @@
 
 #include <algorithm>
 #include <cwchar>
+#include <functional>
 #include <utility>
 #include <vector>
 
+#include "batch/same_input.h"
 #include "core/text_catalogue.h"
 #include "win/line_reader.h"
 #include "win/paths.h"
+#include "win/text_hash.h"
 #include "win/utf8.h"
 
 namespace morvex {
@@ -65,6 +68,40 @@ bool IsTime(std::wstring_view text) {
     return text.size() == kTimeShape.size() && BeginsTime(text);
 }
 
+// A number as the log has it: digits, behind a minus or around a point where the field may have one.
+bool IsNumber(std::wstring_view text, std::wstring_view others) {
+    return !text.empty() && std::ranges::all_of(text, [&](wchar_t unit) {
+        return (unit >= L'0' && unit <= L'9') || others.find(unit) != others.npos;
+    });
+}
+
+// Whether that field of a record may hold the text.
+bool Fits(size_t field, std::wstring_view text) {
+    switch (field) {
+        case 0:
+            return IsTime(text);
+        case 1:
+            return IsNumber(text, L".");
+        case 2:
+            return IsNumber(text, L"-");
+        case 4:
+        case 5:
+            return IsNumber(text, {});
+        default:
+            return true;
+    }
+}
+
+// Whether the line is the beginning of a record, as a power cut leaves it.
+bool BeginsRecord(std::wstring_view line) {
+    const std::vector<std::wstring_view> fields = SplitAtTabs(line);
+    if (fields.size() == 1) return BeginsTime(line);
+    for (size_t i = 0; i + 1 < fields.size(); ++i) {
+        if (!Fits(i, fields[i])) return false;
+    }
+    return fields.size() <= kFields;
+}
+
 UniqueHandle OpenForReading(const std::wstring& path) {
     return OwnFile(CreateFileW(WithLongPrefix(path).c_str(), GENERIC_READ,
                                FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
@@ -96,7 +133,7 @@ std::string FormatJobRecord(const JobRecord& record) {
 
 std::optional<JobRecord> ParseJobRecord(std::wstring_view line) {
     const std::vector<std::wstring_view> fields = SplitAtTabs(line);
-    if (fields.size() != kFields || !IsTime(fields[0]) || fields[6].empty()) return std::nullopt;
+    if (fields.size() != kFields || !BeginsRecord(line) || fields[6].empty()) return std::nullopt;
     const auto number = [&](size_t i) { return std::wcstoull(std::wstring(fields[i]).c_str(), nullptr, 10); };
     JobRecord record;
     record.start = fields[0];
@@ -123,13 +160,12 @@ std::wstring JobLog::Open(const std::wstring& path) {
            path;
 }
 
-// Told by its first lines, since some of them may be damaged. Of an only line not even the time may be whole.
+// Told by its first lines, since some of them may be damaged.
 bool JobLog::IsLog() {
     LineReader reader(file_.get());
     bool empty = true;
     for (std::wstring line; reader.Next(line) && reader.Offset() < kBeginning; empty = false) {
-        if (IsTime(std::wstring_view(line).substr(0, kTimeShape.size()))) return true;
-        if (empty && !reader.Whole()) return BeginsTime(line);
+        if (reader.Whole() ? ParseJobRecord(line).has_value() : empty && BeginsRecord(line)) return true;
     }
     return empty;
 }
@@ -178,11 +214,6 @@ void JobLog::FlushWhenDue() {
     if (GetTickCount64() >= flushAt_) Flush();
 }
 
-OutputNames::Key JobHistory::KeyOf(const std::wstring& path) {
-    const std::wstring plain = WithoutLongPrefix(path);
-    return names_.KeyOf(std::wstring(FolderOf(plain)), FileNameOf(plain));
-}
-
 std::wstring JobHistory::Read(const std::wstring& path, Outputs outputs) {
     file_ = OpenForReading(path);
     if (!file_) return PathExists(path) ? L"The log cannot be read: " + path : L"";
@@ -190,15 +221,31 @@ std::wstring JobHistory::Read(const std::wstring& path, Outputs outputs) {
     for (std::wstring line; reader.Next(line);) {
         const std::optional<JobRecord> record = reader.Whole() ? ParseJobRecord(line) : std::nullopt;
         if (!record) continue;
-        lastLines_[KeyOf(record->input)] = reader.Offset();
-        if (outputs == Outputs::Keep && !record->output.empty()) names_.Keep(KeyOf(record->output));
+        const Line last{HashOf(record->input), reader.Offset()};
+        const OutputNames::Key key = names_.KeyOf(record->input);
+        const auto [first, end] = lastLines_.equal_range(key);
+        const auto known =
+            std::find_if(first, end, [&](const auto& entry) { return entry.second.path == last.path; });
+        if (known != end)
+            known->second = last;
+        else
+            lastLines_.emplace(key, last);
+        if (outputs == Outputs::Keep && !record->output.empty()) names_.Keep(names_.KeyOf(record->output));
     }
     return {};
 }
 
-std::optional<JobRecord> JobHistory::Find(OutputNames::Key input) {
-    const auto line = lastLines_.find(input);
-    return line == lastLines_.end() ? std::nullopt : RecordAt(line->second);
+std::optional<JobRecord> JobHistory::Find(const std::wstring& input) {
+    const auto [first, end] = lastLines_.equal_range(names_.KeyOf(input));
+    std::vector<Line> lines;
+    for (auto entry = first; entry != end; ++entry) lines.push_back(entry->second);
+    std::ranges::sort(lines, std::greater(), &Line::offset);
+    const std::uint64_t path = HashOf(input);
+    for (const Line& line : lines) {
+        std::optional<JobRecord> record = RecordAt(line.offset);
+        if (record && (line.path == path || SameInput(input, record->input))) return record;
+    }
+    return std::nullopt;
 }
 
 std::optional<JobRecord> JobHistory::RecordAt(std::uint64_t offset) {
@@ -210,7 +257,7 @@ std::optional<JobRecord> JobHistory::RecordAt(std::uint64_t offset) {
 
 void JobHistory::ForEachFailed(const std::function<void(const JobRecord&)>& take) {
     std::vector<std::uint64_t> offsets;
-    for (const auto& [key, offset] : lastLines_) offsets.push_back(offset);
+    for (const auto& [key, line] : lastLines_) offsets.push_back(line.offset);
     std::ranges::sort(offsets);
     for (const std::uint64_t offset : offsets) {
         const std::optional<JobRecord> record = RecordAt(offset);

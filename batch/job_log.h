@@ -67,19 +67,22 @@ class JobHistory {
     // Returns what is wrong; empty when nothing is. A log that does not exist is an empty one.
     std::wstring Read(const std::wstring& path, Outputs outputs);
 
-    // The last record of the input with that key. Any thread, as the next.
-    std::optional<JobRecord> Find(OutputNames::Key input);
+    // The last record of that input, however its path is spelled there. Any thread, as the next.
+    std::optional<JobRecord> Find(const std::wstring& input);
     // The inputs that failed last, in the log's order.
     void ForEachFailed(const std::function<void(const JobRecord&)>& take);
 
   private:
     std::optional<JobRecord> RecordAt(std::uint64_t offset);
-    OutputNames::Key KeyOf(const std::wstring& path);
 
     OutputNames& names_;
     std::mutex mutex_;  // guards the place in the file
     UniqueHandle file_;
-    std::unordered_map<OutputNames::Key, std::uint64_t> lastLines_;  // offsets
+    struct Line {
+        std::uint64_t path = 0;  // hash of the input as the log spells it
+        std::uint64_t offset = 0;
+    };
+    std::unordered_multimap<OutputNames::Key, Line> lastLines_;  // of each path
 };
 
 }  // namespace morvex

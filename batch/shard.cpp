@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "win/paths.h"
+#include "win/text_hash.h"
 
 namespace morvex {
 namespace {
@@ -17,13 +18,13 @@ constexpr int kAskedAtOnce = 8;  // each size may travel over a network
 
 struct Weight {
     std::uint64_t cost = kCostOfStart;
-    std::uint64_t hash = 14695981039346656037ULL;  // FNV-1a
+    std::uint64_t hash = kHashOfNothing;
 };
 
 Weight WeightOf(const SourceList::Entry& entry) {
     Weight weight;
     weight.cost += FileSizeOf(JoinPath(entry.file.folder, entry.file.name)).value_or(0);
-    for (const wchar_t unit : entry.RelativePath()) weight.hash = (weight.hash ^ unit) * 1099511628211ULL;
+    weight.hash = HashOf(entry.RelativePath());
     return weight;
 }
 

@@ -1,7 +1,8 @@
 #include "batch/source_finder.h"
 
-#include <utility>
+#include <algorithm>
 
+#include "batch/same_input.h"
 #include "list/folder_scan.h"
 #include "win/paths.h"
 #include "win/unique_handle.h"
@@ -98,10 +99,8 @@ void SourceFinder::AddFolder(const std::wstring& folder, const std::stop_token& 
         for (const ListRow& row : rows) {
             const std::wstring path = row.FullPath();
             const auto format = formats_.OfFolderFile(path);
-            if (format)
-                Add(path, row.folder.size() > root ? row.folder.substr(root) : std::wstring(), *format);
-            else
-                ++leftAside_;
+            const std::wstring tree = row.folder.size() > root ? row.folder.substr(root) : std::wstring();
+            if (!format || !Add(path, tree, *format, Origin::Folder)) ++leftAside_;
         }
     };
     ScanFolder(
@@ -111,18 +110,40 @@ void SourceFinder::AddFolder(const std::wstring& folder, const std::stop_token& 
 
 void SourceFinder::AddFile(const std::wstring& path) {
     if (path.size() > kLongestPath) return failed_(path.substr(0, MAX_PATH), L"The path is too long");
-    if (const auto format = formats_.OfNamedFile(path)) return Add(path, {}, *format);
+    if (const auto format = formats_.OfNamedFile(path)) {
+        leftAside_ += !Add(path, {}, *format, Origin::Named);
+        return;
+    }
     failed_(path, PathExists(path) ? L"Neither its name nor its content tells its format"
                                    : L"There is no such file");
 }
 
-void SourceFinder::Add(const std::wstring& path, std::wstring tree, BatchFormats::Index format) {
+bool SourceFinder::Add(const std::wstring& path, const std::wstring& tree, BatchFormats::Index format,
+                       Origin origin) {
     const std::wstring folder(FolderOf(path)), name(FileNameOf(path));
-    if (!names_.Keep(names_.KeyOf(folder, name))) {
-        ++leftAside_;
-        return;
+    const OutputNames::Key key = names_.KeyOf(folder, name);
+    if (!names_.Keep(key)) {
+        const auto [first, last] = ListedUnder(key);
+        // Whatever has been given away to no input is an output.
+        if (first == last && origin == Origin::Folder) return false;
+        const auto isIt = [&](const auto& listed) {
+            const SourceFile file = list_.At(listed.second).file;
+            return SameInput(path, JoinPath(file.folder, file.name));
+        };
+        if (std::any_of(first, last, isIt)) return false;
     }
-    list_.Append({{folder, name}, std::move(tree), format});
+    list_.Append({{folder, name}, tree, format});
+    return true;
+}
+
+// Asked for hardly ever, so the keys of the list are not kept before.
+std::pair<SourceFinder::Keys::const_iterator, SourceFinder::Keys::const_iterator> SourceFinder::ListedUnder(
+    OutputNames::Key key) {
+    for (size_t index = keys_.size(); index < list_.Count(); ++index) {
+        const SourceFile file = list_.At(index).file;
+        keys_.emplace(names_.KeyOf(file.folder, file.name), static_cast<std::uint32_t>(index));
+    }
+    return keys_.equal_range(key);
 }
 
 }  // namespace morvex

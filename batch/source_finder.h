@@ -3,10 +3,12 @@
 #include <windows.h>
 
 #include <atomic>
+#include <cstdint>
 #include <functional>
 #include <stop_token>
 #include <string>
-#include <vector>
+#include <unordered_map>
+#include <utility>
 
 #include "batch/batch_formats.h"
 #include "batch/batch_options.h"
@@ -50,7 +52,11 @@ class SourceFinder {
     void AddWildcard(const std::wstring& pattern, const std::stop_token& stop);
     bool AddListFile(const std::wstring& path, const std::stop_token& stop);
     void AddLines(LineReader& reader, const std::stop_token& stop);
-    void Add(const std::wstring& path, std::wstring tree, BatchFormats::Index format);
+    enum class Origin { Named, Folder };
+    // False when the file is left aside: it is listed already, or, of a folder, a result of this program.
+    bool Add(const std::wstring& path, const std::wstring& tree, BatchFormats::Index format, Origin origin);
+    using Keys = std::unordered_multimap<OutputNames::Key, std::uint32_t>;
+    std::pair<Keys::const_iterator, Keys::const_iterator> ListedUnder(OutputNames::Key key);
 
     const BatchOptions& options_;
     BatchFormats& formats_;
@@ -58,6 +64,7 @@ class SourceFinder {
     SourceList& list_;
     const OnFailed failed_;
     std::atomic<size_t> leftAside_ = 0;
+    Keys keys_;  // of the first files of the list, with their places in it
 };
 
 }  // namespace morvex

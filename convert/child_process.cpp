@@ -109,13 +109,12 @@ class Child {
         SetInformationJobObject(job_.get(), JobObjectExtendedLimitInformation, &limits, sizeof limits);
     }
 
-    bool Start(const ConversionRequest& request, const ChildArguments& arguments, HANDLE output) {
+    bool Start(const ConversionRequest& request, const ChildArguments& arguments, unsigned atOnce,
+               HANDLE output) {
         std::wstring line = ChildCommandLine(request.program, arguments);
         std::map<std::wstring, std::wstring> variables = {
-            {kFormatInVariable, request.formats.input},
-            {kFormatOutVariable, request.formats.output},
-            {kSideBySideVariable, L"1"},
-            {kRunVariable, NameOfRun()},
+            {kFormatInVariable, request.formats.input},     {kFormatOutVariable, request.formats.output},
+            {kSideBySideVariable, std::to_wstring(atOnce)}, {kRunVariable, NameOfRun()},
             {kResultChannelVariable, channel_.Name()},
         };
         if (request.pictures) variables[kPictureVariable] = L"1";
@@ -202,8 +201,10 @@ std::wstring ChildCommandLine(const std::wstring& program, const ChildArguments&
     return line;
 }
 
-ChildRunner::ChildRunner(const ConversionRequest& request)
-    : request_(request), mostMemory_(MostMemoryOfChild(request.megabytesPerFile)) {
+ChildRunner::ChildRunner(const ConversionRequest& request, int workers)
+    : request_(request),
+      atOnce_(request.childrenAtOnce != 0 ? request.childrenAtOnce : static_cast<unsigned>(workers)),
+      mostMemory_(MostMemoryOfChild(request.megabytesPerFile)) {
     SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
     nowhere_ = OwnFile(CreateFileW(L"NUL", GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited,
                                    OPEN_EXISTING, 0, nullptr));
@@ -223,7 +224,7 @@ ChildEnd ChildRunner::RunOnce(const ChildArguments& arguments, const Follower& f
     const TextCatalogue& text = request_.text;
     Child child;
     // That such a file counts as converted is this program's long-standing rule, which scripts rely on.
-    if (!child.Start(request_, arguments, nowhere_.get()))
+    if (!child.Start(request_, arguments, atOnce_, nowhere_.get()))
         return {Kind::NotStarted, kResultOk, text(IDS_REASON_NOT_STARTED)};
     const ULONGLONG started = GetTickCount64();
     const ULONGLONG limit = request_.secondsPerFile * 1000ULL;

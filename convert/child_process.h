@@ -26,7 +26,7 @@ std::wstring ChildCommandLine(const std::wstring& program, const ChildArguments&
 // change of the settings while a run is under way cannot reach it. Without them it takes the settings'.
 inline constexpr wchar_t kFormatInVariable[] = L"MORVEX_FORMAT_IN";
 inline constexpr wchar_t kFormatOutVariable[] = L"MORVEX_FORMAT_OUT";
-// Tells the conversion library in a child that it is not alone on the machine.
+// Tells the conversion library in a child how many conversions run at the same time, its own included.
 inline constexpr wchar_t kSideBySideVariable[] = L"MORVEX_SIDE_BY_SIDE";
 // Names the run to that library, the same text in all children of a process and in no other's.
 inline constexpr wchar_t kRunVariable[] = L"MORVEX_RUN";
@@ -56,7 +56,8 @@ struct ChildEnd {
 // and with this process however it ends. Run may be called from several threads at once.
 class ChildRunner {
   public:
-    explicit ChildRunner(const ConversionRequest& request);
+    // `workers` is how many threads call Run.
+    ChildRunner(const ConversionRequest& request, int workers);
 
     // Who follows a child, on the thread that runs it.
     struct Follower {
@@ -75,6 +76,7 @@ class ChildRunner {
     ChildEnd RunOnce(const ChildArguments& arguments, const Follower& follower) const;
 
     const ConversionRequest& request_;
+    unsigned atOnce_;           // children of the run and of those beside it
     std::uint64_t mostMemory_;  // of one child, bytes
     UniqueHandle nowhere_;      // the children's output: nobody may be reading what this process was given
 };

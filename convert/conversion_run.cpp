@@ -66,10 +66,12 @@ class Run {
           job_(job),
           observer_(observer),
           count_(job.files.size()),
+          workers_(request_.multiprocess ? std::clamp(static_cast<int>(count_), 1, omp_get_max_threads())
+                                         : 1),
           log_(request_.crashLog),
           states_(count_, RowState::Idle) {
         if (request_.multiprocess)
-            children_ = std::make_unique<ChildRunner>(request_);
+            children_ = std::make_unique<ChildRunner>(request_, workers_);
         else if (request_.pictures)
             pictures_.emplace();
         if (!job.output) plan_ = std::make_unique<OutputPlan>(job.files, request_, job.kept);
@@ -77,12 +79,8 @@ class Run {
 
     RunOutcome ConvertAll() {
         log_.RunStarts(count_);
-        // The analyser does not see the loop's clause. NOLINTNEXTLINE(clang-analyzer-deadcode.DeadStores)
-        const int workers =
-            children_ ? static_cast<int>(std::min<size_t>(count_, static_cast<size_t>(omp_get_max_threads())))
-                      : 1;
         const auto files = static_cast<std::ptrdiff_t>(count_);
-#pragma omp parallel for schedule(dynamic, 1) num_threads(workers)
+#pragma omp parallel for schedule(dynamic, 1) num_threads(workers_)
         for (std::ptrdiff_t row = 0; row < files; ++row) ConvertOrKeepFailure(static_cast<size_t>(row));
         if (failure_) Abandon(MessageOf(failure_));
         TellRowsLeft();
@@ -227,6 +225,7 @@ class Run {
     const ConversionJob& job_;
     RunObserver& observer_;
     const size_t count_;
+    const int workers_;
     CrashLog log_;
     std::unique_ptr<ChildRunner> children_;  // only in a multiprocess run
     std::optional<PictureWish> pictures_;    // only in another one that wants them

@@ -7,12 +7,12 @@
 
 #include "win/file_identity.h"
 #include "win/paths.h"
+#include "win/text_hash.h"
 
 namespace morvex {
 namespace {
 
-// Upper case and composed letters, so that equal keys mean one file: file systems fold the one, some of them
-// the other too.
+// Upper case and composed letters: file systems fold the one, some of them the other too.
 std::wstring Folded(std::wstring_view text) {
     const int length = static_cast<int>(text.size());
     std::wstring composed(text.size(), L'\0');
@@ -36,24 +36,17 @@ std::wstring FullText(const std::wstring& folder) {
     return Folded(full);
 }
 
-OutputNames::Key HashOf(std::wstring_view folder, std::wstring_view name) {
-    OutputNames::Key hash = 14695981039346656037ULL;  // FNV-1a
-    for (const std::wstring_view text : {folder, name}) {
-        for (const wchar_t unit : text) hash = (hash ^ unit) * 1099511628211ULL;
-    }
-    return hash;
-}
-
 }  // namespace
 
 OutputNames::Key OutputNames::KeyOf(const std::wstring& folder, std::wstring_view fileName) {
     const std::wstring name = Folded(fileName);
     const std::lock_guard lock(mutex_);
-    return HashOf(FolderKey(folder), name);
+    return HashOf(name, HashOf(FolderKey(folder)));
 }
 
-OutputNames::Key OutputNames::KeyOf(const OutputName& name, int number) {
-    return KeyOf(name.folder, FileNameOf(name.Path(number)));
+OutputNames::Key OutputNames::KeyOf(const std::wstring& path) {
+    const std::wstring plain = WithoutLongPrefix(path);
+    return KeyOf(std::wstring(FolderOf(plain)), FileNameOf(plain));
 }
 
 bool OutputNames::Keep(Key key) {
@@ -67,11 +60,11 @@ bool OutputNames::Holds(Key key) {
 }
 
 int OutputNames::Take(const OutputName& name) {
-    return Keep(KeyOf(name, 1)) ? 1 : TakeNext(name);
+    return Keep(KeyOf(name.Path())) ? 1 : TakeNext(name);
 }
 
 int OutputNames::TakeNext(const OutputName& name) {
-    const Key plain = KeyOf(name, 1);
+    const Key plain = KeyOf(name.Path());
     int number = 1;
     {
         const std::lock_guard lock(mutex_);
@@ -79,14 +72,14 @@ int OutputNames::TakeNext(const OutputName& name) {
     }
     do {
         ++number;
-    } while (!Keep(KeyOf(name, number)));
+    } while (!Keep(KeyOf(name.Path(number))));
     const std::lock_guard lock(mutex_);
     return lastNumber_[plain] = number;
 }
 
-bool OutputNames::Claim(const OutputName& name, int number) {
+bool OutputNames::Claim(const std::wstring& path) {
     // Kernel objects are named by at most 260 characters.
-    const std::wstring object = L"Local\\Morvex-output-" + std::to_wstring(KeyOf(name, number));
+    const std::wstring object = L"Local\\Morvex-output-" + std::to_wstring(KeyOf(path));
     UniqueHandle claim(CreateEventW(nullptr, TRUE, FALSE, object.c_str()));
     if (claim && GetLastError() == ERROR_ALREADY_EXISTS) return false;
     const std::lock_guard lock(mutex_);
@@ -99,8 +92,8 @@ const std::wstring& OutputNames::FolderKey(const std::wstring& folder) {
     if (!key.empty()) return key;
     // The backslash makes "C:" the drive's root and not the current folder on it.
     const std::optional<FileId> identity = IdentityOf(JoinPath(folder, L""));
-    // Without the volume, which may be known under two drive letters with two serial numbers: at worst two
-    // folders pass for one, and a file gets a number that it does not need.
+    // Without the volume, which may be known under two drive letters with two serial numbers. Where two
+    // folders pass for one, an output gets a number that it does not need; nobody tells inputs by their keys.
     return key = identity ? std::to_wstring(identity->number) + L"\\" : FullText(folder);
 }
 

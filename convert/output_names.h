@@ -19,10 +19,12 @@ namespace morvex {
 // the file system for each folder once and for no file. Any thread.
 class OutputNames {
   public:
-    // A number for the file of that path, which need not exist; equal for every path that leads through its
-    // folder, and, in practice, for no other file's.
+    // A number for the file of that path, which need not exist; equal for every path that leads to it through
+    // its folder. Another file may share it: one whose name differs only in what some file systems fold, or
+    // one of a folder that has the same number on another volume.
     using Key = std::uint64_t;
     Key KeyOf(const std::wstring& folder, std::wstring_view fileName);
+    Key KeyOf(const std::wstring& path);  // with the long-path prefix or without
 
     // From now on no output gets this file's name. False when it was taken already.
     bool Keep(Key key);
@@ -32,12 +34,11 @@ class OutputNames {
     int Take(const OutputName& name);
     int TakeNext(const OutputName& name);
 
-    // Takes the name for this run, until the object goes, among all processes of this program; false when
-    // another one has it.
-    bool Claim(const OutputName& name, int number);
+    // Takes the output for this run, until the object goes, among all processes of this program; false when
+    // it is taken already.
+    bool Claim(const std::wstring& path);
 
   private:
-    Key KeyOf(const OutputName& name, int number);
     const std::wstring& FolderKey(const std::wstring& folder);
 
     std::mutex mutex_;  // guards what follows

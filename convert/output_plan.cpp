@@ -33,10 +33,7 @@ std::vector<std::optional<FileId>> IdentitiesOf(size_t count, PathOf pathOf) {
 
 OutputPlan::OutputPlan(const std::vector<SourceFile>& sources, const ConversionRequest& request,
                        const std::vector<std::wstring>& kept) {
-    for (const std::wstring& path : kept) {
-        const std::wstring plain = WithoutLongPrefix(path);
-        names_.Keep(names_.KeyOf(std::wstring(FolderOf(plain)), FileNameOf(plain)));
-    }
+    for (const std::wstring& path : kept) names_.Keep(names_.KeyOf(path));
     for (const SourceFile& source : sources) names_.Keep(names_.KeyOf(source.folder, source.name));
     rows_.reserve(sources.size());
     for (const SourceFile& source : sources) {
@@ -77,7 +74,7 @@ std::wstring OutputPlan::Claim(size_t index) {
     Row& row = rows_[index];  // one worker's
     for (;;) {
         const FileStamp now = StampOf(row.Path());
-        if ((!now || now == row.before) && names_.Claim(row.name, row.number)) return row.Path();
+        if ((!now || now == row.before) && names_.Claim(row.Path())) return row.Path();
         row.number = names_.TakeNext(row.name);
         row.before.reset();
     }

@@ -182,11 +182,16 @@ static int IsSetTo1(const char* variable) {
     return GetEnvironmentVariableA(variable, value, sizeof value) == 1 && value[0] == '1';
 }
 
-/* A process that converts one file of several is told nothing of the others in the call; whoever runs them
- * side by side says so in the environment. */
-static int RunsBesideOthers(void) {
-    char value[4];
-    return GetEnvironmentVariableA("MORVEX_SIDE_BY_SIDE", value, sizeof value) != 0;
+/* Conversions that run at the same time. A process that converts one file of several is told nothing of the
+ * others in the call; whoever runs them side by side says their number in the environment. */
+static int ConversionsAtOnce(int parallel) {
+    char value[12] = "";
+    const DWORD length = GetEnvironmentVariableA("MORVEX_SIDE_BY_SIDE", value, sizeof value);
+    if (length > 0 && length < sizeof value) return atoi(value);
+    if (!parallel) return 1;
+    SYSTEM_INFO machine;
+    GetSystemInfo(&machine);
+    return (int)machine.dwNumberOfProcessors;
 }
 
 /* The server that the other conversions of the run use; NULL for one alone, or one whose messages are wanted.
@@ -214,7 +219,7 @@ int __cdecl _zelConvert(int inputFormat, int outputFormat, const WCHAR* inputPat
     if (answer.result == ZEL_OK) {
         AppendNumber(&job, MORVEX_JOB_INPUT_FORMAT, inputFormat);
         AppendNumber(&job, MORVEX_JOB_OUTPUT_FORMAT, outputFormat);
-        AppendNumber(&job, MORVEX_JOB_PARALLEL, parallel || RunsBesideOthers());
+        AppendNumber(&job, MORVEX_JOB_PARALLEL, ConversionsAtOnce(parallel));
         AppendNumber(&job, MORVEX_JOB_PICTURE, IsSetTo1("MORVEX_PREVIEW"));
         AppendNumber(&job, MORVEX_JOB_TRACE, traceLevel);
         AppendNumber(&job, MORVEX_JOB_REFUSED, refused);

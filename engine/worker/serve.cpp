@@ -1,5 +1,6 @@
 #include "engine/worker/serve.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <exception>
 #include <optional>
@@ -57,7 +58,7 @@ ConversionEnd Convert(const std::string& job) {
     request.input = FullPath(Field(job, MORVEX_JOB_INPUT));
     request.output = FullPath(Field(job, MORVEX_JOB_OUTPUT));
     request.config = FullPath(Field(job, MORVEX_JOB_CONFIG));
-    request.parallel = Field(job, MORVEX_JOB_PARALLEL) == "1";
+    request.parallel = std::max(1, std::atoi(Field(job, MORVEX_JOB_PARALLEL).c_str()));
     if (Field(job, MORVEX_JOB_PICTURE) == "1") request.settings.emplace_back(kPictureSetting);
     request.trace = std::atoi(Field(job, MORVEX_JOB_TRACE).c_str()) < 0;
     request.refused = std::atoi(Field(job, MORVEX_JOB_REFUSED).c_str());

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <chrono>
 #include <fstream>
-#include <thread>
 
 #include "engine/common/job.h"
 #include "engine/worker/job_process.h"
@@ -19,10 +18,10 @@ using Clock = std::chrono::steady_clock;
 using Cause = JobEnd::Cause;
 
 // Half of the machine for a conversion that runs alone; side by side they share three quarters.
-std::uint64_t MemoryShare(bool parallel) {
-    const std::uint64_t total = MachineMemory(), processors = std::thread::hardware_concurrency();
+std::uint64_t MemoryShare(int parallel) {
+    const std::uint64_t total = MachineMemory();
     constexpr std::uint64_t kLeast = 1ull << 30;
-    return std::max(kLeast, parallel && processors > 1 ? total / 4 * 3 / processors : total / 2);
+    return std::max(kLeast, parallel > 1 ? total / 4 * 3 / static_cast<unsigned>(parallel) : total / 2);
 }
 
 Outcome Failed(const std::string& why) {

@@ -199,7 +199,7 @@ TEST(BatchRun, RetriesCrashesAndTimeOutsOnly) {
 TEST(BatchRun, SettingsAndFormatsReachTheLibrary) {
     const BatchProgram program;
     const LibraryLog log;
-    program.Make({L"a.stp", L"b.igs"});
+    program.Make({L"a.stp", L"b.igs", L"c{company=7}.stp"});
     program.Make({L"own.zel"}, "[STL CONF]\r\nLINEAR_TOL=7\r\n");
     EXPECT_EQ(program.Run(L"-t STL --config own.zel a.stp b.igs").exitCode, 0u);
     EXPECT_EQ(
@@ -213,6 +213,7 @@ TEST(BatchRun, SettingsAndFormatsReachTheLibrary) {
     EXPECT_NE(calls[2].config, program.In(L"own.zel"));
     EXPECT_FALSE(std::filesystem::exists(calls[2].config));
     EXPECT_EQ(program.Read(L"own.zel"), "[STL CONF]\r\nLINEAR_TOL=7\r\n");
+    EXPECT_EQ(program.Run(L"-j7 -t STL c{company=7}.stp").exitCode, 0u);
 }
 
 TEST(BatchRun, TwoIntoOneFolderKeepBothResults) {
@@ -311,6 +312,43 @@ TEST(BatchRun, HotFolderConvertsNoFileTwiceAtOnce) {
     ASSERT_EQ(calls.size(), 2u);
     EXPECT_GE(calls[1].startMs, calls[0].endMs);
     EXPECT_EQ(calls[1].output, calls[0].output);
+}
+
+// A file that was skipped at first takes its output like any other when it comes again.
+TEST(BatchRun, HotFolderKeepsOthersFromAnOutputThatItSkippedOnce) {
+    const BatchProgram program;
+    const LibraryLog log(L"output");
+    program.Make({L"hot/a{output,sleep=8000}.stp", L"hot/b.stp", L"other/a{output,sleep=8000}.stp"});
+    program.Make({L"out/a{output,sleep=8000}.stl"}, "earlier");
+    const auto hour = std::chrono::hours(1);
+    const auto now = std::filesystem::file_time_type::clock::now();
+    std::filesystem::last_write_time(program.In(L"hot\\a{output,sleep=8000}.stp"), now - hour);
+    DWORD id = 0;
+    const UniqueHandle process =
+        program.Start(L"-t STL --overwrite older --watch hot --out out --log l.tsv", id);
+    EXPECT_TRUE(Comes([&] { return LinesOf(program.Read(L"l.tsv")) == 1; }));
+    std::this_thread::sleep_for(std::chrono::seconds(1));  // the other one is skipped by now
+    std::filesystem::last_write_time(program.In(L"hot\\a{output,sleep=8000}.stp"), now + hour);
+    EXPECT_TRUE(Comes([&] { return program.Read(L"out\\a{output,sleep=8000}.stl") == "written"; }));
+    EXPECT_EQ(program.Run(L"-t STL --out out other").exitCode, 0u);
+    TerminateProcess(process.get(), 1);
+    WaitForSingleObject(process.get(), INFINITE);
+    const auto calls = log.Calls();
+    ASSERT_EQ(calls.size(), 3u);
+    EXPECT_NE(calls[1].output, calls[2].output);
+}
+
+TEST(BatchRun, HotFolderTellsNamesApartAsTheFileSystemDoes) {
+    const BatchProgram program;
+    const LibraryLog log(L"output");
+    program.Make({L"hot/r\u00E9.stp", L"hot/re\u0301.stp"});
+    const size_t inputs = program.Files().size();
+    DWORD id = 0;
+    const UniqueHandle process = program.Start(L"-t STL --watch hot --out out --log l.tsv", id);
+    EXPECT_TRUE(Comes([&] { return LinesOf(program.Read(L"l.tsv")) == inputs; }));
+    TerminateProcess(process.get(), 1);
+    WaitForSingleObject(process.get(), INFINITE);
+    EXPECT_EQ(program.Files().size(), 2 * inputs + 1);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sstream>
 
 #include "tests/batch/batch_program.h"
 #include "win/text_file.h"
@@ -19,6 +20,9 @@ using testing::UnorderedElementsAreArray;
 TEST(Batch, SaysWhatIsWrongWithACommandLine) {
     const BatchProgram program;
     program.Make({L"a.stp"});
+    const std::string times =
+        "2026-01-01T00:00:00.000Z the pump starts\n2026-01-01T00:00:00.000Z\tthe\tpump\tstops\n2026-01";
+    program.Make({L"times.txt"}, times);
     const struct {
         const wchar_t* arguments;
         const char* error;
@@ -45,6 +49,7 @@ TEST(Batch, SaysWhatIsWrongWithACommandLine) {
         {L"-t STL --retry-failed none.tsv", "There is no log"},
         {L"-t STL --log a.stp", "Name the files or folders"},
         {L"-t STL --log a.stp a.stp", "It is no log"},
+        {L"-t STL --log times.txt a.stp", "It is no log"},
         {L"-t STL --report a.stp a.stp", "does not end in .html"},
         {L"-t STL --log no\\folder\\l.log a.stp", "The log cannot be written"},
         {L"-t STL --report no\\folder\\r.html a.stp", "The report cannot be written"},
@@ -54,9 +59,15 @@ TEST(Batch, SaysWhatIsWrongWithACommandLine) {
         EXPECT_EQ(end.exitCode, 101u) << end.errors;
         EXPECT_THAT(end.errors, HasSubstr(test.error));
     }
-    EXPECT_EQ(program.Files(), Names{L"a.stp"});
+    EXPECT_EQ(program.Files(), (Names{L"a.stp", L"times.txt"}));
+    EXPECT_EQ(program.Read(L"times.txt"), times);
     EXPECT_EQ(program.Read(L"a.stp"), "part");
-    EXPECT_THAT(program.Run(L"--help").output, HasSubstr("--help all"));
+    const std::string help = program.Run(L"--help").output;
+    EXPECT_THAT(help, HasSubstr("--help all"));
+    std::istringstream lines(help);
+    int count = 0;
+    for (std::string line; std::getline(lines, line); ++count) EXPECT_LE(line.size(), 80u) << line;
+    EXPECT_LT(count, 24);
     EXPECT_THAT(program.Run(L"--help all").output, HasSubstr("%25"));
 }
 
@@ -132,6 +143,45 @@ TEST(Batch, PutsResultsWhereTheyBelong) {
         EXPECT_THAT(program.Files(), UnorderedElementsAreArray(expected));
         for (const std::wstring& input : test.inputs) EXPECT_EQ(program.Read(input), "part");
     }
+}
+
+// File systems that take the two names for one make one file of them.
+TEST(Batch, ConvertsInputsThatOnlySomeFileSystemsTellApart) {
+    const LibraryLog script(L"output");
+    const BatchProgram program;
+    const std::wstring composed = L"r\u00E9sum\u00E9", decomposed = L"re\u0301sume\u0301";
+    program.Make({composed + L".stp"});
+    program.Make({decomposed + L".stp"}, "another part");
+    const size_t inputs = program.Files().size();
+    const std::wstring command = L"-j1 -t STL --log l.tsv --files-from -";
+    const std::string list =
+        "r\xC3\xA9sum\xC3\xA9.stp\nre\xCC\x81sume\xCC\x81.stp\nR\xC3\x89SUM\xC3\x89.stp\n";
+    const BatchEnd first = program.Run(command, list);
+    EXPECT_EQ(first.exitCode, 0u) << first.output;
+    EXPECT_EQ(script.Calls().size(), inputs);
+    EXPECT_EQ(program.Files().size(), inputs * 2 + 1);
+    const BatchEnd folder = program.Run(L"-t STL --from STEP -n .");
+    EXPECT_THAT(folder.output, HasSubstr(std::to_string(inputs) + " to convert"));
+    // Each goes by its own lines of the log.
+    program.Make({decomposed + L".stp"}, "a part that has grown");
+    const BatchEnd again = program.Run(command + L" --resume l.tsv", list);
+    EXPECT_THAT(again.output, HasSubstr("1 converted, 0 failed"));
+    EXPECT_EQ(again.output.find("1 done before") != std::string::npos, inputs > 1) << again.output;
+    EXPECT_EQ(program.Files().size(), inputs * 2 + 1);
+}
+
+// What an earlier batch has made is left aside in a folder, but not when somebody names it.
+TEST(Batch, ConvertsAnEarlierResultThatIsNamed) {
+    const LibraryLog script(L"output");
+    const BatchProgram program;
+    program.Make({L"a.igs"});
+    EXPECT_EQ(program.Run(L"-t STEP --log l.tsv a.igs").exitCode, 0u);
+    const Names made = {L"a.igs", L"a.stp", L"l.tsv"};
+    ASSERT_THAT(program.Files(), UnorderedElementsAreArray(made));
+    EXPECT_THAT(program.Run(L"-t STEP --from STEP -n --resume l.tsv .").output, HasSubstr("0 skipped; "));
+    const BatchEnd end = program.Run(L"-t STL --resume l.tsv a.stp");
+    EXPECT_EQ(end.exitCode, 0u) << end.output;
+    EXPECT_EQ(program.Read(L"a.stl"), "written");
 }
 
 // The system takes ".." out of short paths only.

@@ -132,7 +132,8 @@ FileStamp StampOf(const std::wstring&) {
     return std::nullopt;
 }
 
-ChildRunner::ChildRunner(const ConversionRequest& request) : request_(request), mostMemory_(0) {}
+ChildRunner::ChildRunner(const ConversionRequest& request, int workers)
+    : request_(request), atOnce_(static_cast<unsigned>(workers)), mostMemory_(0) {}
 
 ChildEnd ChildRunner::Run(const ChildArguments& arguments, const Follower& follower) const {
     using Kind = ChildEnd::Kind;

@@ -9,6 +9,7 @@
 // clang-format off
 //   result=N                     the result (default 0)
 //   errormode, company, picture  results: the process's error mode; -2 where none is spoken of
+//   company=N                    -2 where other than N conversions at once are spoken of
 //   sleep=N                      milliseconds before the end, after output and report
 //   progress                     reports -3, 50 and 150 percent
 //   spew=N, stdio=N              writes N kilobytes to standard output, through the C runtime
@@ -296,7 +297,10 @@ __declspec(dllexport) int _zelConvert(int inputFormat, int outputFormat, const w
     if (returns) WriteLog(line + number(Milliseconds()) + L"\n");
     if (script.Has(L"errormode")) return static_cast<int>(GetErrorMode());
     if (script.Has(L"picture") && Environment(L"MORVEX_PREVIEW") != L"1") return -2;
-    if (script.Has(L"company") && Environment(L"MORVEX_SIDE_BY_SIDE").empty()) return -2;
+    const std::wstring company = Environment(L"MORVEX_SIDE_BY_SIDE");
+    if (script.Has(L"company") && company.empty()) return -2;
+    const int wanted = script.Number(L"company", 0);
+    if (wanted != 0 && company != std::to_wstring(wanted)) return -2;
     return script.Number(L"result", 0);
 }
 
