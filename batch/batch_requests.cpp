@@ -2,10 +2,13 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <stdexcept>
 #include <utility>
 
+#include "convert/conversion_library.h"
 #include "core/conversion_config.h"
+#include "core/default_config.h"
 #include "win/paths.h"
 #include "win/profile.h"
 
@@ -23,6 +26,23 @@ std::wstring BatchRequests::Obstacle() {
         return L"The conversion library is missing: " + context_.folders.library;
     if (!options_.config.empty() && !PathExists(options_.config))
         return L"There is no configuration file " + options_.config;
+    return UnknownSetting();
+}
+
+// A library passes over keys that it does not know: a slip would stay unseen.
+std::wstring BatchRequests::UnknownSetting() const {
+    if (options_.values.empty()) return {};
+    std::vector<SettingName> names;
+    for (const ConfigValue& value : options_.values)
+        names.push_back({value.section.c_str(), value.key.c_str()});
+    const std::vector<bool> effect = AskForEffect(context_.folders.library, names);
+    for (size_t i = 0; i < names.size(); ++i) {
+        const bool known = std::ranges::any_of(kConfigDefaults, [&](const profile::Entry& entry) {
+            return SameText(entry.section, names[i].section) && SameText(entry.key, names[i].key);
+        });
+        if (!known && !effect[i])
+            return std::wstring(L"--set: there is no setting ") + names[i].section + L"/" + names[i].key;
+    }
     return {};
 }
 
@@ -36,6 +56,7 @@ ConversionRequest BatchRequests::For(BatchFormats::Index format, const std::wstr
         request.crashLog.clear();
         request.developerMode = false;  // its texts are for the window
         request.multiprocess = true;
+        request.unwatched = true;
         request.lowPriority = options_.nice;
         request.childrenAtOnce = options_.children;
         if (options_.secondsPerFile) request.secondsPerFile = *options_.secondsPerFile;

@@ -31,6 +31,7 @@ class BatchRequests {
     std::wstring Obstacle();
 
   private:
+    std::wstring UnknownSetting() const;
     std::wstring ConfigFile(const ConversionFormats& formats);
     std::wstring WithValues(const std::wstring& config);
 

@@ -21,6 +21,7 @@ namespace morvex {
 namespace {
 
 constexpr DWORD kPollMilliseconds = 5;
+constexpr DWORD kUnwatchedMilliseconds = 100;  // between two looks at a child whose progress nobody sees
 constexpr ULONGLONG kLookMilliseconds = 200;   // between the looks that cost more
 constexpr DWORD kDeathMilliseconds = 10000;    // no process takes that long to die
 constexpr DWORD kLastWordMilliseconds = 2000;  // between a whole output and the result, at the most
@@ -249,7 +250,10 @@ ChildEnd ChildRunner::RunOnce(const ChildArguments& arguments, const Follower& f
             return {late ? Kind::TimedOut : Kind::Stopped, kResultFailed, {}};
         }
         if (const int percent = child.Percent(); percent != shown) follower.progress(shown = percent);
-        Sleep(kPollMilliseconds);
+        if (!request_.unwatched)
+            Sleep(kPollMilliseconds);
+        else if (child.EndsWithin(kUnwatchedMilliseconds))
+            break;
     }
     return child.End(text);
 }

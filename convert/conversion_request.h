@@ -32,6 +32,7 @@ struct ConversionRequest {
     bool developerMode = false;
     bool pictures = false;          // reports hold a picture of the model, if the library draws one
     bool multiprocess = false;      // each file in a child process, as many at once as there are processors
+    bool unwatched = false;         // nobody looks at the children's progress: they need not be polled
     bool lowPriority = false;       // children leave the processors to whoever else wants them
     unsigned childrenAtOnce = 0;    // share the machine; 0: as many as the run has workers
     unsigned secondsPerFile = 0;    // a child that takes longer is ended; 0: none is

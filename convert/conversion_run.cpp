@@ -116,7 +116,7 @@ class Run {
         const std::clock_t start = std::clock();
         std::optional<FileEnd> end;
         // However the paths are spelled, the input is never written.
-        if (SameFile(output, input))
+        if (watch.Existed() && SameFile(output, input))
             end = FileEnd{Status(kResultCannotWrite)};
         else
             end = children_ ? ConvertInChild(row, input, watch) : ConvertHere(row, input, output);

@@ -15,6 +15,7 @@ class OutputWatch {
     const std::wstring& Output() const { return output_; }
     // An output lies there that was not before, and nobody is writing to it.
     bool OutputIsThere() const;
+    bool Existed() const { return before_.has_value(); }
     // The conversion did not come to its end: what it has written goes, but for a report that says why. An
     // output that it has not touched stays.
     void RemoveHalfWritten() const;

@@ -39,6 +39,7 @@ TEST(Batch, SaysWhatIsWrongWithACommandLine) {
         {L"-t STL --retries -1 a.stp", "\"-1\" is no whole number"},
         {L"-t STL --overwrite sometimes a.stp", "not one of never, older, always"},
         {L"-t STL --set KEY=1 a.stp", "not SECTION/KEY=VALUE"},
+        {L"-t STL --set \"STL CONF/LINEAR_TOLERANCE=1\" a.stp", "no setting STL CONF/LINEAR_TOLERANCE"},
         {L"-t STL --shard 3/2 a.stp", "not I/N"},
         {L"-t STL --keep-tree a.stp", "--keep-tree needs --out"},
         {L"-t STL -0 a.stp", "-0 needs --files-from"},
