@@ -17,9 +17,9 @@ struct Request {
     std::filesystem::path picture;      // a PNG of the model to write; empty: none
     const Format* from = nullptr;
     const Format* to = nullptr;
-    int parallel = 1;    // conversions at the same time: among several, keep to one processor
-    int refused = 0;     // the result with which the caller's system refuses the job; 0: it does not
-    bool trace = false;  // let the libraries' own messages reach standard error
+    bool parallel = false;  // other conversions run at the same time: keep to one processor
+    int refused = 0;        // the result with which the caller's system refuses the job; 0: it does not
+    bool trace = false;     // let the libraries' own messages reach standard error
 };
 
 }  // namespace morvex

@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <thread>
 
 #include "engine/common/formats.h"
 #include "engine/common/ini_file.h"
@@ -66,10 +65,8 @@ const Option kOptions[] = {
          if (value != "0" && value != "1" && value != "2") throw UsageError("--verify takes 0, 1 or 2");
          command.request.settings.push_back("FILE CONF/VERIFY=" + value);
      }},
-    {"--jobs-beside", nullptr, "other conversions run at the same time, as many as processors: keep to one",
-     [](Command& command, const std::string&) {
-         command.request.parallel = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
-     }},
+    {"--jobs-beside", nullptr, "other conversions run at the same time: keep to one processor",
+     [](Command& command, const std::string&) { command.request.parallel = true; }},
     {"--preview", "FILE", "draw a picture of the model too, a PNG of 320 x 240",
      [](Command& command, const std::string& value) { command.request.picture = FullPath(value); }},
     {"--seconds", "N", "give up after that time",

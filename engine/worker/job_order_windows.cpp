@@ -27,7 +27,7 @@ void TakeField(ReceivedOrder& order, std::string_view key, std::string_view valu
     if (key == kTarget) order.target = PathFromUtf8(value);
     if (key == kFrom) request.from = NamedFormat(value);
     if (key == kTo) request.to = NamedFormat(value);
-    if (key == kParallel) request.parallel = std::stoi(std::string(value));
+    if (key == kParallel) request.parallel = true;
     if (key == kTrace) request.trace = true;
     if (key == kSet) request.settings.emplace_back(value);
 }
@@ -46,7 +46,7 @@ std::string EncodeOrder(const Request& request, const std::filesystem::path& tar
     add(kTarget, Utf8(target));
     add(kFrom, request.from->name);
     add(kTo, request.to->name);
-    add(kParallel, std::to_string(request.parallel));
+    if (request.parallel) add(kParallel, {});
     if (request.trace) add(kTrace, {});
     for (const std::string& setting : request.settings) add(kSet, setting);
     return text;

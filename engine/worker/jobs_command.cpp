@@ -36,6 +36,7 @@ JobsCommand ParseJobs(const std::vector<std::string>& arguments) {
             command.atOnce = AtOnce(arguments[at]);
     }
     if (command.source.empty()) throw UsageError("-j needs --jobs");
+    if (command.atOnce > 1) command.common.emplace_back("--jobs-beside");
     return command;
 }
 
@@ -62,7 +63,7 @@ ConversionEnd ConvertLine(const JobsCommand& command, std::string_view line, boo
         for (std::string& word : WordsOf(line)) words.push_back(std::move(word));
         ConversionCommand conversion = ParseConversion(words);
         conversion.options.watchCaller = watchCaller;
-        if (command.atOnce > 1) conversion.request.parallel = command.atOnce;
+        if (command.atOnce > 1) conversion.options.atOnce = static_cast<unsigned>(command.atOnce);
         return {Supervise(conversion.request, conversion.options), conversion.request.from,
                 conversion.request.to};
     } catch (const UsageError& error) {

@@ -58,7 +58,8 @@ ConversionEnd Convert(const std::string& job) {
     request.input = FullPath(Field(job, MORVEX_JOB_INPUT));
     request.output = FullPath(Field(job, MORVEX_JOB_OUTPUT));
     request.config = FullPath(Field(job, MORVEX_JOB_CONFIG));
-    request.parallel = std::max(1, std::atoi(Field(job, MORVEX_JOB_PARALLEL).c_str()));
+    const int atOnce = std::max(1, std::atoi(Field(job, MORVEX_JOB_PARALLEL).c_str()));
+    request.parallel = atOnce > 1;
     if (Field(job, MORVEX_JOB_PICTURE) == "1") request.settings.emplace_back(kPictureSetting);
     request.trace = std::atoi(Field(job, MORVEX_JOB_TRACE).c_str()) < 0;
     request.refused = std::atoi(Field(job, MORVEX_JOB_REFUSED).c_str());
@@ -72,6 +73,7 @@ ConversionEnd Convert(const std::string& job) {
 
     SupervisorOptions options;
     options.watchCaller = true;
+    options.atOnce = static_cast<unsigned>(atOnce);
     options.time.secondsAllowed = SecondsFromEnvironment();
     options.onProgress = [](int percent) { Answer(MORVEX_LINE_PROGRESS, std::to_string(percent)); };
     try {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <fstream>
+#include <thread>
 
 #include "engine/common/job.h"
 #include "engine/worker/job_process.h"
@@ -18,10 +19,11 @@ using Clock = std::chrono::steady_clock;
 using Cause = JobEnd::Cause;
 
 // Half of the machine for a conversion that runs alone; side by side they share three quarters.
-std::uint64_t MemoryShare(int parallel) {
+std::uint64_t MemoryShare(bool parallel, unsigned atOnce) {
     const std::uint64_t total = MachineMemory();
+    const unsigned sharing = atOnce != 0 ? atOnce : parallel ? std::thread::hardware_concurrency() : 1;
     constexpr std::uint64_t kLeast = 1ull << 30;
-    return std::max(kLeast, parallel > 1 ? total / 4 * 3 / static_cast<unsigned>(parallel) : total / 2);
+    return std::max(kLeast, sharing > 1 ? total / 4 * 3 / sharing : total / 2);
 }
 
 Outcome Failed(const std::string& why) {
@@ -131,8 +133,9 @@ Outcome Supervise(const Request& request, const SupervisorOptions& options) {
     if (outcome.IsOk() && request.refused != ZEL_OK) outcome = Refused(request.refused);
     if (outcome.IsOk()) {
         const FileStamp input = StampOf(request.input);
-        const std::uint64_t memory =
-            options.memoryAllowed != 0 ? options.memoryAllowed : MemoryShare(request.parallel);
+        const std::uint64_t memory = options.memoryAllowed != 0
+                                         ? options.memoryAllowed
+                                         : MemoryShare(request.parallel, options.atOnce);
         end = RunJobProcess(
             {request, settings, staging.File(), memory,
              options.memoryAllowed != 0 ? memory : MemoryWorth(input.size)},

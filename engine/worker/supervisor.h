@@ -13,6 +13,7 @@ namespace morvex {
 struct SupervisorOptions {
     bool watchCaller = false;  // the end of standard input means that the caller is gone
     TimeLimitOptions time;
+    unsigned atOnce = 0;  // conversions at the same time; 0: as many as processors, or this one alone
     std::uint64_t memoryAllowed = 0;  // bytes of address space of the job; 0: a share of the machine's memory
     std::function<void(int percent)> onProgress;
 };

@@ -97,7 +97,7 @@ Outcome MeshFaces(JobContext& context) {
     parameters.Deflection = LinearDeflection(context.settings, context.document.WholeShape());
     parameters.Angle = context.settings.angularOff ? kOwnAngle : context.settings.angularTolerance;
     parameters.MinSize = context.settings.smallestEdge > 0 ? context.settings.smallestEdge : -1;
-    parameters.InParallel = context.request.parallel == 1;
+    parameters.InParallel = !context.request.parallel;
     parameters.AllowQualityDecrease = Standard_False;
     BRepMesh_IncrementalMesh mesher(parts, parameters, context.progress);
 
