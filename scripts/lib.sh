@@ -59,13 +59,17 @@ need_wine() {
 # Makes the Wine prefix on first use. The wineserver then stays two minutes longer than its last program, so that not
 # every program has to start it, nor meets it while it ends.
 need_prefix() {
+  mkdir -p "$WINEPREFIX"
+  # One after the other: the end of the making of one prefix would end what another caller has started in it.
+  exec 9>"$WINEPREFIX/.making"
+  flock 9
   if [ ! -e "$WINEPREFIX/system.reg" ]; then
-    mkdir -p "$WINEPREFIX"
     say "Preparing Wine"
-    wineboot --init >/dev/null 2>&1
-    link_fonts >/dev/null 2>&1
-    wineserver -k || true
+    wineboot --init >/dev/null 2>&1 9>&-
+    link_fonts >/dev/null 2>&1 9>&-
+    wineserver -k 9>&- || true
   fi
+  exec 9>&-
   wineserver -p120 >/dev/null 2>&1 || true
 }
 
