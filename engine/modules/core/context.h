@@ -3,9 +3,12 @@
 #pragma once
 
 #include <Message_ProgressRange.hxx>
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <future>
 #include <string>
+#include <thread>
 
 #include "engine/common/formats.h"
 #include "engine/common/journal.h"
@@ -24,7 +27,13 @@ struct JobContext {
     std::filesystem::path file;      // the input for a reader, the file in the temporary folder for a writer
     Message_ProgressRange progress;  // its own share
     bool facets = false;             // the surfaces to write are the plane triangles of a mesh
+    // Ready when the writer's libraries are loaded; until then another thread is at that.
+    std::shared_future<void> writerLoaded = {};
 
+    // How many processors the conversion may keep busy: one when others run beside it.
+    unsigned Processors() const {
+        return request.parallel ? 1 : std::max(std::thread::hardware_concurrency(), 1u);
+    }
     // Tells how many millimetres the input's unit is, where it says so.
     void TellUnit(double millimetres) const {
         char text[32];

@@ -2,8 +2,7 @@
 #include <Standard_Failure.hxx>
 #include <Standard_OutOfMemory.hxx>
 #include <clocale>
-#include <system_error>
-#include <thread>
+#include <future>
 
 #include "engine/common/job.h"
 #include "engine/modules/core/context.h"
@@ -79,16 +78,13 @@ Outcome KeepPart(JobContext& context, const Outcome& outcome) {
 }
 
 // Loads the writer's libraries while the reader works. It is of no matter whether that succeeds.
-void PreloadWriter(const Format& format, LoadFunction* load) {
-    try {
-        std::thread([&format, load] {
-            try {
-                load(format.writeModule, format.writeFunction);
-            } catch (const std::exception&) {
-            }
-        }).detach();
-    } catch (const std::system_error&) {
-    }
+std::shared_future<void> PreloadWriter(const Format& format, LoadFunction* load) {
+    return std::async(std::launch::async | std::launch::deferred, [&format, load] {
+        try {
+            load(format.writeModule, format.writeFunction);
+        } catch (const std::exception&) {
+        }
+    });
 }
 
 // Whatever becomes of it, the conversion has its outcome already, and what is said of these triangles is not
@@ -116,7 +112,7 @@ Outcome Convert(const Job& job) {
     Message_ProgressScope whole(progress->Start(), nullptr, 100);
     Document document;
     JobContext context{job.request, job.settings, journal, document, job.request.input, whole.Next(45)};
-    PreloadWriter(to, job.load);
+    context.writerLoaded = PreloadWriter(to, job.load);
     Outcome outcome = KeepPart(context, Read(context, job.load));
     if (outcome.IsOk()) BakeLocations(context);
     if (outcome.IsOk()) outcome = CheckModel(context);

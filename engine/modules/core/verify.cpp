@@ -46,9 +46,23 @@ std::optional<Measures> MeasuresFor(const JobContext& context, const Document& d
     return measures || context.settings.verify < kAll ? measures : MeasureSurfaces(document);
 }
 
+// Piece by piece, since the whole text would be the most that the conversion has in memory.
+WrittenFacts Scan3mfPackage(const std::filesystem::path& package) {
+    WrittenFacts sum;
+    ReadZipMember(package, k3mfModel, [&sum](std::string_view lines) {
+        const WrittenFacts piece = ScanWritten(FormatId::ThreeMf, lines, {});
+        sum.triangles = sum.triangles.value_or(0) + piece.triangles.value_or(0);
+        if (!piece.points) return;
+        if (!sum.points) sum.points.emplace();
+        sum.points->Add(piece.points->low);
+        sum.points->Add(piece.points->high);
+    });
+    return sum;
+}
+
 WrittenFacts Scan(const JobContext& context) {
     const FormatId format = context.request.to->id;
-    if (format == FormatId::ThreeMf) return ScanWritten(format, ZipMember(context.file, k3mfModel), {});
+    if (format == FormatId::ThreeMf) return Scan3mfPackage(context.file);
     std::filesystem::path side = context.file;
     std::error_code error;
     const bool sided = format == FormatId::Gltf && exists(side.replace_extension(".bin"), error);

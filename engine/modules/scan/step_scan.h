@@ -33,6 +33,8 @@ class StepScan {
     // Statements that are no instances, and numbers given again to something else.
     std::int64_t Broken() const { return broken_; }
     bool HasEnd() const { return hasEnd_; }
+    // From the first word of STEP to the end of the header; empty when it has none.
+    std::string_view Head() const { return headEnd_ > begin_ ? text_.substr(begin_, headEnd_ - begin_) : ""; }
 
     // Makes of the scanned text one that has what older readers know: a header and one section of data.
     // `text` is the start of what was scanned.

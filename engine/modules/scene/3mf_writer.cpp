@@ -1,9 +1,13 @@
 // 3MF: a package with one model, the assembly tree as component objects.
 #include <cmath>
+#include <cstdint>
 #include <map>
+#include <utility>
+#include <vector>
 
 #include "engine/common/text.h"
 #include "engine/modules/core/context.h"
+#include "engine/modules/core/point_numbers.h"
 #include "engine/modules/scene/mesh_scene.h"
 #include "engine/modules/scene/text_file.h"
 #include "engine/modules/scene/zip_file.h"
@@ -30,6 +34,23 @@ std::string HexColour(const std::array<double, 4>& colour) {
         text += digits;
     }
     return text;
+}
+
+std::size_t CountPoints(const MeshScene::Mesh& mesh) {
+    std::size_t count = 0;
+    for (const auto& patch : mesh.patches) count += patch.points.size();
+    return count;
+}
+
+// Of the model's text, in bytes.
+std::uint64_t LargestSize(const MeshScene& scene) {
+    constexpr std::uint64_t kVertex = 150, kTriangle = 100;
+    std::uint64_t size = 0;
+    for (const auto& mesh : scene.meshes) {
+        size += CountPoints(mesh) * kVertex;
+        for (const auto& patch : mesh.patches) size += patch.corners.size() / 3 * kTriangle;
+    }
+    return size;
 }
 
 class ModelWriter {
@@ -63,14 +84,19 @@ class ModelWriter {
         if (const int first = mesh.patches.front().material; first >= 0)
             file_ << " pid=\"" << kMaterialsId << "\" pindex=\"" << first << "\"";
         file_ << "><mesh><vertices>\n";
-        std::map<MeshScene::Vector, std::size_t> vertices;
-        std::vector<std::vector<std::size_t>> numbers;
+        PointNumbers vertices;
+        std::vector<const MeshScene::Vector*> first;
+        first.reserve(CountPoints(mesh));
+        std::vector<std::vector<std::uint32_t>> numbers;
         for (const auto& patch : mesh.patches) {
             auto& own = numbers.emplace_back();
+            own.reserve(patch.points.size());
             for (const auto& point : patch.points) {
-                const auto [place, isNew] = vertices.try_emplace(point, vertices.size());
-                own.push_back(place->second);
+                const auto [number, isNew] = vertices.Take(
+                    point, [&](std::uint32_t at) -> const auto& { return *first[at]; });
+                own.push_back(number);
                 if (!isNew) continue;
+                first.push_back(&point);
                 file_ << "<vertex x=\"";
                 file_.Coordinate(point[0]) << "\" y=\"";
                 file_.Coordinate(point[1]) << "\" z=\"";
@@ -83,7 +109,7 @@ class ModelWriter {
         file_ << "</triangles></mesh></object>\n";
     }
 
-    void WriteTriangles(const MeshScene::Patch& patch, const std::vector<std::size_t>& numbers) {
+    void WriteTriangles(const MeshScene::Patch& patch, const std::vector<std::uint32_t>& numbers) {
         const std::string material = patch.material < 0
                                          ? ""
                                          : " pid=\"" + std::to_string(kMaterialsId) + "\" p1=\"" +
@@ -139,12 +165,14 @@ class ModelWriter {
 extern "C" Outcome Write3mf(JobContext& context) {
     MeshScene scene = MakeMeshScene(context.document, false);
     FillMaterials(scene, false);
-    TextFile model(context.settings.decimals);
-    ModelWriter(scene, model).Write();
-    ZipFile package(context.file);
+    ZipFile package(context.file, context.Processors());
     package.Add("[Content_Types].xml", kContentTypes);
     package.Add("_rels/.rels", kRelations);
-    package.Add("3D/3dmodel.model", model.Text());
+    package.Begin("3D/3dmodel.model", LargestSize(scene));
+    TextFile model([&package](std::string_view piece) { package.Write(piece); }, context.settings.decimals);
+    ModelWriter(scene, model).Write();
+    model.Close();
+    package.End();
     return Written(package.Close());
 }
 

@@ -201,6 +201,10 @@ class Builder {
         if (triangles.IsNull()) return;
         const auto normals = normals_ ? NormalsOf(face, triangles.Mesh()) : std::vector<gp_Dir>();
         const auto first = static_cast<std::uint32_t>(patch.points.size());
+        if (first == 0) {  // a mesh is often one face
+            patch.points.reserve(static_cast<std::size_t>(triangles.NodeCount()));
+            patch.corners.reserve(3 * static_cast<std::size_t>(triangles.Count()));
+        }
         for (int node = 1; node <= triangles.NodeCount(); ++node) {
             const gp_Pnt point = triangles.Node(node);
             patch.points.push_back({point.X(), point.Y(), point.Z()});

@@ -138,10 +138,12 @@ std::unordered_set<Id> StraysIn(const StepScan& file, const Ids& solids) {
 // What the reader has made of the entities.
 class Transferred {
   public:
-    Transferred(const Document& document, const Handle(XSControl_WorkSession) & session)
+    Transferred(const Document& document, const Handle(XSControl_WorkSession) & session,
+                const StepShapes& madeElsewhere)
         : model_(Handle(StepData_StepModel)::DownCast(session->Model())),
           process_(session->TransferReader()->TransientProcess()),
-          shapes_(ShapesOf(document)) {
+          shapes_(ShapesOf(document)),
+          madeElsewhere_(madeElsewhere) {
         for (int number = 1; number <= model_->NbEntities(); ++number) {
             const Handle(Standard_Transient)& entity = model_->Value(number);
             const Id id = static_cast<Id>(model_->IdentLabel(entity));
@@ -167,6 +169,7 @@ class Transferred {
         return false;
     }
     TopoDS_Shape Result(Id id) const {
+        if (const auto made = madeElsewhere_.find(id); made != madeElsewhere_.end()) return made->second;
         const auto entity = entities_.find(id);
         if (entity == entities_.end() || process_.IsNull()) return {};
         return TransferBRep::ShapeResult(process_, entity->second);
@@ -175,6 +178,7 @@ class Transferred {
     Handle(StepData_StepModel) model_;
     Handle(Transfer_TransientProcess) process_;
     ShapeSet shapes_;
+    const StepShapes& madeElsewhere_;
     std::unordered_map<Id, Handle(Standard_Transient)> entities_;
     Ids damaged_;
     std::int64_t broken_ = 0;
@@ -248,9 +252,9 @@ class DamageSearch {
 
 void StepAccount::Add(const Document& document, const StepScan& file,
                       const Handle(XSControl_WorkSession) & session, const std::set<StepId>& readElsewhere,
-                      const std::set<StepId>& misplaced, bool external) {
+                      const std::set<StepId>& misplaced, bool external, const StepShapes& shapes) {
     const Announced announced = Announcer(file, readElsewhere).Collect();
-    const Transferred transferred(document, session);
+    const Transferred transferred(document, session, shapes);
     // Neither is a part of the model: what serves construction only, which readers pass over, and strays.
     const std::unordered_set<Id> construction = ConstructionIn(file);
     const std::unordered_set<Id> strays =

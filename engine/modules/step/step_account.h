@@ -7,6 +7,7 @@
 
 #include "engine/modules/core/context.h"
 #include "engine/modules/scan/step_scan.h"
+#include "engine/modules/step/step_bodies.h"
 
 namespace morvex {
 
@@ -16,9 +17,11 @@ namespace morvex {
 class StepAccount {
   public:
     // `readElsewhere` are the definitions of products that another reader has taken over, `misplaced` mapped
-    // items that are not where the file has them; `external` says that another file refers to this one.
+    // items that are not where the file has them; `external` says that another file refers to this one;
+    // `shapes` are those of instances that were made elsewhere.
     void Add(const Document& document, const StepScan& file, const Handle(XSControl_WorkSession) & session,
-             const std::set<StepId>& readElsewhere, const std::set<StepId>& misplaced, bool external);
+             const std::set<StepId>& readElsewhere, const std::set<StepId>& misplaced, bool external,
+             const StepShapes& shapes = {});
     void Send(Journal& journal) const;
 
   private:

@@ -19,6 +19,7 @@
 #include "engine/modules/scan/step_scan.h"
 #include "engine/modules/step/instance_count.h"
 #include "engine/modules/step/step_account.h"
+#include "engine/modules/step/step_bodies.h"
 #include "engine/modules/step/step_external.h"
 #include "engine/modules/step/step_instances.h"
 #include "engine/modules/step/step_mapped.h"
@@ -62,6 +63,34 @@ bool WriteModel(const Handle(XSControl_WorkSession) & session, const std::filesy
     return text.Print(stream) && buffer.Close();
 }
 
+// A file as the library has parsed it, and the shapes of those bodies that were made elsewhere.
+struct StepModel {
+    STEPCAFControl_Reader* reader = nullptr;
+    StepShapes shapes;
+};
+
+// Parses the text, which is that of the scan or more of it, by several processes where there is much to
+// share.
+Outcome Load(const JobContext& context, const StepScan& scan, std::string_view text,
+             const Message_ProgressRange& progress, StepModel& model) {
+    // Annotations refer to anything inside bodies, a trace is to show one process, and what is not read for
+    // the conversion itself is read while threads may run.
+    const bool alone = !HasHelpers() || !scan.HasEnd() || context.KeepsAnnotations() ||
+                       context.request.trace || !context.writerLoaded.valid();
+    const StepShares shares = ShareOut(scan, alone ? 1 : context.Processors());
+    if (!shares.shares.empty()) {
+        context.writerLoaded.wait();
+        StepBodies bodies(context, shares);
+        model.reader = &NewStepReader(context);
+        if (ParseStep(context, *model.reader, shares.rest).IsOk() &&
+            bodies.Give(*model.reader, model.shapes, progress))
+            return Outcome::Ok();
+        model.shapes.clear();
+    }
+    model.reader = &NewStepReader(context);
+    return ParseStep(context, *model.reader, text);
+}
+
 // A text that is cut off, ended behind its last whole statement.
 std::string Closed(std::string_view text) {
     return std::string(text.substr(0, text.rfind(';') + 1)) + "\nENDSEC;\nEND-ISO-10303-21;\n";
@@ -71,11 +100,6 @@ std::string Closed(std::string_view text) {
 
 extern "C" Outcome ReadStep(JobContext& context) {
     STEPCAFControl_Controller::Init();
-    // Not freed: taking its entities apart one by one takes longer than the process has left.
-    STEPCAFControl_Reader& reader = *new STEPCAFControl_Reader;
-    reader.SetPropsMode(Standard_True);
-    reader.SetGDTMode(context.KeepsAnnotations());
-
     InputBytes file(context.file);
     const StepScan scan(file.View());
     if (!scan.HasEnd()) {
@@ -84,12 +108,11 @@ extern "C" Outcome ReadStep(JobContext& context) {
     }
     scan.Simplify(file.Data());
     const std::string closed = scan.HasEnd() ? std::string() : Closed(file.View());
-    BytesBuffer buffer(scan.HasEnd() ? file.View() : closed);
-    std::istream stream(&buffer);
-    Outcome outcome = ParseExchangeFile(context, reader, [&] {
-        return reader.ChangeReader().ReadStream(Utf8(context.file).c_str(), stream);
-    });
+    Message_ProgressScope whole(context.progress, nullptr, 3);
+    StepModel read;
+    Outcome outcome = Load(context, scan, scan.HasEnd() ? file.View() : closed, whole.Next(), read);
     if (!outcome.IsOk()) return outcome;
+    STEPCAFControl_Reader& reader = *read.reader;
     const std::int64_t instances = CountInstances(*reader.Reader().WS()->Model());
     if (instances < 0) return Damaged("An assembly of the file contains itself");
     if (instances > kMostInstances) {
@@ -97,7 +120,6 @@ extern "C" Outcome ReadStep(JobContext& context) {
                                              std::to_string(kMostInstances) + ")");
     }
     CheckExternalFiles(context, scan);
-    Message_ProgressScope whole(context.progress, nullptr, 2);
     PlaceInstances(reader.Reader().WS(), whole.Next());
     const std::set<StepId> misplaced = PlaceScaledItems(reader.Reader().WS(), scan);
     Handle(TDocStd_Document) document = context.document.Data();
@@ -106,7 +128,7 @@ extern "C" Outcome ReadStep(JobContext& context) {
     context.document.NameInstances();
     if (!transferred && tessellated.empty()) return Damaged("The contents of the file could not be read");
     StepAccount account;
-    account.Add(context.document, scan, reader.Reader().WS(), tessellated, misplaced, false);
+    account.Add(context.document, scan, reader.Reader().WS(), tessellated, misplaced, false, read.shapes);
     AccountForExternalFiles(context, reader, scan, account);
     account.Send(context.journal);
     context.TellUnit(StepUnitOf(scan));

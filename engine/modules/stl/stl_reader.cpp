@@ -2,23 +2,15 @@
 #include <BRep_Builder.hxx>
 #include <Poly_Triangulation.hxx>
 #include <TopoDS_Face.hxx>
-#include <unordered_map>
 
 #include "engine/common/paths.h"
 #include "engine/modules/core/context.h"
 #include "engine/modules/core/input_bytes.h"
+#include "engine/modules/core/point_numbers.h"
 #include "engine/modules/scan/stl_scan.h"
 
 namespace morvex {
 namespace {
-
-struct PointHash {
-    std::size_t operator()(const StlPoint& point) const {
-        std::size_t hash = 0;
-        for (const double x : point) hash = hash * 1'000'003 ^ std::hash<double>()(x);
-        return hash;
-    }
-};
 
 // Equal corners become one node of the solid's mesh.
 class SolidCollector : public StlSink {
@@ -29,9 +21,13 @@ class SolidCollector : public StlSink {
         std::vector<Poly_Triangle> triangles;
     };
 
+    // There are at most so many facets.
+    explicit SolidCollector(std::size_t most) : most_(most) {}
+
     void BeginSolid(std::string_view name) override {
         solids_.push_back({std::string(name), {}, {}});
-        numbers_.clear();
+        if (solids_.size() == 1) solids_.back().triangles.reserve(most_);
+        numbers_ = {};
     }
     void AddFacet(const StlPoint& a, const StlPoint& b, const StlPoint& c) override {
         const int first = Node(a), second = Node(b), third = Node(c);
@@ -47,13 +43,15 @@ class SolidCollector : public StlSink {
   private:
     int Node(const StlPoint& point) {
         std::vector<StlPoint>& nodes = solids_.back().nodes;
-        const auto [place, isNew] = numbers_.try_emplace(point, static_cast<int>(nodes.size()) + 1);
+        const auto [number, isNew] =
+            numbers_.Take(point, [&](std::uint32_t at) -> const StlPoint& { return nodes[at]; });
         if (isNew) nodes.push_back(point);
-        return place->second;
+        return static_cast<int>(number) + 1;
     }
 
     std::vector<Solid> solids_;
-    std::unordered_map<StlPoint, int, PointHash> numbers_;
+    std::size_t most_;
+    PointNumbers numbers_;
     std::int64_t flat_ = 0;
 };
 
@@ -73,7 +71,8 @@ TopoDS_Face MakeFace(const SolidCollector::Solid& solid) {
 
 extern "C" Outcome ReadStl(JobContext& context) {
     const InputBytes file(context.file);
-    SolidCollector collector;
+    constexpr std::size_t kFacet = 50;  // bytes; as text a facet takes more
+    SolidCollector collector(file.View().size() / kFacet);
     const StlFacts facts = ScanStl(file.View(), collector);
     const std::string stem = Utf8(context.file.stem());
     std::int64_t solids = 0;
