@@ -5,9 +5,12 @@ every library. Prints tables in Markdown. Installs the other converters from Deb
 The programs take turns within each round, so that other load on the machine meets all of them alike; the figures are
 medians over the rounds, and the ratios are those of the medians."""
 import argparse
+import math
 import os
+import re
 import shutil
 import statistics
+import struct
 import subprocess
 import sys
 import tempfile
@@ -153,6 +156,55 @@ class Bench:
                 self.draw("draw_instances.glb", f"ReadStep D {source}\nXGetOneShape s D\nincmesh s 0.1\nWriteGltf D OUT")],
                 1)
 
+    def bodies(self):
+        """Many bodies, each a part of its own, by all processors: the others use one."""
+        mesh = "XGetOneShape s D\nincmesh s 0.1 -a 28.6478897565\n"
+        quality = ["--set", "STL CONF/LINEAR_DIS=0", "--set", "STL CONF/LINEAR_TOL=0.1",
+                   "--set", "STL CONF/ANGULAR_DIS=0", "--set", "STL CONF/ANGULAR_TOL=0.5"]
+        for count in (64, 256):
+            source = self.path(f"bodies{count}.step")
+            self.make_bodies(count, source)
+            for suffix, options, lines in (("stl", quality, mesh + "writestl s OUT 1"),
+                                           ("glb", quality, mesh + "WriteGltf D OUT"), ("stp", [], "WriteStep D OUT")):
+                alone = self.ours(source, f"alone.{suffix}", [*options, "--jobs-beside"])
+                alone.name += " with one processor"
+                print_table(f"{count} bodies ({os.path.getsize(source) / 1e6:.0f} MB), STEP to {suffix}", [
+                    self.ours(source, f"bodies.{suffix}", options), alone,
+                    self.draw(f"draw_bodies.{suffix}", f"ReadStep D {source}\n{lines}")], self.rounds)
+
+    def make_bodies(self, count, path):
+        """Copies of one part, the numbers of their entities moved apart."""
+        with open(SAMPLES + "/step/screw.step", encoding="latin-1") as file:
+            head, data = re.split(r"(?<=DATA;)", file.read(), maxsplit=1)
+        data, tail = data.rsplit("ENDSEC;", 1)
+        stride = max(map(int, re.findall(r"#(\d+)", data)))
+        copies = (re.sub(r"#(\d+)", lambda match: f"#{int(match[1]) + copy * stride}", data) for copy in range(count))
+        self.script(os.path.basename(path), head + "".join(copies) + "ENDSEC;" + tail)
+
+    def meshes(self):
+        """Triangles in, triangles out."""
+        small, large = self.path("small.stl"), self.path("large.stl")
+        self.make_mesh(224, small)
+        self.make_mesh(1581, large)
+        for suffix, kind in (("stl", "stlb"), ("fbx", "fbxa")):
+            theirs = self.path("assimp." + suffix)
+            print_table(f"0.1 million triangles, STL to {suffix}", [
+                self.ours(small, "small." + suffix),
+                Run("assimp", ["/usr/bin/assimp", "export", small, theirs, "-f" + kind], theirs)], self.rounds)
+        print_table("5 million triangles, STL to 3MF and glb", [
+            self.ours(large, "large.3mf"), self.ours(large, "large.glb")], self.rounds)
+
+    def make_mesh(self, side, path):
+        """A wavy square of so many times so many squares of two triangles."""
+        pack = struct.Struct("<12fH").pack
+        height = [[20 * math.sin(x * 0.01) * math.cos(y * 0.013) for y in range(side + 1)] for x in range(side + 1)]
+        with open(path, "wb") as file:
+            file.write(b" " * 80 + struct.pack("<I", 2 * side * side))
+            for x in range(side):
+                for y in range(side):
+                    a, b, c, d = ((x + i, y + j, height[x + i][y + j]) for i, j in ((0, 0), (1, 0), (1, 1), (0, 1)))
+                    file.write(pack(0, 0, 1, *a, *b, *c, 0) + pack(0, 0, 1, *a, *c, *d, 0))
+
     def make_instances(self, count, path):
         """By way of a DXF file, in which a block stands in rows and columns."""
         corners = [(x, y, z) for x in (0, 1) for y in (0, 1) for z in (0, 1)]
@@ -202,16 +254,15 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--worker", default=os.path.join(ROOT, "build/bin/Plugins/morvex-engine"))
     parser.add_argument("--rounds", type=int, default=5)
+    parser.add_argument("parts", nargs="*", default=["conversions", "many", "instances", "bodies", "meshes", "start"])
     arguments = parser.parse_args()
     need_programs()
     folder = tempfile.mkdtemp(prefix="engine-bench-")
     try:
         bench = Bench(os.path.abspath(arguments.worker), folder, arguments.rounds)
         print(f"Processors: {os.cpu_count()}, load before: {os.getloadavg()[0]:.1f}, rounds: {arguments.rounds}")
-        bench.conversions()
-        bench.many()
-        bench.instances()
-        bench.start()
+        for part in arguments.parts:
+            getattr(bench, part)()
     finally:
         shutil.rmtree(folder)
 

@@ -101,6 +101,7 @@ class ShareWork {
     // The shapes that belong to entities bound since then, and the set that they share.
     void Send(int first) const {
         BinTools_ShapeSet set;
+        set.SetFormatNb(BinTools_FormatVersion_VERSION_3);  // the only one that keeps all flags and points
         std::vector<std::pair<StepId, TopoDS_Shape>> shapes;
         for (int at = first; at <= process_->NbMapped(); ++at) {
             const TopoDS_Shape shape = TransferBRep::ShapeResult(process_->MapItem(at));
