@@ -49,7 +49,7 @@ extern "C" Outcome ReadIges(JobContext& context) {
 extern "C" Outcome WriteIges(JobContext& context) {
     IGESControl_Controller::Init();
     Interface_Static::SetCVal("write.iges.unit", "MM");
-    Interface_Static::SetIVal("write.iges.brep.mode", 1);  // else solids fall apart into faces
+    Interface_Static::SetIVal("write.iges.brep.mode", 1);        // else solids fall apart into faces
     IGESCAFControl_Writer& writer = *new IGESCAFControl_Writer;  // not freed either
     KeepAttributes(writer);
     if (!writer.Transfer(context.document.Data(), context.progress)) return NotTransferred(context);
