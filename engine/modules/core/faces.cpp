@@ -3,6 +3,7 @@
 #include <BRep_Tool.hxx>
 #include <TopExp_Explorer.hxx>
 #include <TopoDS.hxx>
+#include <algorithm>
 
 namespace morvex {
 
@@ -17,6 +18,10 @@ std::vector<TopoDS_Face> FacesOf(const TopoDS_Shape& shape) {
 bool HasSurface(const TopoDS_Face& face) {
     TopLoc_Location location;
     return !BRep_Tool::Surface(face, location).IsNull();
+}
+
+bool HasSurfaces(const TopoDS_Shape& shape) {
+    return std::ranges::all_of(FacesOf(shape), HasSurface);
 }
 
 FaceTriangles::FaceTriangles(const TopoDS_Face& face) {

@@ -14,6 +14,8 @@ namespace morvex {
 std::vector<TopoDS_Face> FacesOf(const TopoDS_Shape& shape);
 
 bool HasSurface(const TopoDS_Face& face);
+// Whether all faces of the shape have one; true of a shape without faces.
+bool HasSurfaces(const TopoDS_Shape& shape);
 
 // The triangles of a face as they lie in its part. Nodes and triangles count from 1.
 class FaceTriangles {

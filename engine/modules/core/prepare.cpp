@@ -8,15 +8,27 @@
 namespace morvex {
 namespace {
 
+std::vector<TDF_Label> PartsWithSurfaces(const Document& document) {
+    std::vector<TDF_Label> parts = document.Parts();
+    std::erase_if(parts, [](const TDF_Label& part) {
+        const TopoDS_Shape shape = XCAFDoc_ShapeTool::GetShape(part);
+        return !HasSurfaces(shape);
+    });
+    return parts;
+}
+
+// Facets are neither sewn nor made B-splines.
 Outcome GiveSurfaces(JobContext& context) {
-    if (!std::ranges::all_of(context.document.Faces(), HasSurface)) {
+    const std::vector<TopoDS_Face> faces = context.document.Faces();
+    const std::vector<TDF_Label> exact = PartsWithSurfaces(context.document);
+    context.facets = std::ranges::none_of(faces, HasSurface);
+    if (context.settings.sew) SewFaces(context, exact);
+    if (!std::ranges::all_of(faces, HasSurface)) {
         Outcome outcome = TrianglesToFaces(context);
         if (!outcome.IsOk()) return outcome;
-        context.facets = true;
     }
-    if (context.settings.sew && !context.facets) SewFaces(context);
     if (context.settings.constructSolids) CloseSolids(context.document);
-    return context.settings.toNurbs && !context.facets ? ToNurbs(context) : Outcome::Ok();
+    return context.settings.toNurbs ? ToNurbs(context, exact) : Outcome::Ok();
 }
 
 // In steps of five degrees an arc looks like a curve on a sheet.
@@ -53,7 +65,7 @@ Outcome Prepare(JobContext& context) {
         case Needs::Surfaces:
             return GiveSurfaces(context);
         case Needs::Anything:
-            return settings.toNurbs ? ToNurbs(context) : Outcome::Ok();
+            return settings.toNurbs ? ToNurbs(context, PartsWithSurfaces(context.document)) : Outcome::Ok();
     }
     return Outcome::Ok();
 }

@@ -28,17 +28,18 @@ void MaterialsToColours(Document& document);
 void DropColours(Document& document);
 // One part in place of the assembly tree, and another for what is hidden. Colours stay.
 void Flatten(Document& document, const std::string& name);
-// Every surface and curve as a B-spline.
-Outcome ToNurbs(JobContext& context);
-// Joins the loose faces of each part along edges that lie within tolerance of each other.
-void SewFaces(JobContext& context);
+// Every surface and curve of the parts as a B-spline.
+Outcome ToNurbs(JobContext& context, const std::vector<TDF_Label>& parts);
+// Joins the loose faces of each of the parts along edges that lie within tolerance of each other.
+void SewFaces(JobContext& context, const std::vector<TDF_Label>& parts);
 // Solids out of closed shells.
 void CloseSolids(Document& document);
 
 // Meshes every face that has a surface.
 Outcome MeshFaces(JobContext& context);
 
-// Faces that have triangles but no surface become plane faces with shared edges, and solids where they close.
+// Faces that have triangles but no surface become plane faces with shared edges, and solids where they close;
+// all else stays as it is.
 // Refused above a limit, as each triangle becomes about 1.2 KB of text and a third of a millisecond.
 Outcome TrianglesToFaces(JobContext& context);
 constexpr std::int64_t kMostFacets = 50'000;

@@ -4,6 +4,9 @@
 #include <Geom_Line.hxx>
 #include <Geom_Plane.hxx>
 #include <Precision.hxx>
+#include <TopExp.hxx>
+#include <TopTools_IndexedMapOfShape.hxx>
+#include <TopTools_ListOfShape.hxx>
 #include <TopoDS.hxx>
 #include <TopoDS_Compound.hxx>
 #include <TopoDS_Edge.hxx>
@@ -14,6 +17,8 @@
 #include <TopoDS_Wire.hxx>
 #include <algorithm>
 #include <array>
+#include <cmath>
+#include <numbers>
 #include <unordered_map>
 
 #include "engine/modules/core/faces.h"
@@ -92,6 +97,7 @@ class FacetBuilder {
         bool closed = true, isHollow = false;
         double volume = 0;  // six times it, signed
         Bnd_Box box;
+        std::vector<std::size_t> faces;
     };
 
     std::size_t Vertex(const gp_Pnt& point) {
@@ -143,7 +149,7 @@ class FacetBuilder {
         builder_.MakeFace(face, new Geom_Plane(axes), Precision::Confusion());
         builder_.Add(face, wire);
         faces_.emplace_back(face, group);
-        volumes_.push_back(gp_Vec(a.XYZ()).Dot(gp_Vec(b.XYZ()).Crossed(gp_Vec(c.XYZ()))));
+        corners_.push_back(corner);
     }
 
     // Which faces hang together: a forest in which each face points towards the first of its body.
@@ -161,7 +167,9 @@ class FacetBuilder {
             if (isNew) builder_.MakeShell(bodies.emplace_back().shell);
             Body& body = bodies[place->second];
             builder_.Add(body.shell, faces_[face].first);
-            body.volume += volumes_[face];
+            body.faces.push_back(face);
+            const auto [a, b, c] = CornersFrom(gp_Pnt(), face);
+            body.volume += a.Dot(b.Crossed(c));
         }
         for (const auto& [ends, edge] : edges_) {
             Body& body = bodies[numbers[First(edge.face)]];
@@ -173,14 +181,35 @@ class FacetBuilder {
         return bodies;
     }
 
-    // The smallest solid whose box holds that of the hollow.
-    static Body* Around(std::vector<Body>& bodies, const Body& hollow) {
+    std::array<gp_Vec, 3> CornersFrom(const gp_Pnt& point, std::size_t face) const {
+        const auto& [a, b, c] = corners_[face];
+        return {gp_Vec(point, points_[a]), gp_Vec(point, points_[b]), gp_Vec(point, points_[c])};
+    }
+
+    // Whether the faces of a closed body hide more than half of what can be seen from a point: the solid
+    // angles of its triangles sum up to the whole sphere within it, and to nothing outside.
+    bool IsWithin(const gp_Pnt& point, const Body& body) const {
+        double halfAngle = 0;
+        for (const std::size_t face : body.faces) {
+            const auto [a, b, c] = CornersFrom(point, face);
+            const double la = a.Magnitude(), lb = b.Magnitude(), lc = c.Magnitude();
+            halfAngle +=
+                std::atan2(a.Dot(b.Crossed(c)), la * lb * lc + a.Dot(b) * lc + b.Dot(c) * la + c.Dot(a) * lb);
+        }
+        return halfAngle > std::numbers::pi;
+    }
+
+    // The smallest solid that the hollow lies in.
+    Body* Around(std::vector<Body>& bodies, const Body& hollow) const {
+        // Not a corner: that may touch the solid.
+        const auto [a, b, c] = CornersFrom(gp_Pnt(), hollow.faces.front());
+        const gp_Pnt inner((a + b + c).XYZ() / 3);
         Body* smallest = nullptr;
         for (Body& body : bodies) {
             if (body.solid.IsNull() || body.volume < -hollow.volume) continue;
-            const bool holds =
-                !body.box.IsOut(hollow.box.CornerMin()) && !body.box.IsOut(hollow.box.CornerMax());
-            if (holds && (smallest == nullptr || body.volume < smallest->volume)) smallest = &body;
+            if (smallest != nullptr && body.volume >= smallest->volume) continue;
+            if (body.box.IsOut(hollow.box.CornerMin()) || body.box.IsOut(hollow.box.CornerMax())) continue;
+            if (IsWithin(inner, body)) smallest = &body;
         }
         return smallest;
     }
@@ -189,7 +218,7 @@ class FacetBuilder {
     std::vector<gp_Pnt> points_;
     std::vector<TopoDS_Vertex> vertices_;
     std::vector<std::pair<TopoDS_Face, int>> faces_;
-    std::vector<double> volumes_;
+    std::vector<std::array<std::size_t, 3>> corners_;  // of the faces
     std::vector<std::size_t> parents_;
     std::unordered_map<std::array<double, 3>, std::size_t, PointHash> indices_;
     std::unordered_map<std::uint64_t, Edge> edges_;
@@ -201,24 +230,35 @@ constexpr int kNoColour = -1;
 struct ColouredFacets {
     FacetBuilder facets;
     std::vector<Quantity_ColorRGBA> colours;
+    TopTools_ListOfShape exact;  // what stays as it is
 };
 
-void CollectFacets(const Document& document, const TDF_Label& part, ColouredFacets& result) {
-    for (const TopoDS_Face& face : FacesOf(XCAFDoc_ShapeTool::GetShape(part))) {
-        Quantity_ColorRGBA colour;
-        TDF_Label label;
-        int group = kNoColour;
-        if (document.Shapes()->FindSubShape(part, face, label) && document.ColourOf(label, colour)) {
-            const auto found = std::ranges::find(result.colours, colour);
-            group = static_cast<int>(found - result.colours.begin());
-            if (found == result.colours.end()) result.colours.push_back(colour);
-        }
-        result.facets.AddFace(face, group);
+// Sorts what the shape consists of: faces with nothing but triangles go to the facets.
+void CollectFacets(const Document& document, const TDF_Label& part, const TopoDS_Shape& shape,
+                   ColouredFacets& result) {
+    if (HasSurfaces(shape)) {
+        result.exact.Append(shape);
+        return;
     }
+    if (shape.ShapeType() != TopAbs_FACE) {
+        for (TopoDS_Iterator child(shape); child.More(); child.Next())
+            CollectFacets(document, part, child.Value(), result);
+        return;
+    }
+    Quantity_ColorRGBA colour;
+    TDF_Label label;
+    int group = kNoColour;
+    if (document.Shapes()->FindSubShape(part, shape, label) && document.ColourOf(label, colour)) {
+        const auto found = std::ranges::find(result.colours, colour);
+        group = static_cast<int>(found - result.colours.begin());
+        if (found == result.colours.end()) result.colours.push_back(colour);
+    }
+    result.facets.AddFace(TopoDS::Face(shape), group);
 }
 
-// The commonest colour when every face has one: that of the part.
+// The commonest colour when every face is a facet with one: that of the part.
 int PartColour(const ColouredFacets& coloured) {
+    if (!coloured.exact.IsEmpty()) return kNoColour;
     std::vector<std::size_t> uses(coloured.colours.size());
     for (const auto& [face, group] : coloured.facets.Faces()) {
         if (group == kNoColour) return kNoColour;
@@ -227,15 +267,29 @@ int PartColour(const ColouredFacets& coloured) {
     return uses.empty() ? kNoColour : static_cast<int>(std::ranges::max_element(uses) - uses.begin());
 }
 
+TopoDS_Shape Together(const TopoDS_Shape& facets, const TopTools_ListOfShape& exact) {
+    if (exact.IsEmpty()) return facets;
+    TopoDS_Compound all;
+    const BRep_Builder builder;
+    builder.MakeCompound(all);
+    for (const TopoDS_Shape& shape : exact) builder.Add(all, shape);
+    if (!facets.IsNull()) builder.Add(all, facets);
+    return all;
+}
+
 // Gives the part its new shape, with the colours that its faces had. False when nothing is left, since no
 // triangle has an area.
 bool Rebuild(Document& document, const TDF_Label& part, bool solids) {
     ColouredFacets coloured;
-    CollectFacets(document, part, coloured);
+    CollectFacets(document, part, XCAFDoc_ShapeTool::GetShape(part), coloured);
+    const TopoDS_Shape shape = Together(coloured.facets.Take(solids), coloured.exact);
+    TopTools_IndexedMapOfShape kept;
+    if (!shape.IsNull()) TopExp::MapShapes(shape, kept);
     TDF_LabelSequence old;
     XCAFDoc_ShapeTool::GetSubShapes(part, old);
-    for (const TDF_Label& label : old) label.ForgetAllAttributes();
-    const TopoDS_Shape shape = coloured.facets.Take(solids);
+    for (const TDF_Label& label : old) {
+        if (!kept.Contains(XCAFDoc_ShapeTool::GetShape(label))) label.ForgetAllAttributes();
+    }
     if (shape.IsNull()) return false;
     document.Shapes()->SetShape(part, shape);
 
@@ -256,6 +310,7 @@ bool Rebuild(Document& document, const TDF_Label& part, bool solids) {
 Outcome TrianglesToFaces(JobContext& context) {
     std::int64_t count = 0;
     for (const TopoDS_Face& face : context.document.Faces()) {
+        if (HasSurface(face)) continue;
         const FaceTriangles triangles(face);
         if (!triangles.IsNull()) count += triangles.Count();
     }
@@ -267,6 +322,7 @@ Outcome TrianglesToFaces(JobContext& context) {
     context.journal.Warn("The triangles of the mesh were converted to plane faces");
     std::int64_t flat = 0;
     for (const TDF_Label& part : context.document.Parts()) {
+        if (HasSurfaces(XCAFDoc_ShapeTool::GetShape(part))) continue;
         if (Rebuild(context.document, part, context.settings.constructSolids)) continue;
         Remove(context.document, part);
         ++flat;

@@ -115,6 +115,7 @@ bool SplitOff(Document& document, const TDF_Label& label) {
     const bool coloured = document.ColourOf(label, colour);
     LeaveOut(document, label);
     const TDF_Label part = document.AddPart(body, "hidden");
+    document.Shapes()->UpdateAssemblies();
     document.Colours()->SetVisibility(part, Standard_False);
     if (coloured) document.Colours()->SetColor(part, colour, XCAFDoc_ColorSurf);
     return true;
@@ -142,7 +143,6 @@ void RemoveEmptyAssemblies(const Document& document) {
             if (!XCAFDoc_ShapeTool::IsAssembly(shape) || XCAFDoc_ShapeTool::NbComponents(shape) > 0) continue;
             Remove(document, shape);
             again = true;
-            break;
         }
     }
     document.Shapes()->UpdateAssemblies();
@@ -176,7 +176,7 @@ void ApplyVisibility(JobContext& context) {
 }
 
 void DropWireframe(Document& document) {
-    bool removed = false;
+    bool removed = false, changed = false;
     for (const TDF_Label& part : document.Parts()) {
         const TopoDS_Shape shape = XCAFDoc_ShapeTool::GetShape(part);
         const TopoDS_Shape kept = WithoutWireframe(shape);
@@ -185,9 +185,14 @@ void DropWireframe(Document& document) {
             removed = true;
         } else if (!kept.IsSame(shape)) {
             document.Shapes()->SetShape(part, kept);
+            changed = true;
         }
     }
-    if (removed) RemoveEmptyAssemblies(document);
+    if (removed) {
+        RemoveEmptyAssemblies(document);
+    } else if (changed) {
+        document.Shapes()->UpdateAssemblies();
+    }
 }
 
 void MaterialsToColours(Document& document) {
@@ -246,9 +251,9 @@ void Flatten(Document& document, const std::string& name) {
     if (!flat.Roots().IsEmpty()) document = flat;
 }
 
-Outcome ToNurbs(JobContext& context) {
+Outcome ToNurbs(JobContext& context, const std::vector<TDF_Label>& parts) {
     std::int64_t failed = 0;
-    for (const TDF_Label& part : context.document.Parts()) {
+    for (const TDF_Label& part : parts) {
         const TopoDS_Shape shape = XCAFDoc_ShapeTool::GetShape(part);
         BRepBuilderAPI_NurbsConvert convert(shape);
         if (!convert.IsDone()) {

@@ -65,9 +65,9 @@ bool Sew(const Document& document, const TDF_Label& part) {
 
 }  // namespace
 
-void SewFaces(JobContext& context) {
+void SewFaces(JobContext& context, const std::vector<TDF_Label>& parts) {
     int sewn = 0;
-    for (const TDF_Label& part : context.document.Parts()) sewn += Sew(context.document, part) ? 1 : 0;
+    for (const TDF_Label& part : parts) sewn += Sew(context.document, part) ? 1 : 0;
     if (sewn == 0) return;
     context.document.Shapes()->UpdateAssemblies();
     context.journal.Warn("Loose faces of " + std::to_string(sewn) + " parts were sewn together");

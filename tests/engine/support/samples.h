@@ -40,4 +40,7 @@ std::string DxfBox();
 // the first is the root and mesh 0 is the box.
 std::string GltfBox(const std::string& nodes);
 
+// STEP with two triangles of one square inch together, as a product without surfaces: #6 is its definition.
+std::string TessellatedPlate();
+
 }  // namespace morvex::test
