@@ -91,7 +91,7 @@ class ObjWriter {
     std::size_t points_ = 0, normals_ = 0, textures_ = 0;
 };
 
-// Images lie beside the file, under its name and a number.
+// Images lie beside the file, under its name and a number; nobody calls images of their own like that.
 class MaterialWriter {
   public:
     MaterialWriter(const MeshScene& scene, const std::filesystem::path& path, Journal& journal)
@@ -113,7 +113,7 @@ class MaterialWriter {
         if (image.IsNull()) return;
         std::string& name = images_[image->TextureId().ToCString()];
         if (name.empty()) {
-            name = Utf8(path_.stem()) + "_" + std::to_string(images_.size()) + "." +
+            name = Utf8(path_.stem()) + ".texture" + std::to_string(images_.size()) + "." +
                    image->ProbeImageFileFormat().ToCString();
             if (!image->WriteImage(Utf8(path_.parent_path() / PathFromUtf8(name)).c_str())) {
                 journal_.Warn("An image could not be written");

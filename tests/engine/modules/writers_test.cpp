@@ -113,9 +113,9 @@ TEST_F(Writers, ImagesGoAlong) {
     const std::string binary = Convert(input, "out.glb");
     EXPECT_NE(ReadWhole(binary).find(image), std::string::npos);
     Convert(binary, "back.obj");
-    EXPECT_EQ(ReadWhole(folder_ / "back_1.png"), image);
+    EXPECT_EQ(ReadWhole(folder_ / "back.texture1.png"), image);
     EXPECT_NE(ReadWhole(folder_ / "back.obj").find("vt 0 1"), std::string::npos) << "turned over twice";
-    EXPECT_NE(ReadWhole(folder_ / "back.mtl").find("map_Kd back_1.png"), std::string::npos);
+    EXPECT_NE(ReadWhole(folder_ / "back.mtl").find("map_Kd back.texture1.png"), std::string::npos);
 }
 
 TEST_F(Writers, PartsWithoutAnyArea) {
@@ -134,6 +134,20 @@ TEST_F(Writers, LooseFacesAreSewnOnRequest) {
     const Facts sewn = ReadBack(Convert(input, "sewn.stp", {"--set", "TRANSFORMATION ENTITES/SEW=1"}));
     EXPECT_EQ(sewn.solids, 1);
     EXPECT_EQ(sewn.faces, ReadBack(input).faces);
+}
+
+// Signs that mean something to some libraries' paths.
+TEST(WrittenNames, WithSignsOfPaths) {
+    const ScratchFolder folder;
+    for (const char* name : {"rev^2", "a|b", "x:", "%s", "..c"}) {
+        SCOPED_TRACE(name);
+        std::filesystem::create_directory(folder / name);
+        for (const char* suffix : {"stl", "stp", "igs", "brep", "obj", "glb", "3mf"}) {
+            const std::string output = folder / name + "/" + name + "." + suffix;
+            EXPECT_EQ(RunWorker({Sample("step/screw.step"), output}).code, 0) << suffix;
+            EXPECT_TRUE(std::filesystem::exists(output)) << suffix;
+        }
+    }
 }
 
 }  // namespace

@@ -157,7 +157,7 @@ TEST(Hostile, SetsOfFilesAreReplacedWhole) {
     for (int time = 0; time < 2; ++time) {
         WriteWhole(at / "in/sub/inside.png", Image(static_cast<char>('a' + time)));
         ASSERT_EQ(RunWorker({at / "in/a.obj", at / "a.obj"}).code, 0);
-        EXPECT_EQ(ReadWhole(at / "a_1.png"), Image(static_cast<char>('a' + time)));
+        EXPECT_EQ(ReadWhole(at / "a.texture1.png"), Image(static_cast<char>('a' + time)));
     }
     // The set would take the name of the material file that the input has.
     const std::string materials = ReadWhole(at / "in/m.mtl");
