@@ -119,7 +119,7 @@ extern "C" Outcome ReadStep(JobContext& context) {
         return Outcome::Fail(ZEL_FAILED, "The assembly has too many part instances (more than " +
                                              std::to_string(kMostInstances) + ")");
     }
-    CheckExternalFiles(context, scan);
+    CheckExternalFiles(context, reader.Reader().WS());
     PlaceInstances(reader.Reader().WS(), whole.Next());
     const std::set<StepId> misplaced = PlaceScaledItems(reader.Reader().WS(), scan);
     Handle(TDocStd_Document) document = context.document.Data();
@@ -129,7 +129,7 @@ extern "C" Outcome ReadStep(JobContext& context) {
     if (!transferred && tessellated.empty()) return Damaged("The contents of the file could not be read");
     StepAccount account;
     account.Add(context.document, scan, reader.Reader().WS(), tessellated, misplaced, false, read.shapes);
-    AccountForExternalFiles(context, reader, scan, account);
+    AccountForExternalFiles(context, reader, reader.Reader().WS(), account);
     account.Send(context.journal);
     context.TellUnit(StepUnitOf(scan));
     return Outcome::Ok();

@@ -1,6 +1,7 @@
 #include "engine/modules/step/step_text.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
 #include <fstream>
 
@@ -34,7 +35,43 @@ void EscapeRun(std::string_view run, std::string& escaped) {
     if (open) escaped += "\\X0\\";
 }
 
+// Appends the letters of so many hexadecimal digits each that the text begins with, and takes them off it.
+void TakeLetters(std::string_view& text, std::size_t digits, std::string& decoded) {
+    while (text.size() >= digits) {
+        unsigned letter = 0;
+        const auto [stop, error] = std::from_chars(text.data(), text.data() + digits, letter, 16);
+        if (error != std::errc{} || stop != text.data() + digits) return;
+        AppendUtf8(decoded, static_cast<char32_t>(letter));
+        text.remove_prefix(digits);
+        if (digits == 2) return;
+    }
+}
+
 }  // namespace
+
+std::string DecodeStepText(std::string_view text) {
+    constexpr struct {
+        std::string_view mark;
+        std::size_t digits;
+    } kEscapes[] = {{"\\X\\", 2}, {"\\X2\\", 4}, {"\\X4\\", 8}, {"\\X0\\", 0}, {"\\\\", 0}};
+    std::string decoded;
+    while (!text.empty()) {
+        const auto* const escape =
+            std::ranges::find_if(kEscapes, [&](const auto& one) { return text.starts_with(one.mark); });
+        if (escape != std::end(kEscapes)) {
+            text.remove_prefix(escape->mark.size());
+            if (escape->mark.size() == 2) decoded += '\\';
+            if (escape->digits > 0) TakeLetters(text, escape->digits, decoded);
+        } else if (text.starts_with("\\S\\") && text.size() > 3) {
+            AppendUtf8(decoded, static_cast<char32_t>((text[3] & 0x7f) | 0x80));
+            text.remove_prefix(4);
+        } else {
+            decoded += text.front();
+            text.remove_prefix(1);
+        }
+    }
+    return decoded;
+}
 
 std::string EscapeStepText(std::string_view utf8) {
     std::string escaped;

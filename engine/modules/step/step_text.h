@@ -1,4 +1,4 @@
-// Letters beyond ASCII in STEP files.
+// Escaped letters in STEP files.
 #pragma once
 
 #include <filesystem>
@@ -12,6 +12,9 @@ namespace morvex {
 // The text with its UTF-8 letters beyond ASCII in the escapes of ISO 10303-21 (\X2\, \X4\); broken bytes
 // become U+FFFD. A run of such letters must not be cut at either end.
 std::string EscapeStepText(std::string_view utf8);
+
+// The text with such escapes undone, in UTF-8. What is no escape stays as it is.
+std::string DecodeStepText(std::string_view text);
 
 // A file that escapes what is written to it. Open CASCADE writes UTF-8 as it is, which few other systems
 // read.
