@@ -14,6 +14,7 @@
 #include <XCAFDoc_Location.hxx>
 #include <algorithm>
 #include <cmath>
+#include <compare>
 #include <gp_Quaternion.hxx>
 #include <map>
 #include <vector>
@@ -25,7 +26,17 @@
 namespace morvex {
 namespace {
 
-constexpr double kSameScale = 1e-9;
+constexpr double kSameScale = 1e-9;  // factors that differ by a smaller share are one
+
+struct FactorKey {
+    explicit FactorKey(double factor)
+        : mirrored(factor < 0),
+          size(std::llround(std::log(std::max(std::abs(factor), gp::Resolution())) / kSameScale)) {}
+    auto operator<=>(const FactorKey&) const = default;
+
+    bool mirrored;
+    long long size;
+};
 
 // A location is a rigid motion after a scaling about the origin; a negative factor mirrors. The scaling and a
 // rotation may change places, so the factors of nested locations simply multiply.
@@ -170,8 +181,7 @@ class LocationBaker {
         if (std::abs(factor - 1) < kSameScale) return shape;
         TCollection_AsciiString entry;
         TDF_Tool::Entry(shape, entry);
-        const auto [place, isNew] =
-            variants_.try_emplace({entry.ToCString(), std::lround(factor / kSameScale)});
+        const auto [place, isNew] = variants_.try_emplace({entry.ToCString(), FactorKey(factor)});
         if (!isNew) return place->second;
         const TDF_Label variant = place->second = shapes_.NewShape();
         CopyAttributes(shape, variant);
@@ -269,7 +279,7 @@ class LocationBaker {
     XCAFDoc_ShapeTool& shapes_;
     ShapeScaler scaler_;
     std::vector<TDF_Label> roots_;
-    std::map<std::pair<std::string, long>, TDF_Label> variants_;
+    std::map<std::pair<std::string, FactorKey>, TDF_Label> variants_;
     int changed_ = 0, lost_ = 0;
 };
 

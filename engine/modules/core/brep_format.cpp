@@ -49,6 +49,7 @@ extern "C" Outcome ReadBrep(JobContext& context) {
     const TopoDS_Shape shape = ReadShape(file, scan.text, context.progress);
     if (shape.IsNull()) return Damaged("The file is not valid BREP");
     context.document.AddPart(shape, Utf8(context.file.stem()));
+    context.document.Shapes()->UpdateAssemblies();
     if (!scan.text) return Outcome::Ok();
     context.journal.Account("shapes", scan.announced, scan.announced - scan.listed);
     context.journal.Account("solids", scan.solids, scan.solids - CountShapes(shape, TopAbs_SOLID));

@@ -118,7 +118,6 @@ TDF_Label Document::AddPart(const TopoDS_Shape& shape, const std::string& name) 
     const TDF_Label assembly = shapes_->NewShape();
     TDataStd_Name::Set(assembly, title);
     TDataStd_Name::Set(shapes_->AddComponent(assembly, part, location), title);
-    shapes_->UpdateAssemblies();
     return part;
 }
 

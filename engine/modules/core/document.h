@@ -34,7 +34,7 @@ class Document {
     const Handle(XCAFDoc_ColorTool) & Colours() const { return colours_; }
 
     // Adds a shape as one part. A location of the shape goes to an instance of it, since a part that is
-    // located by itself loses name and colour in several writers.
+    // located by itself loses name and colour in several writers; UpdateAssemblies is due after the last one.
     TDF_Label AddPart(const TopoDS_Shape& shape, const std::string& name);
 
     // Gives instances that carry no more than a running number the name of the part they show.

@@ -33,16 +33,18 @@ Handle(Image_Texture) TextureOf(std::string_view bytes, const std::string& id) {
     return new Image_Texture(buffer, id.c_str());
 }
 
-Handle(Image_Texture) TextureBeside(JobContext& context, const std::string& reference) {
+Handle(Image_Texture) SideTextures::Of(const std::string& reference) {
+    const auto [place, isNew] = known_.try_emplace(reference);
+    if (!isNew) return place->second;
     try {
-        const InputBytes bytes(FindSideFile(context, reference, kLargestImage));
-        Handle(Image_Texture) texture = TextureOf(bytes.View(), reference);
-        if (texture.IsNull()) throw ReadError("\"" + reference + "\", which the file refers to, is no image");
-        return texture;
+        const InputBytes bytes(FindSideFile(context_, reference, kLargestImage));
+        place->second = TextureOf(bytes.View(), reference);
+        if (place->second.IsNull())
+            throw ReadError("\"" + reference + "\", which the file refers to, is no image");
     } catch (const ReadError& error) {
-        context.journal.Warn(std::string("A texture was left out: ") + error.what());
-        return {};
+        context_.journal.Warn(std::string("A texture was left out: ") + error.what());
     }
+    return place->second;
 }
 
 }  // namespace morvex

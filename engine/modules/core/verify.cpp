@@ -93,18 +93,23 @@ double Distance(const Extent& a, const Extent& b) {
     return distance;
 }
 
+// So many may be missing without a word, and so many with a warning.
+struct Tolerance {
+    std::int64_t spare = 0, warned = 0;
+};
+
 class Comparison {
   public:
     explicit Comparison(Journal& journal) : journal_(journal) {}
 
     // A format stores a part once, or once for each place.
     void Count(const char* what, std::optional<std::int64_t> written, std::int64_t once, std::int64_t placed,
-               std::int64_t spare = 0) {
+               Tolerance tolerance = {}) {
         if (!written) return;
         const std::int64_t least = std::min(once, placed), missing = least - *written;
-        if (missing <= spare && *written <= std::max(once, placed)) return;
+        if (missing <= tolerance.spare && *written <= std::max(once, placed)) return;
         Differ(what, std::to_string(*written), std::to_string(placed),
-               missing > std::max(spare, least / 100));
+               missing > std::max(tolerance.spare, tolerance.warned));
     }
 
     void Number(const char* what, double written, double expected, double slack) {
@@ -192,11 +197,11 @@ void CompareScan(JobContext& context, const std::optional<Measures>& size, const
     const ModelCounts placed = context.document.Count();
     const PartCounts once = CountParts(context.document);
     comparison.Count("solids", written.solids, once.solids, placed.solids);
-    comparison.Count("faces", written.faces, once.faces, placed.faces);
+    comparison.Count("faces", written.faces, once.faces, placed.faces, {0, once.faces / 100});
     // Writers leave out what has collapsed.
     const bool fewer = written.triangles && *written.triangles < std::min(once.triangles, placed.triangles);
     comparison.Count("triangles", written.triangles, once.triangles, placed.triangles,
-                     fewer ? placed.instances * CountCollapsed(context.document) : 0);
+                     {fewer ? CountCollapsed(context.document) : 0, once.triangles / 100});
     if (written.geometry && written.geometry->Count() > 0 && size)
         comparison.Size(MeasuresOf(*written.geometry), *size,
                         kShare + SlackOf(size->box, 0) / std::max(size->box.Diagonal(), 1e-300));
@@ -266,7 +271,8 @@ Outcome CompareReadBack(JobContext& context, const std::optional<Measures>& size
     context.journal.Count("written", "instances", found.instances);
     if (!format.WritesTriangles()) {
         comparison.Count("solids read back", found.solids, expected.solids, expected.solids);
-        comparison.Count("faces read back", found.faces, expected.faces, expected.faces);
+        comparison.Count("faces read back", found.faces, expected.faces, expected.faces,
+                         {0, expected.faces / 100});
     }
     if (ReadsAllColours(format.id) && found.colours < expected.colours)
         context.journal.Warn("The written file has " + std::to_string(found.colours) + " of " +

@@ -5,7 +5,6 @@
 #include "engine/common/paths.h"
 #include "engine/common/text.h"
 #include "engine/modules/core/read_error.h"
-#include "engine/modules/core/texture.h"
 
 namespace morvex {
 namespace {
@@ -101,7 +100,7 @@ Handle(Image_Texture) GltfMaterials::Image(std::uint64_t number) {
     const Json& image = file_.Element("images", number);
     const std::string uri = Text(image, "uri"), id = Utf8(context_.file) + "#image" + std::to_string(number);
     const std::optional<std::string> data = GltfFile::DataUri(uri);
-    if (!uri.empty() && !data) return TextureBeside(context_, GltfFile::FileName(uri));
+    if (!uri.empty() && !data) return sideTextures_.Of(GltfFile::FileName(uri));
     Handle(Image_Texture) texture =
         TextureOf(data ? *data : file_.View(Whole(image, "bufferView").value_or(UINT64_MAX)), id);
     if (texture.IsNull()) context_.journal.Warn("A texture was left out: it is no image of a known kind");

@@ -48,7 +48,7 @@ std::string FileIn(std::string_view line) {
 
 class MaterialFile {
   public:
-    MaterialFile(JobContext& context, ObjMaterials& materials) : context_(context), materials_(materials) {}
+    MaterialFile(JobContext& context, ObjMaterials& materials) : textures_(context), materials_(materials) {}
 
     void Read(std::string_view text) {
         while (const auto line = TakeLine(text)) {
@@ -84,7 +84,7 @@ class MaterialFile {
         else if (keyword == "ns")
             surface_.Shininess = Shininess(rest);
         else if (keyword == "map_kd")
-            surface_.DiffuseTexture = TextureBeside(context_, FileIn(rest));
+            surface_.DiffuseTexture = textures_.Of(FileIn(rest));
     }
 
     // From the exponent of the highlight, 0 to 1000.
@@ -102,7 +102,7 @@ class MaterialFile {
         open_ = false;
     }
 
-    JobContext& context_;
+    SideTextures textures_;
     ObjMaterials& materials_;
     XCAFDoc_VisMaterialCommon surface_;
     std::string name_;

@@ -193,20 +193,21 @@ bool StepScan::TakeInstance(std::string_view statement) {
 }
 
 void StepScan::TakeWord(std::size_t start, std::size_t end) {
+    const std::size_t behind = end + (end < text_.size() && text_[end] == ';' ? 1 : 0);
     const std::string_view statement = Trim(text_.substr(start, end - start));
     const std::string_view word = statement.substr(0, WordLength(statement));
     if (word.starts_with("END-ISO")) {
         if (section_ == Section::Data) data_.back().end = start;
         hasEnd_ = true;
     } else if (word == "ENDSEC") {
-        if (section_ == Section::Header) headEnd_ = end + 1;
+        if (section_ == Section::Header) headEnd_ = behind;
         if (section_ == Section::Data) data_.back().end = start;
         section_ = Section::Other;
     } else if (word == "HEADER") {
         section_ = Section::Header;
     } else if (word == "DATA") {
         section_ = Section::Data;
-        data_.push_back({end + 1, end + 1});
+        data_.push_back({behind, behind});
     } else if (section_ == Section::Data) {
         ++broken_;
     }

@@ -201,6 +201,14 @@ WrittenFacts Scan3mf(string_view text) {
     return OfTriangles(CountOf(text, "<triangle v1="), points);
 }
 
+// Each triangle is a line of the list of corners.
+WrittenFacts ScanVrml(string_view text) {
+    std::int64_t triangles = 0;
+    ForEach(text, "coordIndex [",
+            [&](string_view rest) { triangles += CountOf(rest.substr(0, rest.find(']')), " -1\n"); });
+    return OfTriangles(triangles, PointsIn(text, "Coordinate { point [", ']'));
+}
+
 // The groups 10 to 33 of a face, each a line with the code and one with the number.
 WrittenFacts ScanDxf(string_view text) {
     Extent points;
@@ -233,7 +241,7 @@ WrittenFacts ScanWrittenMesh(FormatId format, string_view bytes, string_view sid
         case FormatId::Fbx:
             return ScanFbx(bytes);
         case FormatId::Vrml:
-            return OfTriangles(CountOf(bytes, " -1\n"), PointsIn(bytes, "Coordinate { point [", ']'));
+            return ScanVrml(bytes);
         case FormatId::Collada:
             return OfTriangles(SumOf(bytes, "<triangles count=\""),
                                PointsIn(bytes, "-points-array\" count=", '<'));

@@ -4,6 +4,7 @@
 #include <limits>
 #include <zlib.h>
 
+#include "engine/modules/core/context.h"
 #include "engine/modules/scene/output_file.h"
 
 namespace morvex {
@@ -134,7 +135,7 @@ FbxFile& FbxFile::Add(const std::vector<std::int32_t>& values) {
     return Array('i', values);
 }
 
-bool FbxFile::Write(const std::filesystem::path& path) {
+Outcome FbxFile::Write(const std::filesystem::path& path) {
     bytes_.append(kEmptyHead, '\0');
     bytes_ += kFooterId;
     bytes_.append(4, '\0');
@@ -142,10 +143,11 @@ bool FbxFile::Write(const std::filesystem::path& path) {
     Number(kVersion, 4);
     bytes_.append(120, '\0');
     bytes_ += kFooterEnd;
-    if (bytes_.size() > std::numeric_limits<std::uint32_t>::max()) return false;
+    if (bytes_.size() > std::numeric_limits<std::uint32_t>::max())
+        return Outcome::Fail(ZEL_FAILED, "The model is too large for one FBX file");
     OutputFile file(path);
     file.Write(bytes_);
-    return file.Close();
+    return Written(file.Close());
 }
 
 }  // namespace morvex

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "engine/common/outcome.h"
+
 namespace morvex {
 
 // Version 7.4. Built in memory, since each record begins with the place of its end; below 4 GB.
@@ -35,8 +37,8 @@ class FbxFile {
         return Open(name).Add(value).Close();
     }
 
-    // Adds the footer and writes everything. False when that failed or the file is too large for the format.
-    bool Write(const std::filesystem::path& path);
+    // Adds the footer and writes everything. Fails when that cannot be done, or when the file is too large.
+    Outcome Write(const std::filesystem::path& path);
 
   private:
     struct Record {

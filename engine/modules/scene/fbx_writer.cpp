@@ -188,7 +188,7 @@ extern "C" Outcome WriteFbx(JobContext& context) {
     MeshScene scene = MakeMeshScene(context.document, context.settings.normalsFromSurface);
     FillMaterials(scene, false);
     FbxWriter writer(scene);
-    return Written(writer.Build().Write(context.file));
+    return writer.Build().Write(context.file);
 }
 
 }  // namespace morvex

@@ -82,18 +82,21 @@ std::string StepProducts::NameOf(StepId definition) const {
     return {};
 }
 
-std::vector<gp_Trsf> StepProducts::PlacesOf(StepId definition) const {
-    std::vector<gp_Trsf> places;
-    Places(definition, gp_Trsf(), places, 0);
-    return places;
+StepProducts::PlaceList StepProducts::PlacesOf(StepId definition) const {
+    PlaceList list;
+    AddPlaces(definition, gp_Trsf(), list, 0);
+    return list;
 }
 
-void StepProducts::Places(StepId definition, const gp_Trsf& below, std::vector<gp_Trsf>& places,
-                          int depth) const {
+void StepProducts::AddPlaces(StepId definition, const gp_Trsf& below, PlaceList& list, int depth) const {
+    if (depth > kDeepest || list.places.size() >= kMostPlaces) {
+        list.whole = false;
+        return;
+    }
     const auto [first, last] = uses_.equal_range(definition);
-    if (first == last) places.push_back(below);
-    for (auto use = first; use != last && depth < kDeepest && places.size() < kMostPlaces; ++use)
-        Places(use->second.whole, use->second.place * below, places, depth + 1);
+    if (first == last) list.places.push_back(below);
+    for (auto use = first; use != last && list.whole; ++use)
+        AddPlaces(use->second.whole, use->second.place * below, list, depth + 1);
 }
 
 gp_Trsf StepProducts::Frame(StepId axes, double unit) const {

@@ -17,7 +17,11 @@ class StepProducts {
     StepId OwnerOf(StepId representation) const;
     std::string NameOf(StepId definition) const;
     // Where it stands in the whole: once for each way there from a product that is no part of another.
-    std::vector<gp_Trsf> PlacesOf(StepId definition) const;
+    struct PlaceList {
+        std::vector<gp_Trsf> places;
+        bool whole = true;  // false when it stops at a limit of number or depth
+    };
+    PlaceList PlacesOf(StepId definition) const;
 
   private:
     struct Use {
@@ -28,7 +32,7 @@ class StepProducts {
     void TakePlacement(const StepInstance& placement);
     gp_Trsf Frame(StepId axes, double unit) const;
     const StepInstance* Referred(std::string_view value) const { return file_.Find(StepReference(value)); }
-    void Places(StepId definition, const gp_Trsf& below, std::vector<gp_Trsf>& places, int depth) const;
+    void AddPlaces(StepId definition, const gp_Trsf& below, PlaceList& list, int depth) const;
 
     const StepScan& file_;
     std::map<StepId, StepId> owners_;  // of representations

@@ -153,6 +153,7 @@ void AddBody(Document& document, const std::vector<ColouredFace>& faces, const s
     const BRep_Builder builder;
     builder.MakeCompound(body);
     for (const ColouredFace& one : faces) builder.Add(body, one.face);
+    if (places.empty()) return;
     for (const gp_Trsf& place : places) document.AddPart(body.Located(TopLoc_Location(place)), name);
     const TDF_Label part = document.Shapes()->FindShape(body);
     for (const ColouredFace& one : faces) {
@@ -208,10 +209,14 @@ std::set<StepId> ReadTessellation(JobContext& context, const StepScan& file) {
         }
         if (faces.empty()) continue;
         added.insert(owner);
-        const std::string name = products.NameOf(owner);
-        AddBody(context.document, faces, name.empty() ? Utf8(context.file.stem()) : name,
-                products.PlacesOf(owner));
+        std::string name = products.NameOf(owner);
+        if (name.empty()) name = Utf8(context.file.stem());
+        const auto [places, whole] = products.PlacesOf(owner);
+        AddBody(context.document, faces, name, places);
+        if (!whole)
+            context.journal.Lose("places of \"" + name + "\", which is too deep down or has too many");
     }
+    context.document.Shapes()->UpdateAssemblies();
     context.journal.Account("tessellated faces", announced, missing);
     return added;
 }

@@ -274,48 +274,84 @@ TEST(External, PartsInFilesOfTheirOwn) {
     std::filesystem::remove(folder / part);
     EXPECT_EQ(convert().code, 5) << "a part that is not there";
     EXPECT_NE(ReadWhole(report).find("external file"), std::string::npos);
-    const ScratchFolder other;
-    WriteWhole(other / "other.step", whole);
-    const std::string outside = "../" + other.Path().filename().string() + "/other.step";
-    std::string assembly = ReadWhole(folder / "asm.step");
-    while (assembly.find(part) != std::string::npos) assembly = Replaced(assembly, part, outside);
-    WriteWhole(folder / "out.step", assembly);
-    EXPECT_EQ(RunWorker({"--keep-partial", folder / "out.step", folder / "out.stl"}).code, 5)
-        << "a part outside";
 }
 
-// Two triangles in inches as a product of their own, once alone and once as a part of an assembly at two
-// places.
-constexpr char kTessellated[] = R"(ISO-10303-21;
-HEADER;
-FILE_DESCRIPTION((''),'2;1');
-FILE_NAME('','',(''),(''),'','','');
-FILE_SCHEMA(('AP242_MANAGED_MODEL_BASED_3D_ENGINEERING_MIM_LF'));
-ENDSEC;
-DATA;
-#1=APPLICATION_CONTEXT('');
-#2=PRODUCT_CONTEXT('',#1,'mechanical');
-#3=PRODUCT('plate','plate','',(#2));
-#4=PRODUCT_DEFINITION_FORMATION('','',#3);
-#5=PRODUCT_DEFINITION_CONTEXT('part definition',#1,'design');
-#6=PRODUCT_DEFINITION('','',#4,#5);
-#7=PRODUCT_DEFINITION_SHAPE('','',#6);
-#8=SHAPE_DEFINITION_REPRESENTATION(#7,#9);
-#9=TESSELLATED_SHAPE_REPRESENTATION('',(#20),#10);
-#10=(GEOMETRIC_REPRESENTATION_CONTEXT(3)GLOBAL_UNIT_ASSIGNED_CONTEXT((#11))REPRESENTATION_CONTEXT('',''));
-#11=(CONVERSION_BASED_UNIT('INCH',#12)LENGTH_UNIT()NAMED_UNIT(#14));
-#12=LENGTH_MEASURE_WITH_UNIT(LENGTH_MEASURE(25.4),#13);
-#13=(LENGTH_UNIT()NAMED_UNIT(*)SI_UNIT(.MILLI.,.METRE.));
-#14=DIMENSIONAL_EXPONENTS(1.,0.,0.,0.,0.,0.,0.);
-#20=TESSELLATED_SHELL('',(#21),$);
-#21=COMPLEX_TRIANGULATED_FACE('',#22,4,(),$,(),((1,2,3,4)),());
-#22=COORDINATES_LIST('',4,((0.,0.,0.),(1.,0.,0.),(0.,1.,0.),(1.,1.,0.)));
-ENDSEC;
-END-ISO-10303-21;
-)";
+// However the name is written, and wherever the library looks for it.
+TEST(External, PartsOutsideAreNotRead) {
+    const ScratchFolder folder, other;
+    WriteAssembly(folder / "asm.step", true);
+    std::string part;
+    for (const std::string& name : folder.Names()) part = name.starts_with("part_") ? name : part;
+    ASSERT_FALSE(part.empty());
+    const std::string whole = ReadWhole(folder / part), assembly = ReadWhole(folder / "asm.step");
+    WriteWhole(other / "other.step", whole);
+    WriteWhole(other / "other", whole);
+    std::filesystem::create_symlink(other.Path() / "other", folder / "link");
+    const auto refused = [&] {
+        EXPECT_EQ(RunWorker({"--keep-partial", folder / "in.step", folder / "out.stl"}).code, 5);
+        const std::string report = ReadWhole(folder / "out.stl-zel.xml");
+        EXPECT_NE(report.find("lies outside its folder"), std::string::npos) << report;
+    };
+    const std::string above = "../" + other.Path().filename().string() + "/";
+    std::vector<std::string> names{above + "other.step",
+                                   above + "other",
+                                   other / "other.step",
+                                   "link",
+                                   "\\X\\2E./" + above.substr(3) + "other",
+                                   R"(\\\\nowhere\\share\\x.stp)"};
+    for (const std::string& name : names) {
+        SCOPED_TRACE(name);
+        std::string text = assembly;
+        while (text.find("'" + part + "'") != std::string::npos)
+            text = Replaced(text, "'" + part + "'", "'" + name + "'");
+        WriteWhole(folder / "in.step", text);
+        refused();
+    }
+    // In a part, which the library parses by itself.
+    WriteWhole(folder / "in.step", assembly);
+    for (const std::string& name : names) {
+        SCOPED_TRACE("a part of a part, " + name);
+        WriteWhole(folder / part,
+                   Replaced(whole, "ENDSEC;\nEND-ISO",
+                            "#99001=DOCUMENT_FILE('','" + name +
+                                "','',#99002,'',$);\n#99002=DOCUMENT_TYPE('');\nENDSEC;\nEND-ISO"));
+        refused();
+    }
+}
+
+// The plate in the top of an assembly, and once more far below it.
+std::string DeepAssembly() {
+    constexpr int kDepth = 102;
+    const auto id = [](int level, int number) { return "#" + std::to_string(level * 1000 + number); };
+    std::string text;
+    const auto use = [&](int level, int at, const std::string& definition, const std::string& shape) {
+        text += id(level, at) + "=NEXT_ASSEMBLY_USAGE_OCCURRENCE('','',''," + id(level, 3) + "," +
+                definition + ",$);" + id(level, at + 1) + "=PRODUCT_DEFINITION_SHAPE('',''," + id(level, at) +
+                ");" + id(level, at + 2) + "=CONTEXT_DEPENDENT_SHAPE_REPRESENTATION(" + id(level, at + 3) +
+                "," + id(level, at + 1) + ");" + id(level, at + 3) + "=(REPRESENTATION_RELATIONSHIP('',''," +
+                shape + "," + id(level, 6) +
+                ")REPRESENTATION_RELATIONSHIP_WITH_TRANSFORMATION(#74)SHAPE_REPRESENTATION_RELATIONSHIP());";
+    };
+    for (int level = 1; level <= kDepth; ++level) {
+        text += id(level, 1) + "=PRODUCT('p','p','',(#2));" + id(level, 2) +
+                "=PRODUCT_DEFINITION_FORMATION('',''," + id(level, 1) + ");" + id(level, 3) +
+                "=PRODUCT_DEFINITION('',''," + id(level, 2) + ",#5);" + id(level, 4) +
+                "=PRODUCT_DEFINITION_SHAPE('',''," + id(level, 3) + ");" + id(level, 5) +
+                "=SHAPE_DEFINITION_REPRESENTATION(" + id(level, 4) + "," + id(level, 6) + ");" +
+                id(level, 6) + "=SHAPE_REPRESENTATION('',(#60),#10);";
+        if (level == 1)
+            use(level, 10, "#6", "#9");
+        else
+            use(level, 10, id(level - 1, 3), id(level - 1, 6));
+    }
+    use(kDepth, 20, "#6", "#9");
+    return text +
+           "\n#60=AXIS2_PLACEMENT3D('',#61,$,$);#61=CARTESIAN_POINT('',(0.,0.,0.));"
+           "#74=ITEM_DEFINED_TRANSFORMATION('','',#60,#60);\nENDSEC;\nEND-ISO";
+}
 
 TEST(Tessellated, BodiesWithoutSurfaces) {
-    const std::string text = kTessellated, bad = Replaced(text, "((1,2,3,4))", "((1,2,3,9))");
+    const std::string text = TessellatedPlate(), bad = Replaced(text, "((1,2,3,4))", "((1,2,3,9))");
     const std::string assembly = R"(#50=PRODUCT('top','top','',(#2));
 #51=PRODUCT_DEFINITION_FORMATION('','',#50);
 #52=PRODUCT_DEFINITION('','',#51,#5);
@@ -342,6 +378,7 @@ END-ISO)";
            {"unit.step", text, "<read unit=\"25.4\""},
            {"placed.step", Replaced(text, "ENDSEC;\nEND-ISO", assembly),
             "box=\"0 0 0 25.4 25.4 76.2\" area=\"1290.32\""},
+           {"deep.step", Replaced(text, "ENDSEC;\nEND-ISO", DeepAssembly()), "<missing>places of"},
            {"corner.step",
             Replaced(Replaced(text, "(#20),#10", "(#20,#25),#10"),
                      "#20=", "#25=TRIANGULATED_FACE('',#22,4,(),$,(),((1,2,7)));\n#20="),

@@ -72,5 +72,15 @@ TEST(Placement, ScaleAndMirroringAreInThePartsOfEveryFormat) {
         EXPECT_TRUE(ReadBack(folder / "out.dae").names.contains(name)) << name;
 }
 
+// Each factor has a copy of the part, whatever its size.
+TEST(Placement, FarTooLargeFactorsStayApart) {
+    const ScratchFolder folder;
+    WriteWhole(folder / "in.gltf", GltfBox(R"([{"name":"top","children":[1,2]},
+        {"name":"one","mesh":0,"scale":[1e10,1e10,1e10]},{"name":"two","mesh":0,"scale":[2e10,2e10,2e10]}])"));
+    ASSERT_EQ(RunWorker({folder / "in.gltf", folder / "out.stl"}).code, 0);
+    const Facts out = ReadBack(folder / "out.stl");
+    EXPECT_NEAR(out.high[0] / out.low[0], 2 * kBoxHigh[0] / kBoxLow[0], 0.01);
+}
+
 }  // namespace
 }  // namespace morvex::test

@@ -90,6 +90,22 @@ TEST_F(Verify, DifferencesWarnAndGapsFail) {
     EXPECT_TRUE(Check("solid\nendsolid\n").IsOk());
 }
 
+std::string Times(int count, const std::string& text) {
+    std::string all;
+    for (; count > 0; --count) all += text;
+    return all;
+}
+
+TEST_F(Verify, NoSolidMayBeMissing) {
+    for (int part = 1; part < 150; ++part) document_.AddPart(BRepPrimAPI_MakeBox(10, 20, 30).Shape(), "box");
+    request_.to = FindFormatByName("BREP");
+    const auto file = [](int solids) {
+        return "\nTShapes 1\n" + Times(solids, "\nSo\n") + Times(900, "\nFa\n");
+    };
+    EXPECT_TRUE(Check(file(150)).IsOk());
+    EXPECT_EQ(Check(file(149)).result, ZEL_FAILED);
+}
+
 template <class... Numbers>
 std::string Bytes(Numbers... numbers) {
     std::string bytes;
@@ -100,17 +116,13 @@ std::string Bytes(Numbers... numbers) {
     return bytes;
 }
 
-std::string Times(int count, const std::string& text) {
-    std::string all;
-    for (; count > 0; --count) all += text;
-    return all;
-}
-
 // As much of a file as is looked at: the counts of the box, and two of its corners, (0, 0, 0) and (10, 20,
 // z).
 std::string FileWith(const std::string& format, int z) {
     const std::string up = std::to_string(z), points = "0 0 0 10 20 " + up + " ";
-    if (format == "VRML") return "Coordinate { point [" + points + "]" + Times(12, " -1\n");
+    if (format == "VRML")
+        return "translation 0 0 -1\nCoordinate { point [" + points + "] coordIndex [" + Times(12, " -1\n") +
+               "]";
     if (format == "Collada")
         return "-points-array\" count=\"6\">" + points + "</float_array><triangles count=\"12\"";
     if (format == "FBX")
