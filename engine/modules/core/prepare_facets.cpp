@@ -186,9 +186,9 @@ class FacetBuilder {
         return {gp_Vec(point, points_[a]), gp_Vec(point, points_[b]), gp_Vec(point, points_[c])};
     }
 
-    // Whether the faces of a closed body hide more than half of what can be seen from a point: the solid
-    // angles of its triangles sum up to the whole sphere within it, and to nothing outside.
-    bool IsWithin(const gp_Pnt& point, const Body& body) const {
+    // How much of what can be seen from a point a closed body hides: all (1) within it and nothing outside.
+    // The solid angles of its triangles sum up to that.
+    double ShareOfSight(const gp_Pnt& point, const Body& body) const {
         double halfAngle = 0;
         for (const std::size_t face : body.faces) {
             const auto [a, b, c] = CornersFrom(point, face);
@@ -196,20 +196,28 @@ class FacetBuilder {
             halfAngle +=
                 std::atan2(a.Dot(b.Crossed(c)), la * lb * lc + a.Dot(b) * lc + b.Dot(c) * la + c.Dot(a) * lb);
         }
-        return halfAngle > std::numbers::pi;
+        return halfAngle / (2 * std::numbers::pi);
+    }
+
+    // By the first face of the hollow that does not touch the body.
+    bool IsWithin(const Body& hollow, const Body& body) const {
+        constexpr double kNearly = 0.9;
+        for (const std::size_t face : hollow.faces) {
+            const auto [a, b, c] = CornersFrom(gp_Pnt(), face);
+            const double share = ShareOfSight((a + b + c).XYZ() / 3, body);
+            if (share > kNearly || share < 1 - kNearly) return share > kNearly;
+        }
+        return false;
     }
 
     // The smallest solid that the hollow lies in.
     Body* Around(std::vector<Body>& bodies, const Body& hollow) const {
-        // Not a corner: that may touch the solid.
-        const auto [a, b, c] = CornersFrom(gp_Pnt(), hollow.faces.front());
-        const gp_Pnt inner((a + b + c).XYZ() / 3);
         Body* smallest = nullptr;
         for (Body& body : bodies) {
             if (body.solid.IsNull() || body.volume < -hollow.volume) continue;
             if (smallest != nullptr && body.volume >= smallest->volume) continue;
             if (body.box.IsOut(hollow.box.CornerMin()) || body.box.IsOut(hollow.box.CornerMax())) continue;
-            if (IsWithin(inner, body)) smallest = &body;
+            if (IsWithin(hollow, body)) smallest = &body;
         }
         return smallest;
     }

@@ -9,6 +9,7 @@
 #include <StepBasic_SourceItem.hxx>
 #include <StepData_SelectNamed.hxx>
 #include <TCollection_HAsciiString.hxx>
+#include <XSControl_TransferReader.hxx>
 #include <map>
 #include <set>
 
@@ -163,12 +164,14 @@ void CheckBelow(JobContext& context, const StepScan& file, std::set<fs::path>& o
 
 void CheckExternalFiles(JobContext& context, const Handle(XSControl_WorkSession) & session) {
     const std::map<std::string, std::string> outside = Disarm(*session->Model());
+    session->TransferReader()->BeginTransfer();  // which is told of files that are missing
     std::error_code error;
     std::set<fs::path> open{ResolvedPath(context.file, error)};
-    for (const auto& [name, isShape] : ReferencesOf(session)) {
+    for (const Reference& reference : ReferencesOf(session)) {
+        const std::string& name = reference.name;
         const auto old = outside.find(name);
-        if (old != outside.end() && isShape) RefuseOutside(old->second);
-        if (old == outside.end() && IsThere(context, name)) CheckFile(context, name, open);
+        if (old != outside.end()) RefuseOutside(old->second);
+        if (IsThere(context, name)) CheckFile(context, name, open);
     }
 }
 

@@ -378,12 +378,14 @@ END-ISO)";
            {"unit.step", text, "<read unit=\"25.4\""},
            {"placed.step", Replaced(text, "ENDSEC;\nEND-ISO", assembly),
             "box=\"0 0 0 25.4 25.4 76.2\" area=\"1290.32\""},
-           {"deep.step", Replaced(text, "ENDSEC;\nEND-ISO", DeepAssembly()), "<missing>places of"},
            {"corner.step",
             Replaced(Replaced(text, "(#20),#10", "(#20,#25),#10"),
                      "#20=", "#25=TRIANGULATED_FACE('',#22,4,(),$,(),((1,2,7)));\n#20="),
             "<missing>1 of 2 tessellated faces"}});
     const ScratchFolder folder;
+    WriteWhole(folder / "deep.step", Replaced(text, "ENDSEC;\nEND-ISO", DeepAssembly()));
+    EXPECT_EQ(RunWorker({folder / "deep.step", folder / "deep.stl"}).code, 5);
+    EXPECT_NE(ReadWhole(folder / "deep.stl-zel.xml").find("<missing>places of"), std::string::npos);
     WriteWhole(folder / "bad.step", bad);
     EXPECT_EQ(RunWorker({folder / "bad.step", folder / "bad.stl"}).code, 5);
     const std::string green = R"(#30=COLOUR_RGB('',0.,1.,0.);

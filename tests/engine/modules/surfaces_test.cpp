@@ -94,20 +94,21 @@ using Outline = std::vector<std::array<double, 2>>;
 // The facets of a prism, inside out when it goes down. Its first corner sees all others.
 std::string Prism(const Outline& outline, double from, double to) {
     std::string text;
-    const auto facet = [&](const std::array<Corner, 3>& corners) {
+    const auto facet = [&](const Corner& first, const Corner& second, const Corner& third) {
         text += "facet normal 0 0 0\nouter loop\n";
-        for (const auto& [x, y, z] : corners)
+        for (const auto& [x, y, z] : {first, second, third})
             text += "vertex " + std::to_string(x) + " " + std::to_string(y) + " " + std::to_string(z) + "\n";
         text += "endloop\nendfacet\n";
     };
     for (std::size_t at = 0; at < outline.size(); ++at) {
-        const auto& [x, y] = outline[at], &[ u, v ] = outline[(at + 1) % outline.size()];
-        facet({{{x, y, from}, {u, v, from}, {u, v, to}}});
-        facet({{{x, y, from}, {u, v, to}, {x, y, to}}});
+        const auto& [x, y] = outline[at];
+        const auto& [u, v] = outline[(at + 1) % outline.size()];
+        facet({x, y, from}, {u, v, from}, {u, v, to});
+        facet({x, y, from}, {u, v, to}, {x, y, to});
         if (at == 0 || at + 1 == outline.size()) continue;
         const auto& [a, b] = outline.front();
-        facet({{{a, b, to}, {x, y, to}, {u, v, to}}});
-        facet({{{a, b, from}, {u, v, from}, {x, y, from}}});
+        facet({a, b, to}, {x, y, to}, {u, v, to});
+        facet({a, b, from}, {u, v, from}, {x, y, from});
     }
     return text;
 }
