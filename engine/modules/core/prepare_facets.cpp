@@ -189,12 +189,14 @@ class FacetBuilder {
     // How much of what can be seen from a point a closed body hides: all (1) within it and nothing outside.
     // The solid angles of its triangles sum up to that.
     double ShareOfSight(const gp_Pnt& point, const Body& body) const {
+        constexpr double kFlat = 1e-9;
         double halfAngle = 0;
         for (const std::size_t face : body.faces) {
             const auto [a, b, c] = CornersFrom(point, face);
             const double la = a.Magnitude(), lb = b.Magnitude(), lc = c.Magnitude();
-            halfAngle +=
-                std::atan2(a.Dot(b.Crossed(c)), la * lb * lc + a.Dot(b) * lc + b.Dot(c) * la + c.Dot(a) * lb);
+            const double space = a.Dot(b.Crossed(c));
+            if (std::abs(space) <= kFlat * la * lb * lc) continue;  // seen edge on, or the point lies on it
+            halfAngle += std::atan2(space, la * lb * lc + a.Dot(b) * lc + b.Dot(c) * la + c.Dot(a) * lb);
         }
         return halfAngle / (2 * std::numbers::pi);
     }

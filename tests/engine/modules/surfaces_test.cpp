@@ -126,7 +126,7 @@ TEST(Facets, HollowsAreWhatLiesWithin) {
         double volume;
     } cases[] = {
         {"within", Prism(angle, 0, 10) + Prism(Square(2, 5), 7, 2), 1, 5000 - 125},
-        {"touching", Prism(angle, 0, 10) + Prism(Square(0, 5), 5, 0), 1, 5000 - 125},
+        {"touching", Prism(angle, 0, 10) + Prism(Square(1, 5), 5, 0), 1, 5000 - 125},
         {"in the notch", Prism(angle, 0, 10) + Prism(Square(15, 5), 7, 2), 2, 5000 + 125},
         {"within what is within",
          Prism(Square(0, 30), 0, 30) + Prism(Square(2, 20), 22, 2) + Prism(Square(4, 10), 4, 14) +
