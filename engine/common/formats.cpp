@@ -18,7 +18,7 @@ constexpr int kStepCodes[] = {4}, kIgesCodes[] = {6}, kBrepCodes[] = {42}, kStlC
               kDrawingCodes[] = {33}, kDwgCodes[] = {35}, kPdfCodes[] = {43}, kEmfCodes[] = {49},
               kXmlCodes[] = {27};
 constexpr std::span<const int> kNoCodes;  // of what only the command reads
-constexpr Suffix kStepSuffixes[] = {".stp", ".step", ".stpnc", ".stpa", ".stpz", ".stpx", ".stpxz"},
+constexpr Suffix kStepSuffixes[] = {".stp", ".step", ".stpnc", ".stpa", ".stpz", ".stpx", ".stpxz", ".p21"},
                  kIgesSuffixes[] = {".igs", ".iges", ".ig2"}, kBrepSuffixes[] = {".brep"},
                  kStlSuffixes[] = {".stl"}, kVrmlSuffixes[] = {".wrl", ".vrml"}, kObjSuffixes[] = {".obj"},
                  kGltfSuffixes[] = {".gltf"}, kGlbSuffixes[] = {".glb"}, kColladaSuffixes[] = {".dae"},

@@ -217,6 +217,18 @@ TEST_F(StepLoss, HiddenEntitiesOfIges) {
     iges = ReadWhole(folder / "one.igs");
     WriteWhole(folder / "none.igs", iges.replace(iges.find("\n     186 ") + 65, 2, "01"));
     EXPECT_EQ(RunWorker({folder / "none.igs", folder / "none.stl"}).code, 32) << "nothing is in sight";
+    // The faces and their shell hidden, and the solid, which is not, of a type that there is none.
+    iges = ReadWhole(folder / "one.igs");
+    for (std::size_t line = 0; iges.find('\n', line) != std::string::npos; line = iges.find('\n', line) + 1) {
+        const std::string type = iges.substr(line, 8), digits = iges.substr(line + 73, 7);
+        if (iges[line + 72] != 'D' || std::stoi(digits) % 2 == 0) continue;
+        if (type == "     510" || type == "     514") iges.replace(line + 64, 4, "0100");
+        if (type == "     186") iges.replace(line + 5, 3, "999");
+    }
+    WriteWhole(folder / "damaged.igs", iges);
+    const WorkerRun damaged = RunWorker({folder / "damaged.igs", folder / "none.stl"});
+    EXPECT_EQ(damaged.code, 5);
+    EXPECT_NE(damaged.errors.find("Missing: 1 of 1 solids"), std::string::npos) << damaged.errors;
 }
 
 // What is left of a damaged mesh is converted on request only.
