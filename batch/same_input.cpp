@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include <optional>
 #include <string_view>
 
 #include "win/file_identity.h"
@@ -40,9 +39,7 @@ bool SameInput(const std::wstring& a, const std::wstring& b) {
     if (first == second) return true;
     // A drive and a share may lead to one file. Under Wine one drive holds many volumes, whose files have
     // equal numbers.
-    if (RootOf(first) == RootOf(second)) return false;
-    const std::optional<FileId> one = IdentityOf(a), other = IdentityOf(b);
-    return one && other && one->number == other->number && one->volume == other->volume;
+    return RootOf(first) != RootOf(second) && SameFile(a, b);
 }
 
 }  // namespace morvex

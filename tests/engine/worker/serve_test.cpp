@@ -126,8 +126,7 @@ TEST(Serve, MemoryOfAJobIsAShareOfTheMachines) {
         service.SendJob(job);
         ASSERT_TRUE(Within(20s, [&] { return ChildOf(service.Process()) != 0; }));
         const pid_t child = ChildOf(service.Process());
-        const double wanted =
-            std::max(1073741824.0, machine * (atOnce > 1 ? 0.75 / atOnce : 0.5));
+        const double wanted = std::max(1073741824.0, machine * (atOnce > 1 ? 0.75 / atOnce : 0.5));
         const auto limit = [&] {
             const std::string limits = ReadWhole("/proc/" + std::to_string(child) + "/limits");
             const std::string name = "Max address space";
