@@ -54,11 +54,20 @@ bool StartPatiently(Start start) {
     return true;
 }
 
+// In bytes, 0 when it is not known. Asked once, by one thread: Wine keeps the answer for a second in a place
+// without a lock, where whoever asks beside the first one finds zeros.
+std::uint64_t MachineMemory() {
+    static const std::uint64_t bytes = [] {
+        MEMORYSTATUSEX machine{};
+        machine.dwLength = sizeof machine;
+        return GlobalMemoryStatusEx(&machine) ? machine.ullTotalPhys : 0;
+    }();
+    return bytes;
+}
+
 std::uint64_t MostMemoryOfChild(unsigned megabytes) {
     if (megabytes != 0) return std::uint64_t{megabytes} << 20;
-    MEMORYSTATUSEX machine{};
-    machine.dwLength = sizeof machine;
-    return GlobalMemoryStatusEx(&machine) ? machine.ullTotalPhys / 4 * 3 : UINT64_MAX;
+    return MachineMemory() == 0 ? UINT64_MAX : MachineMemory() / 4 * 3;
 }
 
 // One for all that this process runs: some of its runs are of one file.
