@@ -118,9 +118,10 @@ TEST_F(ResultCardTest, LeavesTheStatusesInSight) {
     OpenWithResults();
     RECT window{};
     GetWindowRect(window_->Handle(), &window);
-    const int width = window.right - window.left, screen = GetSystemMetrics(SM_CXSCREEN);
+    const int screen = GetSystemMetrics(SM_CXSCREEN), width = screen * 3 / 4;  // in the middle no room beside
     for (const int left : {0, (screen - width) / 2, screen - width}) {
-        SetWindowPos(window_->Handle(), nullptr, left, window.top, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
+        SetWindowPos(window_->Handle(), nullptr, left, window.top, width, window.bottom - window.top,
+                     SWP_NOZORDER);
         PressInList(VK_SPACE);
         ASSERT_TRUE(Card());
         RECT card{}, statuses{};
