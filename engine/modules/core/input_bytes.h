@@ -11,22 +11,29 @@
 
 namespace morvex {
 
-// The whole of a file, as bytes of the process's own: they may be changed without changing the file.
+// The whole of a file.
 class InputBytes {
   public:
     // A file that the user has named. Throws ReadError when it is no regular file or cannot be read.
-    explicit InputBytes(const std::filesystem::path& path);
+    explicit InputBytes(const std::filesystem::path& path) : InputBytes(path, false) {}
     ~InputBytes();
     InputBytes(InputBytes&& other) noexcept;
     InputBytes(const InputBytes&) = delete;
     InputBytes& operator=(const InputBytes&) = delete;
 
     std::string_view View() const { return {data_, size_}; }
-    char* Data() { return data_; }
 
-  private:
+  protected:
+    InputBytes(const std::filesystem::path& path, bool changeable);
     char* data_ = nullptr;
     std::size_t size_ = 0;
+};
+
+// Bytes that may be changed without changing the file. They count as memory of the process.
+class ChangeableBytes : public InputBytes {
+  public:
+    explicit ChangeableBytes(const std::filesystem::path& path) : InputBytes(path, true) {}
+    char* Data() { return data_; }
 };
 
 // Bytes in memory for a stream to read from.

@@ -9,18 +9,19 @@
 namespace morvex {
 namespace {
 
-// A view of the file in which changes stay the process's own; null when there is none.
-void* Map(HANDLE file) {
-    const HANDLE mapping = CreateFileMappingW(file, nullptr, PAGE_WRITECOPY, 0, 0, nullptr);
+// A view of the file; null when there is none. Changes in it stay the process's own.
+void* Map(HANDLE file, bool changeable) {
+    const HANDLE mapping =
+        CreateFileMappingW(file, nullptr, changeable ? PAGE_WRITECOPY : PAGE_READONLY, 0, 0, nullptr);
     if (mapping == nullptr) return nullptr;
-    void* const view = MapViewOfFile(mapping, FILE_MAP_COPY, 0, 0, 0);
+    void* const view = MapViewOfFile(mapping, changeable ? FILE_MAP_COPY : FILE_MAP_READ, 0, 0, 0);
     CloseHandle(mapping);
     return view;
 }
 
 }  // namespace
 
-InputBytes::InputBytes(const std::filesystem::path& path) {
+InputBytes::InputBytes(const std::filesystem::path& path, bool changeable) {
     constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
     const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING,
                                     FILE_ATTRIBUTE_NORMAL, nullptr);
@@ -28,7 +29,7 @@ InputBytes::InputBytes(const std::filesystem::path& path) {
     const bool regular =
         file != INVALID_HANDLE_VALUE && GetFileType(file) == FILE_TYPE_DISK && GetFileSizeEx(file, &size);
     size_ = static_cast<std::size_t>(size.QuadPart);
-    data_ = regular && size_ > 0 ? static_cast<char*>(Map(file)) : nullptr;
+    data_ = regular && size_ > 0 ? static_cast<char*>(Map(file, changeable)) : nullptr;
     if (file != INVALID_HANDLE_VALUE) CloseHandle(file);
     if (!regular || (size_ > 0 && data_ == nullptr)) throw ReadError("\"" + Utf8(path) + "\" cannot be read");
 }

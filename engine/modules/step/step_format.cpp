@@ -100,7 +100,7 @@ std::string Closed(std::string_view text) {
 
 extern "C" Outcome ReadStep(JobContext& context) {
     STEPCAFControl_Controller::Init();
-    InputBytes file(context.file);
+    ChangeableBytes file(context.file);
     const StepScan scan(file.View());
     if (!scan.HasEnd()) {
         if (!context.settings.keepPartial) return Damaged("The end of the file is missing");
