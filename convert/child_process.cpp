@@ -127,6 +127,8 @@ class Child {
             {kSideBySideVariable, std::to_wstring(atOnce)}, {kRunVariable, NameOfRun()},
             {kResultChannelVariable, channel_.Name()},
         };
+        if (request.megabytesPerFile != 0)
+            variables[kMegabytesVariable] = std::to_wstring(request.megabytesPerFile);
         if (request.pictures) variables[kPictureVariable] = L"1";
         if (!request.userFolder.empty()) variables[kUserFolderVariable] = request.userFolder;
         std::wstring environment = EnvironmentBlockWith(variables);

@@ -28,6 +28,8 @@ inline constexpr wchar_t kFormatInVariable[] = L"MORVEX_FORMAT_IN";
 inline constexpr wchar_t kFormatOutVariable[] = L"MORVEX_FORMAT_OUT";
 // Tells the conversion library in a child how many conversions run at the same time, its own included.
 inline constexpr wchar_t kSideBySideVariable[] = L"MORVEX_SIDE_BY_SIDE";
+// The most memory that a conversion may take there: the library may do its work in a process of its own.
+inline constexpr wchar_t kMegabytesVariable[] = L"MORVEX_MEGABYTES";
 // Names the run to that library, the same text in all children of a process and in no other's.
 inline constexpr wchar_t kRunVariable[] = L"MORVEX_RUN";
 // Asks the conversion library in a child for a picture of the model, in its report.

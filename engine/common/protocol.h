@@ -29,6 +29,8 @@
 #define MORVEX_JOB_TRACE "trace="
 #define MORVEX_JOB_REFUSED "refused="
 #define MORVEX_JOB_RUN "run="
+#define MORVEX_JOB_MEGABYTES \
+    "megabytes=" /* the most memory that the conversion may take; 0: its usual share */
 
 #define MORVEX_LINE_READY 'S'
 #define MORVEX_LINE_PROGRESS 'P'

@@ -194,6 +194,13 @@ static int ConversionsAtOnce(int parallel) {
     return (int)machine.dwNumberOfProcessors;
 }
 
+/* The most memory that whoever runs this process allows it; 0 when nothing is said. */
+static int MegabytesAllowed(void) {
+    char value[12] = "";
+    const DWORD length = GetEnvironmentVariableA("MORVEX_MEGABYTES", value, sizeof value);
+    return length > 0 && length < sizeof value ? atoi(value) : 0;
+}
+
 /* The server that the other conversions of the run use; NULL for one alone, or one whose messages are wanted.
  */
 static char* ServerOfRun(int runSize, int traceLevel) {
@@ -223,6 +230,7 @@ int __cdecl _zelConvert(int inputFormat, int outputFormat, const WCHAR* inputPat
         AppendNumber(&job, MORVEX_JOB_PICTURE, IsSetTo1("MORVEX_PREVIEW"));
         AppendNumber(&job, MORVEX_JOB_TRACE, traceLevel);
         AppendNumber(&job, MORVEX_JOB_REFUSED, refused);
+        AppendNumber(&job, MORVEX_JOB_MEGABYTES, MegabytesAllowed());
         char* const server = ServerOfRun(runSize, traceLevel);
         if (server != NULL) AppendField(&job, MORVEX_JOB_RUN, server);
         Append(&job, "", 1);

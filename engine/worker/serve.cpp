@@ -74,6 +74,7 @@ ConversionEnd Convert(const std::string& job) {
     SupervisorOptions options;
     options.watchCaller = true;
     options.atOnce = static_cast<unsigned>(atOnce);
+    options.memoryAtMost = std::strtoull(Field(job, MORVEX_JOB_MEGABYTES).c_str(), nullptr, 10) << 20;
     options.time.secondsAllowed = SecondsFromEnvironment();
     options.onProgress = [](int percent) { Answer(MORVEX_LINE_PROGRESS, std::to_string(percent)); };
     try {

@@ -26,6 +26,13 @@ std::uint64_t MemoryShare(bool parallel, unsigned atOnce) {
     return std::max(kLeast, sharing > 1 ? total / 4 * 3 / sharing : total / 2);
 }
 
+// Bytes of address space of the job.
+std::uint64_t MemoryAllowed(const Request& request, const SupervisorOptions& options) {
+    if (options.memoryAllowed != 0) return options.memoryAllowed;
+    const std::uint64_t share = MemoryShare(request.parallel, options.atOnce);
+    return options.memoryAtMost != 0 ? std::min(share, options.memoryAtMost) : share;
+}
+
 Outcome Failed(const std::string& why) {
     return Outcome::Fail(ZEL_FAILED, why);
 }
@@ -133,9 +140,7 @@ Outcome Supervise(const Request& request, const SupervisorOptions& options) {
     if (outcome.IsOk() && request.refused != ZEL_OK) outcome = Refused(request.refused);
     if (outcome.IsOk()) {
         const FileStamp input = StampOf(request.input);
-        const std::uint64_t memory = options.memoryAllowed != 0
-                                         ? options.memoryAllowed
-                                         : MemoryShare(request.parallel, options.atOnce);
+        const std::uint64_t memory = MemoryAllowed(request, options);
         end = RunJobProcess(
             {request, settings, staging.File(), memory,
              options.memoryAllowed != 0 ? memory : MemoryWorth(input.size)},

@@ -15,6 +15,7 @@ struct SupervisorOptions {
     TimeLimitOptions time;
     unsigned atOnce = 0;  // conversions at the same time; 0: as many as processors, or this one alone
     std::uint64_t memoryAllowed = 0;  // bytes of address space of the job; 0: a share of the machine's memory
+    std::uint64_t memoryAtMost = 0;   // the most of that share; 0: all of it
     std::function<void(int percent)> onProgress;
 };
 

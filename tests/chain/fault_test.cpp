@@ -1,5 +1,7 @@
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <random>
 #include <signal.h>
@@ -125,9 +127,10 @@ TEST(Faults, AnEngineWithoutItsWorkerSaysSo) {
 
 // A run over a saved list that starts by itself, as many files at once as there are processors.
 void PrepareSelfStartingRun(const Program& program, const Folder& out, const std::string& from,
-                            const std::string& to, const std::vector<fs::path>& inputs) {
-    std::string settings =
-        "[General]\r\nDeveloperMode=1\r\nMultiprocess=1\r\nConvertAtStartup=1\r\nLoadLastState=1\r\n";
+                            const std::string& to, const std::vector<fs::path>& inputs,
+                            const std::string& more = "") {
+    const std::string settings =
+        "[General]\r\nDeveloperMode=1\r\nMultiprocess=1\r\nConvertAtStartup=1\r\nLoadLastState=1\r\n" + more;
     WriteBytes(program.Root() / "norwend_morvex.ini",
                settings + ReadBytes(program.Root() / "norwend_morvex.ini"));
     std::string list = "morvex_list\r\n" + from + "\r\n" + to + "\r\n";
@@ -170,6 +173,32 @@ TEST(Multiprocess, GivesTheSameFilesAsOneByOne) {
             EXPECT_EQ(ReadBytes(many / output), ReadBytes(one / output)) << output;
         }
     }
+}
+
+// The geometry is in a process beside the child.
+TEST(Multiprocess, MegabytesPerFileHoldForTheEngine) {
+    constexpr std::uint32_t kTriangles = 1'000'000;
+    std::string stl(84 + std::size_t{50} * kTriangles, '\0');
+    std::memcpy(stl.data() + 80, &kTriangles, sizeof kTriangles);
+    for (std::size_t triangle = 0; triangle < kTriangles; ++triangle) {
+        for (std::size_t corner = 0; corner < 9; ++corner) {
+            const auto value = static_cast<float>(triangle * 9 + corner);
+            std::memcpy(stl.data() + 84 + triangle * 50 + 12 + corner * 4, &value, sizeof value);
+        }
+    }
+    const Folder in;
+    WriteBytes(in / "large.stl", stl);
+    fs::copy_file(kParts / "stl/shape.stl", in / "small.stl");
+    const Program program;
+    const Folder out;
+    PrepareSelfStartingRun(program, out, "STL (*.stl)", "OBJ (*.obj)", {in / "large.stl", in / "small.stl"},
+                           "MegabytesPerFile=250\r\n");
+    Process process(program.Start({}, {}));
+    for (const char* report : {"large.obj-zel.xml", "small.obj-zel.xml"})
+        ASSERT_TRUE(Eventually(60, [&] { return fs::exists(out / report); })) << report;
+    EXPECT_NE(ReadBytes(out / "large.obj-zel.xml").find("exceeded its memory limit"), std::string::npos);
+    EXPECT_FALSE(fs::exists(out / "large.obj"));
+    EXPECT_TRUE(fs::exists(out / "small.obj"));
 }
 
 TEST(Multiprocess, NothingOutlivesAKilledParent) {
