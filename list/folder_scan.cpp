@@ -78,7 +78,8 @@ class FolderScan {
         if (GetTickCount64() - reported_ >= kReportMs) Report(std::wstring(FolderOf(path)));
         if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
             const std::wstring_view name = entry.cFileName;
-            if (!recursive_ || name == L"." || name == L"..") return;
+            // The last are folders in which the open engine keeps what is not yet whole.
+            if (!recursive_ || name == L"." || name == L".." || name.starts_with(L".morvex-")) return;
             if (!(entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) || LeadsSomewhereNew(path))
                 Enter(path);
         } else if (IsAcceptedFile(path, inputFilterText_)) {

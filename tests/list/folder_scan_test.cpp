@@ -32,8 +32,8 @@ void AddFile(const std::wstring& path, size_t size = 1) {
 
 TEST(FolderScan, FindsTheFilesOfTheFormat) {
     const test::TempFolder folder;
-    for (const wchar_t* name :
-         {L"a.stp", L"B.STP", L"c.igs", L"run.log", L"sub\\d.stp", L"sub\\sub.stp\\e.stp"}) {
+    for (const wchar_t* name : {L"a.stp", L"B.STP", L"c.igs", L"run.log", L"sub\\d.stp",
+                                L"sub\\sub.stp\\e.stp", L".morvex-1a2b\\half.stp"}) {
         AddFile(folder / name, 1024);
     }
     const wchar_t* const step = L"STEP (*.step;*.stp;*.stpz;*.stpx;*.stpxz;*.stpnc;*.stpa)";
