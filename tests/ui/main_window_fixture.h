@@ -16,6 +16,7 @@
 #include "tests/support/temp_folder.h"
 #include "ui/morvex_dlg.h"
 #include "win/profile.h"
+#include "win/text_file.h"
 
 namespace morvex::test {
 
@@ -33,6 +34,7 @@ class MainWindowTest : public testing::Test {
         CreateDirectoryW(program_.c_str(), nullptr);
         CreateDirectoryW(user_.c_str(), nullptr);
         CreateDirectoryW(parts_.c_str(), nullptr);
+        CreateTextFile(Folders().userSettings, L"");  // as the program does: names of languages are kept
         Install(L"A", L"ZEL_INPUT_FORMAT", L"STEP");
         Install(L"A", L"ZEL_OUTPUT_FORMAT", L"STL,STEP,VDAFS");
         Install(L"B", L"ZEL_INPUT_FORMAT", L"IGES 3D,ALL");
