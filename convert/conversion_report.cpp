@@ -17,8 +17,8 @@ std::wstring Unescaped(std::wstring text) {
     static constexpr struct {
         std::wstring_view escaped;
         wchar_t unit;
-    } kEscapes[] = {
-        {L"&lt;", L'<'}, {L"&gt;", L'>'}, {L"&quot;", L'"'}, {L"&apos;", L'\''}, {L"&#10;", L' '}, {L"&amp;", L'&'}};
+    } kEscapes[] = {{L"&lt;", L'<'},    {L"&gt;", L'>'},  {L"&quot;", L'"'},
+                    {L"&apos;", L'\''}, {L"&#10;", L' '}, {L"&amp;", L'&'}};
     for (const auto& escape : kEscapes) {  // the ampersand last: it begins all of them
         for (size_t at = 0; (at = text.find(escape.escaped, at)) != text.npos; ++at)
             text.replace(at, escape.escaped.size(), 1, escape.unit);

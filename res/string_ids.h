@@ -136,7 +136,7 @@
 #define IDS_REPORT_OUTPUT_BYTES 3063
 #define IDS_REPORT_INPUT_BYTES 3064
 #define IDS_NOT_HANDED_OVER 3065  // by the program behind the entry in the Explorer's menu
-#define IDS_REASON_CRASHED 3080  // why a row failed, where the conversion library does not say it
+#define IDS_REASON_CRASHED 3080   // why a row failed, where the conversion library does not say it
 #define IDS_REASON_DIED 3081
 #define IDS_REASON_MEMORY 3082
 #define IDS_REASON_NOT_STARTED 3083
