@@ -44,18 +44,24 @@ size_t RootLength(std::wstring_view path) {
     return share == path.npos ? path.size() : share + 1;
 }
 
-// Whether the system would take a dot or blanks off the end of a name: on Linux they may be part of it.
-bool HasNameToCut(std::wstring_view path) {
+std::wstring Prefixed(const std::wstring& path) {
+    if (!path.starts_with(kNetwork)) return std::wstring(kLongPrefix) + path;
+    return std::wstring(kLongPrefix) + L"UNC\\" + path.substr(kNetwork.size());
+}
+
+// The system takes a dot or blanks off the end of a name, as whoever types it expects. But on Linux they may
+// be part of it: then just such a file or folder is there.
+bool NameEndsInDot(const std::wstring& path) {
     const bool full = path.starts_with(kNetwork) || (path.size() > 2 && path[1] == L':' && path[2] == L'\\');
     if (!full || path.starts_with(L"\\\\.\\")) return false;
-    bool found = false;
-    while (!path.empty()) {
-        const std::wstring_view name = path.substr(0, path.find(L'\\'));
-        path.remove_prefix(std::min(name.size() + 1, path.size()));
+    size_t last = 0;  // where the last such name ends
+    for (size_t begin = 0, end; begin < path.size(); begin = end + 1) {
+        end = std::min(path.find(L'\\', begin), path.size());
+        const std::wstring_view name = std::wstring_view(path).substr(begin, end - begin);
         if (name == L"." || name == L"..") return false;
-        found = found || name.ends_with(L'.') || name.ends_with(L' ');
+        if (name.ends_with(L'.') || name.ends_with(L' ')) last = end;
     }
-    return found;
+    return last != 0 && GetFileAttributesW(Prefixed(path.substr(0, last)).c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
 }  // namespace
@@ -92,7 +98,7 @@ std::wstring_view ExtensionOf(std::wstring_view path) {
 }
 
 std::wstring FullPath(const std::wstring& typed) {
-    const std::wstring full = Rooted(typed);
+    std::wstring full = Rooted(typed);
     if (full.starts_with(kLongPrefix)) return full;
     std::wstring_view rest = full;
     const size_t root = RootLength(rest);
@@ -117,10 +123,8 @@ bool SameText(std::wstring_view a, std::wstring_view b) {
 std::wstring WithLongPrefix(std::wstring path) {
     if (path.starts_with(kLongPrefix)) return path;
     std::ranges::replace(path, L'/', L'\\');  // behind the prefix a slash would be part of a name
-    if (path.starts_with(kLongPrefix) || (path.size() <= kLongestPlainPath && !HasNameToCut(path)))
-        return path;
-    if (!path.starts_with(kNetwork)) return std::wstring(kLongPrefix) + path;
-    return std::wstring(kLongPrefix) + L"UNC\\" + path.substr(kNetwork.size());
+    const bool plain = path.size() <= kLongestPlainPath && !NameEndsInDot(path);
+    return plain || path.starts_with(kLongPrefix) ? path : Prefixed(path);
 }
 
 std::wstring TemporaryBeside(const std::wstring& path) {

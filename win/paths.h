@@ -34,7 +34,7 @@ std::wstring FullPath(const std::wstring& typed);
 bool SameText(std::wstring_view a, std::wstring_view b);
 
 // The path with the long-path prefix "\\?\" ("\\?\UNC\" for a share) when it is longer than 259 characters,
-// or full and with a name that ends in a dot or a blank, which the system would take off.
+// or leads through an existing name that ends in a dot or a blank, which the system would take off.
 std::wstring WithLongPrefix(std::wstring path);
 
 // Where this process writes what is to get this name once it is whole: in the same folder, under a short

@@ -177,7 +177,7 @@ TEST(Formats, NumbersAndSuffixes) {
     EXPECT_EQ(id(FindInputFormat(4, "part.with.odd.suffix")), is(FormatId::Step));
     EXPECT_EQ(id(FindInputFormat(kAnyFormatCode, "a.IGES")), is(FormatId::Iges));
     EXPECT_EQ(id(FindInputFormat(kAnyFormatCode, "a.unknown")), -1);
-    EXPECT_EQ(id(FindInputFormat(23, "a.wrl")), -1) << "VRML is only written";
+    EXPECT_EQ(id(FindInputFormat(49, "a.emf")), -1) << "EMF is only written";
     EXPECT_EQ(id(FindOutputFormat(48, "a.ifc")), -1) << "IFC is only read";
     EXPECT_EQ(id(FindOutputFormat(35, "a.dwg")), -1) << "DWG is neither";
     EXPECT_EQ(id(FindOutputFormat(33, "a.dxf")), is(FormatId::DxfDrawing));

@@ -9,12 +9,6 @@
 namespace morvex::test {
 namespace {
 
-std::string Replaced(std::string text, const std::string& what, const std::string& by) {
-    const std::size_t at = text.find(what);
-    EXPECT_NE(at, std::string::npos) << what;
-    return text.replace(at, what.size(), by);
-}
-
 // The box with another solid in the place of its own.
 std::string With(const std::string& solid) {
     return Replaced(Replaced(IfcBox(), "IFC2X3", "IFC4"), "IFCEXTRUDEDAREASOLID(#20,#22,#10,30.);",

@@ -67,7 +67,7 @@ class Verify : public testing::Test {
     std::string said_;
 };
 
-std::string Replaced(std::string text, const std::string& what, const std::string& by) {
+std::string AllReplaced(std::string text, const std::string& what, const std::string& by) {
     for (std::size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += by.size())
         text.replace(at, what.size(), by);
     return text;
@@ -80,8 +80,8 @@ TEST_F(Verify, DifferencesWarnAndGapsFail) {
     EXPECT_NE(said_.find("written centre\t5 10 15"), std::string::npos) << said_;
     const std::size_t facet = text.find("facet"), next = text.find("facet normal", facet + 5);
     EXPECT_EQ(Check(std::string(text).erase(facet, next - facet)).result, ZEL_FAILED) << "a triangle is gone";
-    EXPECT_EQ(Check(Replaced(text, "vertex 10 ", "vertex 12 ")).result, ZEL_FAILED) << "larger by a fifth";
-    EXPECT_TRUE(Check(Replaced(text, "vertex 10 ", "vertex 10.02 ")).IsOk());
+    EXPECT_EQ(Check(AllReplaced(text, "vertex 10 ", "vertex 12 ")).result, ZEL_FAILED) << "larger by a fifth";
+    EXPECT_TRUE(Check(AllReplaced(text, "vertex 10 ", "vertex 10.02 ")).IsOk());
     EXPECT_GT(warnings_, 0) << "another size, but nothing gone";
     std::string twice = text;
     EXPECT_TRUE(Check(twice.insert(next, text.substr(facet, next - facet))).IsOk());

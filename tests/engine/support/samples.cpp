@@ -317,4 +317,10 @@ END-ISO-10303-21;
 )";
 }
 
+std::string Replaced(std::string text, const std::string& what, const std::string& by) {
+    const std::size_t at = text.find(what);
+    EXPECT_NE(at, std::string::npos) << what;
+    return at == std::string::npos ? text : text.replace(at, what.size(), by);
+}
+
 }  // namespace morvex::test

@@ -43,4 +43,7 @@ std::string GltfBox(const std::string& nodes);
 // STEP with two triangles of one square inch together, as a product without surfaces: #6 is its definition.
 std::string TessellatedPlate();
 
+// The text with what stands in it for certain replaced, where it first does.
+std::string Replaced(std::string text, const std::string& what, const std::string& by);
+
 }  // namespace morvex::test

@@ -27,7 +27,7 @@ std::string Truncated(const std::string& sample, double share) {
 }
 
 // The sample with one place of it changed.
-std::string Replaced(const std::string& sample, const std::string& old, const std::string& text) {
+std::string SampleWith(const std::string& sample, const std::string& old, const std::string& text) {
     std::string whole = ReadWhole(Sample(sample));
     const std::size_t at = whole.find(old);
     EXPECT_NE(at, std::string::npos) << old;
@@ -53,7 +53,7 @@ TEST(Faults, BadInputs) {
         {"none.stl", std::string(84, '\0'), 32},
         {"cut1.step", Truncated("step/screw.step", 0.3), 5},
         {"cut2.step", Truncated("step/screw.step", 0.999), 5},
-        {"face.step", Replaced("step/screw.step", "(#15),#49,", "(#15),#15,"), 5},
+        {"face.step", SampleWith("step/screw.step", "(#15),#49,", "(#15),#15,"), 5},
         {"cut1.iges", Truncated("iges/bearing.iges", 0.5), 5},
         {"cut2.iges", Truncated("iges/bearing.iges", 0.999), 5},
         {"index.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\nf 1 2 9\n", 5},
