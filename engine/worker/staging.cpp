@@ -67,9 +67,9 @@ bool Recover(const fs::path& abandoned, const fs::path& parent) {
     const auto isReplaced = [&](const fs::path& file) {
         return !fs::exists(fs::symlink_status(abandoned / kNew / file));
     };
-    const auto others = std::ranges::partition(files, isReplaced);
+    const auto others = std::partition(files.begin(), files.end(), isReplaced);
     const auto isThere = [&](const fs::path& file) { return fs::exists(fs::symlink_status(parent / file)); };
-    if (std::ranges::any_of(others, isThere)) return true;
+    if (std::any_of(others, files.end(), isThere)) return true;
     return std::ranges::all_of(
         files, [&](const fs::path& file) { return !Move(abandoned / kOld / file, parent / file); });
 }

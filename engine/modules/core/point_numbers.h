@@ -18,7 +18,7 @@ class PointNumbers {
     // The number of a place, and whether it is a new one; `at` answers the point that has a number.
     template <class PointAt>
     std::pair<std::uint32_t, bool> Take(const Point& point, PointAt at) {
-        if (2 * count_ >= slots_.size()) Grow(at);
+        if (std::size_t{2} * count_ >= slots_.size()) Grow(at);
         std::uint32_t& slot = SlotFor(point, at);
         const bool isNew = slot == kFree;
         if (isNew) slot = count_++;

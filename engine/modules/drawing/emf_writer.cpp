@@ -243,7 +243,7 @@ class EmfFile {
 
 extern "C" Outcome WriteEmfDrawing(JobContext& context) {
     Sheet sheet;
-    const Outcome outcome = DrawSheet(context, sheet);
+    Outcome outcome = DrawSheet(context, sheet);
     if (!outcome.IsOk()) return outcome;
     OutputFile file(context.file);
     file.Write(EmfFile().Make(sheet));

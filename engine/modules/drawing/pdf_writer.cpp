@@ -108,7 +108,7 @@ std::string PdfFile(const std::string& page) {
 
 extern "C" Outcome WritePdfDrawing(JobContext& context) {
     Sheet sheet;
-    const Outcome outcome = DrawSheet(context, sheet);
+    Outcome outcome = DrawSheet(context, sheet);
     if (!outcome.IsOk()) return outcome;
     OutputFile file(context.file);
     file.Write(PdfFile(PdfPage(context.settings.decimals).Make(sheet)));

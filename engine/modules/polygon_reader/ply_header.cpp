@@ -70,7 +70,7 @@ std::size_t PlyElement::Find(std::initializer_list<string_view> names) const {
     const auto found = std::ranges::find_if(properties, [&](const PlyProperty& property) {
         return std::ranges::find(names, property.name) != names.end();
     });
-    return found == properties.end() ? npos : static_cast<std::size_t>(found - properties.begin());
+    return found == properties.end() ? kNone : static_cast<std::size_t>(found - properties.begin());
 }
 
 PlyHeader TakePlyHeader(string_view& bytes) {

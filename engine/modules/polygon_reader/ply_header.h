@@ -24,9 +24,9 @@ struct PlyElement {
     std::uint64_t count = 0;
     std::vector<PlyProperty> properties;
 
-    // The place of the first property with one of the names; that of none is npos.
+    // The place of the first property with one of the names; that of none is kNone.
     std::size_t Find(std::initializer_list<std::string_view> names) const;
-    static constexpr std::size_t npos = SIZE_MAX;
+    static constexpr std::size_t kNone = SIZE_MAX;
 };
 
 enum class PlyEncoding { Text, LittleEndian, BigEndian };

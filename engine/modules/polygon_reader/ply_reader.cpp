@@ -91,16 +91,16 @@ class PlyColour {
         : places_{element.Find({"red", "diffuse_red", "r"}), element.Find({"green", "diffuse_green", "g"}),
                   element.Find({"blue", "diffuse_blue", "b"}), element.Find({"alpha", "a"})} {
         for (std::size_t at = 0; at < 4; ++at) {
-            if (places_[at] == PlyElement::npos) continue;
+            if (places_[at] == PlyElement::kNone) continue;
             const PlyType type = element.properties[places_[at]].type;
             full_[at] = type >= PlyType::Float ? 1 : type == PlyType::Uint8 ? 255 : 65535;
         }
     }
-    bool IsThere() const { return std::count(places_.begin(), places_.begin() + 3, PlyElement::npos) == 0; }
+    bool IsThere() const { return std::count(places_.begin(), places_.begin() + 3, PlyElement::kNone) == 0; }
     VertexColour In(const std::vector<double>& row) const {
         VertexColour colour{0, 0, 0, 1};
         for (std::size_t at = 0; at < 4; ++at)
-            if (places_[at] != PlyElement::npos)
+            if (places_[at] != PlyElement::kNone)
                 colour[at] = static_cast<float>(row[places_[at]] / full_[at]);
         return colour;
     }
@@ -147,13 +147,13 @@ class PlyMesh {
     void TakePoints(const PlyElement& element) {
         const std::size_t axes[] = {element.Find({"x"}), element.Find({"y"}), element.Find({"z"})},
                           normal[] = {element.Find({"nx"}), element.Find({"ny"}), element.Find({"nz"})};
-        if (std::ranges::count(axes, PlyElement::npos) != 0)
+        if (std::ranges::count(axes, PlyElement::kNone) != 0)
             throw ReadError("The points have no coordinates");
         if (!mesh.points.empty()) throw ReadError("The file holds two lists of points");
-        const bool normals = std::ranges::count(normal, PlyElement::npos) == 0;
+        const bool normals = std::ranges::count(normal, PlyElement::kNone) == 0;
         const PlyColour colour(element);
         for (std::uint64_t at = 0; at < element.count; ++at) {
-            TakeRow(element, PlyElement::npos);
+            TakeRow(element, PlyElement::kNone);
             mesh.points.emplace_back(row_[axes[0]], row_[axes[1]], row_[axes[2]]);
             if (normals)
                 mesh.normals.push_back({static_cast<float>(row_[normal[0]]),
@@ -167,7 +167,7 @@ class PlyMesh {
     void TakeFaces(const PlyElement& element) {
         const bool faces = element.name == "face", strips = element.name == "tristrips";
         const std::size_t place = element.Find({"vertex_indices", "vertex_index"});
-        if ((faces || strips) && (place == PlyElement::npos || !element.properties[place].isList))
+        if ((faces || strips) && (place == PlyElement::kNone || !element.properties[place].isList))
             throw ReadError("The faces have no corners");
         const PlyColour colour(element);
         for (std::uint64_t at = 0; at < element.count; ++at) {

@@ -89,7 +89,7 @@ std::map<std::string, std::string> Disarm(const Interface_InterfaceModel& model)
         return new TCollection_HAsciiString(other.c_str());
     };
     for (int at = 1; at <= model.NbEntities(); ++at) {
-        const auto entity = model.Value(at);
+        const auto& entity = model.Value(at);
         if (const auto document = Handle(StepBasic_Document)::DownCast(entity); !document.IsNull()) {
             document->SetId(disarmed(document->Id()));
             document->SetName(disarmed(document->Name()));

@@ -107,8 +107,9 @@ PolygonMesh ElevationGrid(const X3dNode& node) {
     };
     PolygonMesh mesh;
     for (std::uint32_t at = 0; columns > 0 && at < columns * rows; ++at) {
-        mesh.points.emplace_back(node.Number("xSpacing", 1) * (at % columns), heights[at],
-                                 node.Number("zSpacing", 1) * (at / columns));
+        const std::uint32_t column = at % columns, row = at / columns;
+        mesh.points.emplace_back(node.Number("xSpacing", 1) * column, heights[at],
+                                 node.Number("zSpacing", 1) * row);
         if (perVertex && colours.size() >= group * columns * rows) mesh.colours.push_back(*colourAt(at));
     }
     const bool turned = !node.Flag("ccw", true);
@@ -202,7 +203,7 @@ class Extrusion {
             const gp_Vec axis(turn[0], turn[1], turn[2]);
             const gp_Mat turned =
                 axis.Magnitude() > 0 ? gp_Quaternion(axis, turn[3]).GetMatrix() : gp_Quaternion().GetMatrix();
-            for (std::uint32_t one = 0; one < across_; ++one) {
+            for (std::size_t one = 0; one < across_; ++one) {
                 gp_XYZ point(section_[2 * one] * scale[0], 0, section_[2 * one + 1] * scale[1]);
                 point = frames[at] * (turned * point);
                 mesh.points.push_back(spine_[at] + point);

@@ -45,7 +45,7 @@ TopoDS_Shape Box() {
 }
 
 TEST(Projection, WhatIsSeenAndWhatIsHidden) {
-    constexpr double pi = std::numbers::pi;
+    constexpr double kPi = std::numbers::pi;
     const gp_Ax2 back(gp_Pnt(15, 20, 5), gp::DY());
     const struct {
         const char* what;
@@ -60,18 +60,18 @@ TEST(Projection, WhatIsSeenAndWhatIsHidden) {
          0, 2},
         {"one that it covers by half", Both(Box(), BRepPrimAPI_MakeBox(gp_Pnt(5, 30, 5), 6, 5, 10).Shape()),
          96, 16, 2},
-        {"a sphere", BRepPrimAPI_MakeSphere(10).Shape(), 20 * pi, 0, 0},
+        {"a sphere", BRepPrimAPI_MakeSphere(10).Shape(), 20 * kPi, 0, 0},
         {"a hole through it",
          BRepAlgoAPI_Cut(Box(), BRepPrimAPI_MakeCylinder(gp_Ax2({15, -1, 5}, gp::DY()), 3, 30)).Shape(),
-         80 + 6 * pi, 0, 2},
+         80 + 6 * kPi, 0, 2},
         {"a hole across it",
          BRepAlgoAPI_Cut(Box(), BRepPrimAPI_MakeCylinder(gp_Ax2({15, 10, -1}, gp::DZ()), 3, 30)).Shape(), 80,
          20, 1},
         {"a bore from behind",
          BRepAlgoAPI_Cut(Box(),
-                         BRepPrimAPI_MakeCylinder(back.Rotated(gp_Ax1({15, 20, 5}, gp::DX()), pi), 3, 8))
+                         BRepPrimAPI_MakeCylinder(back.Rotated(gp_Ax1({15, 20, 5}, gp::DX()), kPi), 3, 8))
              .Shape(),
-         80, 6 * pi, 1},
+         80, 6 * kPi, 1},
     };
     for (const auto& [what, shape, visible, hidden, lines] : cases) {
         SCOPED_TRACE(what);

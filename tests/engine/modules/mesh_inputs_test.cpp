@@ -106,7 +106,7 @@ TEST_F(MeshInputs, WhatIsWrongIsSaid) {
 
 // Geometry that a node describes, by its volume.
 TEST_F(MeshInputs, BodiesAndSetsOfScenes) {
-    constexpr double pi = std::numbers::pi;
+    constexpr double kPi = std::numbers::pi;
     const std::string cube = "point [0 0 0, 1 0 0, 1 1 0, 0 1 0, 0 0 1, 1 0 1, 1 1 1, 0 1 1]",
                       square = "crossSection [0 0, 1 0, 1 1, 0 1, 0 0]";
     const struct {
@@ -114,9 +114,9 @@ TEST_F(MeshInputs, BodiesAndSetsOfScenes) {
         double volume;
     } cases[] = {
         {"Box { size 1 2 3 }", 6},
-        {"Sphere { radius 3 }", 36 * pi},
-        {"Cylinder { radius 2 height 3 }", 12 * pi},
-        {"Cone { bottomRadius 3 height 2 }", 6 * pi},
+        {"Sphere { radius 3 }", 36 * kPi},
+        {"Cylinder { radius 2 height 3 }", 12 * kPi},
+        {"Cone { bottomRadius 3 height 2 }", 6 * kPi},
         {"Extrusion { }", 4},
         {"Extrusion { spine [0 0 0, 0 0 5] }", 20},
         {"Extrusion { " + square + " ccw FALSE }", 1},

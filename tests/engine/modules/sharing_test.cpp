@@ -109,7 +109,7 @@ TEST(Sharing, GivesWhatOneProcessGives) {
         options.emplace_back("--jobs-beside");
         const std::string alone = ResultOf(input, folder / output, options);
         const auto same = std::ranges::mismatch(shared, alone).in1 - shared.begin();
-        const std::size_t from = std::max<std::ptrdiff_t>(same - 200, 0);
+        const auto from = static_cast<std::size_t>(std::max<std::ptrdiff_t>(same - 200, 0));
         EXPECT_TRUE(shared == alone) << shared.substr(from, 400) << "\n-- by one process:\n"
                                      << alone.substr(from, 400);
         return shared;
