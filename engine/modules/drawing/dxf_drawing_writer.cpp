@@ -18,7 +18,7 @@ void WriteLine(DxfFile& file, const Polyline& line, Pen pen, double factor) {
 
 extern "C" Outcome WriteDxfDrawing(JobContext& context) {
     Sheet sheet;
-    const Outcome outcome = DrawSheet(context, sheet);
+    Outcome outcome = DrawSheet(context, sheet);
     if (!outcome.IsOk()) return outcome;
     const double factor = 1 / sheet.scale;
     std::vector<DxfLayer> layers;

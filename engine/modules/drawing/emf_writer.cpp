@@ -119,6 +119,8 @@ class EmfFile {
   private:
     using Number = std::int64_t;
     static constexpr int kPens = 3, kHandles = 8;
+    static constexpr Number kWidth = static_cast<Number>(Sheet::kWidth),
+                            kHeight = static_cast<Number>(Sheet::kHeight);  // millimetres
 
     static Number UnitsOf(double millimetres) { return std::llround(millimetres * kUnits); }
 
@@ -134,12 +136,11 @@ class EmfFile {
 
     void Prepare() {
         constexpr int kAnisotropic = 8, kTransparent = 1, kBaseLine = 24;
-        constexpr int width = static_cast<int>(Sheet::kWidth), height = static_cast<int>(Sheet::kHeight);
         Add(kMapMode, {kAnisotropic});
         Add(kWindowOrigin, {0, 0});
-        Add(kWindowExtent, {width * kUnits, height * kUnits});
+        Add(kWindowExtent, {kWidth * kUnits, kHeight * kUnits});
         Add(kViewportOrigin, {0, 0});
-        Add(kViewportExtent, {width * kUnits, height * kUnits});
+        Add(kViewportExtent, {kWidth * kUnits, kHeight * kUnits});
         Add(kBackgroundMode, {kTransparent});
         Add(kTextAlignment, {kBaseLine});
         for (const Pen pen : {Pen::Visible, Pen::Hidden, Pen::Frame}) CreatePen(pen);
@@ -216,20 +217,20 @@ class EmfFile {
 
     // 108 bytes, of which the last ones are for later versions of it.
     std::string Header() {
-        constexpr int width = static_cast<int>(Sheet::kWidth), height = static_cast<int>(Sheet::kHeight);
         constexpr std::uint32_t kSize = 108, kSignature = 0x464D4520, kVersion = 0x10000;
         std::string header;
         const auto add = [&](std::uint64_t number) { AppendLittleEndian(header, number, 4); };
         for (const std::uint64_t number : {std::uint64_t{kHeader}, std::uint64_t{kSize}}) add(number);
-        for (const int number :
-             {0, 0, width * kUnits - 1, height * kUnits - 1, 0, 0, width * 100, height * 100})
+        for (const Number number : std::initializer_list<Number>{
+                 0, 0, kWidth * kUnits - 1, kHeight * kUnits - 1, 0, 0, kWidth * 100, kHeight * 100})
             add(static_cast<std::uint64_t>(number));
         for (const std::uint64_t number :
              {std::uint64_t{kSignature}, std::uint64_t{kVersion}, std::uint64_t{kSize + records_.size()},
               std::uint64_t{count_ + 1}, std::uint64_t{kHandles}})
             add(number);
-        for (const int number :
-             {0, 0, 0, width * kUnits, height * kUnits, width, height, 0, 0, 0, width * 1000, height * 1000})
+        for (const Number number :
+             std::initializer_list<Number>{0, 0, 0, kWidth * kUnits, kHeight * kUnits, kWidth, kHeight, 0, 0,
+                                           0, kWidth * 1000, kHeight * 1000})
             add(static_cast<std::uint64_t>(number));
         return header;
     }
