@@ -3,7 +3,10 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
+
+#include "win/text_hash.h"
 
 namespace morvex {
 namespace {
@@ -128,10 +131,8 @@ std::wstring WithLongPrefix(std::wstring path) {
 }
 
 std::wstring TemporaryBeside(const std::wstring& path) {
-    constexpr std::uint32_t kBasis = 2166136261, kPrime = 16777619;  // FNV-1a
-    std::uint32_t hash = kBasis;
-    for (const wchar_t unit : std::to_wstring(GetCurrentProcessId()) + L'-' + std::wstring(FileNameOf(path)))
-        hash = (hash ^ unit) * kPrime;
+    const auto hash =
+        static_cast<std::uint32_t>(HashOf(FileNameOf(path), HashOf(std::to_wstring(GetCurrentProcessId()))));
     wchar_t name[16];
     swprintf_s(name, L"~%08x.tmp", hash);
     const std::wstring_view folder = FolderOf(path);
